@@ -1,0 +1,45 @@
+# The build's vocabulary: options, the warnings that every target is built with, and one function each for
+# a library of the system and for a test program.
+
+include(GNUInstallDirs)
+find_package(PkgConfig REQUIRED)
+
+option(TRIGORA_TESTS "Build the tests" ON)
+option(TRIGORA_BENCH "Build the measurements" OFF)
+option(TRIGORA_FUZZ "Build the fuzz targets (needs clang)" OFF)
+set(TRIGORA_SANITIZE "" CACHE STRING "Sanitizers to build with, e.g. address,undefined or thread")
+
+find_program(TRIGORA_CCACHE ccache)
+if(TRIGORA_CCACHE)
+  set(CMAKE_C_COMPILER_LAUNCHER ${TRIGORA_CCACHE})
+  set(CMAKE_CXX_COMPILER_LAUNCHER ${TRIGORA_CCACHE})
+endif()
+
+add_library(trigora_options INTERFACE)
+target_include_directories(trigora_options INTERFACE ${CMAKE_CURRENT_SOURCE_DIR})
+target_compile_options(trigora_options INTERFACE
+  -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Werror
+  $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor -Woverloaded-virtual>)
+if(TRIGORA_SANITIZE)
+  target_compile_options(trigora_options INTERFACE
+    -fsanitize=${TRIGORA_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  target_link_options(trigora_options INTERFACE -fsanitize=${TRIGORA_SANITIZE})
+endif()
+
+# trigora_library(NAME SOURCES file... [LINKS target...] [USES target...])
+# A library of one floor; LINKS names exactly the targets that it may include from, USES what only its
+# sources need.
+function(trigora_library name)
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;LINKS;USES")
+  add_library(${name} STATIC ${arg_SOURCES})
+  target_link_libraries(${name} PUBLIC trigora_options ${arg_LINKS} PRIVATE ${arg_USES})
+endfunction()
+
+# trigora_test(NAME SOURCES file... LINKS target...)
+# A GoogleTest program; each of its cases is a case of ctest.
+function(trigora_test name)
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;LINKS")
+  add_executable(${name} ${arg_SOURCES})
+  target_link_libraries(${name} PRIVATE trigora_options ${arg_LINKS} GTest::gtest_main)
+  gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT 120)
+endfunction()

@@ -1,0 +1,63 @@
+#pragma once
+
+#include "platform/Value.h"
+
+#include <cstdint>
+#include <functional>
+#include <variant>
+#include <vector>
+
+namespace trigora::platform {
+
+struct AppleEventParameter {
+    std::uint32_t keyword = 0;
+    std::uint32_t type = 0;
+    Data bytes;
+};
+
+/// An event or a reply: class, ID and parameters; all codes are four-character codes.
+struct AppleEvent {
+    std::uint32_t eventClass = 0;
+    std::uint32_t eventID = 0;
+    std::vector<AppleEventParameter> parameters;
+
+    /// The first parameter with the keyword, or null.
+    const AppleEventParameter* parameter(std::uint32_t keyword) const;
+};
+
+/// Whom an event is for: an application by its signature, or one process by its ID.
+struct SignatureTarget {
+    std::uint32_t signature = 0;
+};
+struct ProcessTarget {
+    std::int32_t processID = 0;
+};
+using AppleEventTarget = std::variant<SignatureTarget, ProcessTarget>;
+
+constexpr std::int32_t procNotFound = -600;          ///< no such process (yet)
+constexpr std::int32_t errAEEventNotHandled = -1708; ///< the target has no handler, or refused
+constexpr std::int32_t errAETimeout = -1712;
+constexpr std::int32_t errAECoercionFail = -1700; ///< the target could not read the event
+
+struct AppleEventReply {
+    std::int32_t status = 0; ///< 0 when the event was sent (and answered, when a reply was wanted)
+    AppleEvent event;
+};
+
+class AppleEvents {
+public:
+    using Handler = std::function<void(const AppleEvent& event, AppleEvent& reply)>;
+
+    virtual ~AppleEvents() = default;
+
+    /// One handler per class and ID; a new one replaces the old. It runs on the main thread.
+    virtual void setEventHandler(std::uint32_t eventClass, std::uint32_t eventID, Handler handler) = 0;
+    virtual void removeEventHandler(std::uint32_t eventClass, std::uint32_t eventID) = 0;
+    /// Sends without wanting an answer. Gives -600 when there is no such target; a process that was
+    /// launched a moment ago is waited for, up to the default time-out. Any thread.
+    virtual std::int32_t sendWithoutReply(const AppleEventTarget& target, const AppleEvent& event) = 0;
+    /// Sends and waits for the answer, up to the default time-out. Any thread.
+    virtual AppleEventReply sendWaitingForReply(const AppleEventTarget& target, const AppleEvent& event) = 0;
+};
+
+} // namespace trigora::platform

@@ -1,0 +1,49 @@
+#pragma once
+
+#include "platform/Value.h"
+
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace trigora::platform {
+
+/// A folder with "Contents/Info.plist": an application or a loadable module. Its executable is
+/// "Contents/MacOS/" followed by "CFBundleExecutable".
+class Bundle {
+public:
+    virtual ~Bundle() = default;
+
+    virtual std::string path() const = 0;
+    virtual const Dictionary& infoDictionary() const = 0;
+    virtual std::optional<std::string> executablePath() const = 0;
+    /// A file of that name and extension in "Contents/Resources", if it exists.
+    virtual std::optional<std::string> resourcePath(const std::string& name,
+                                                    const std::string& type) const = 0;
+    /// Loads the executable as a module; true when it is loaded afterwards.
+    virtual bool loadExecutable() = 0;
+    /// The module is taken out of memory when its last bundle object has unloaded it or is destroyed.
+    virtual void unloadExecutable() = 0;
+    /// Address of an exported function, loading the executable first if need be; null when missing.
+    virtual void* functionPointer(const std::string& name) = 0;
+};
+
+class Bundles {
+public:
+    virtual ~Bundles() = default;
+
+    /// None when the path is no folder or has no readable "Contents/Info.plist".
+    virtual std::shared_ptr<Bundle> create(const std::string& path) = 0;
+    /// The bundle of the running program.
+    virtual std::shared_ptr<Bundle> mainBundle() = 0;
+};
+
+/// The running program's bundle identifier; the executable's name when it has none.
+std::string mainBundleIdentifier();
+
+/// Looks an exported function up as the given type; null when missing.
+template <typename Function> Function* functionNamed(Bundle& bundle, const std::string& name) {
+    return reinterpret_cast<Function*>(bundle.functionPointer(name));
+}
+
+} // namespace trigora::platform

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+
+namespace trigora::platform {
+
+/// The main thread's loop. Timers, notifications, Apple Events and handed-in work are delivered by it
+/// one at a time. Handlers may add and cancel timers, also their own.
+class RunLoop {
+public:
+    using TimerID = std::uint64_t; ///< 0 is never a timer
+
+    virtual ~RunLoop() = default;
+
+    /// Calls the handler every `seconds` (greater than 0), first after one period. A period missed while
+    /// the thread was busy is not made up for. Main thread only.
+    virtual TimerID addRepeatingTimer(double seconds, std::function<void()> handler) = 0;
+    /// Does nothing for a timer that is gone. Main thread only.
+    virtual void cancelTimer(TimerID timer) = 0;
+    /// Queues work for the main thread and returns at once. Any thread.
+    virtual void performOnMainThread(std::function<void()> work) = 0;
+    /// Turns until `stop`; gives the exit code that `stop` was told.
+    virtual int run() = 0;
+    /// Ends `run` after the handler that is running. Any thread.
+    virtual void stop(int exitCode) = 0;
+};
+
+} // namespace trigora::platform

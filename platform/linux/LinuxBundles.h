@@ -1,0 +1,28 @@
+#pragma once
+
+#include "platform/Bundles.h"
+#include "platform/FileSystem.h"
+#include "platform/Formats.h"
+#include "platform/linux/InstallationRoot.h"
+
+namespace trigora::platform {
+
+/// Modules are opened with dlopen (RTLD_NOW | RTLD_LOCAL). The main bundle's path is given by who starts
+/// the program; it need not exist.
+class LinuxBundles final : public Bundles {
+public:
+    LinuxBundles(const InstallationRoot& root, FileSystem& fileSystem, PropertyLists& propertyLists,
+                 std::string mainBundlePath);
+
+    std::shared_ptr<Bundle> create(const std::string& path) override;
+    std::shared_ptr<Bundle> mainBundle() override;
+
+private:
+    const InstallationRoot& root_;
+    FileSystem& fileSystem_;
+    PropertyLists& propertyLists_;
+    std::string mainBundlePath_;
+    std::shared_ptr<Bundle> mainBundle_;
+};
+
+} // namespace trigora::platform
