@@ -1,0 +1,133 @@
+#pragma once
+
+#include "agent/ScanEventRecord.h"
+#include "platform/AppleEvents.h"
+#include "platform/DistributedNotifications.h"
+#include "platform/Value.h"
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace trigora {
+
+class TgaSurveillant;
+class TrProjectInformation;
+class TrScannerDriverInformation;
+
+/// The centre of the agent: takes the scanner driver's button event, finds the project bound to it and has
+/// it run, and hears what the other applications report.
+///
+/// A button press goes through two states. Waiting for confirmation: the event has arrived, the scan
+/// assistant has been launched and asked to confirm the scanner; the current event holds the press.
+/// Running: the confirmation has come, the current event is gone, and the project manager and the action
+/// runners own the job until the scan is over. The usual order of events is
+///
+///     Apple Event 'PLsc'/'OPtw'                               -> launch, ask for confirmation
+///     "DidFinishScannerConfirmationDistributedNotification"   -> map, look up, run the project
+///     "DidFinishScanDistributedNotification"                  -> the runner's action, tidy up
+///
+/// A second press while one waits for its confirmation replaces it: the later press wins. Every press that
+/// fails, and every scan that ends, posts "ScanEventDidFinishNotification" exactly once.
+///
+/// Everything runs on the main thread, except `setCurrentEvent` and `getDriverName`, which the callbacks of
+/// the loaded modules use: those two may be called from any thread.
+class TgaServiceManager {
+public:
+    /// The one instance, which lives as long as the process.
+    static std::shared_ptr<TgaServiceManager> sharedServiceManager();
+
+    TgaServiceManager();
+    ~TgaServiceManager();
+    TgaServiceManager(const TgaServiceManager&) = delete;
+    TgaServiceManager& operator=(const TgaServiceManager&) = delete;
+
+    /// Reads the device table, takes the button event, observes the other applications and watches the
+    /// monitor folders. No step depends on the success of an earlier one.
+    void setupService();
+
+    /// Replaces the event in progress; none when there is none any more. Keys: "initiator" and
+    /// "eventStatus" (integers), "modelName", "driverName" and "IPAddress" (texts, each only if known).
+    /// Any thread.
+    void setCurrentEvent(std::optional<Dictionary> currentEvent);
+
+    /// Writes the driver name that the scanning application last reported, or none, into `driverName`. Any
+    /// thread.
+    void getDriverName(std::optional<std::string>& driverName) const;
+
+private:
+    using Observer = void (TgaServiceManager::*)(const platform::Notification&);
+
+    // Set-up and refresh.
+    void SM_Initialize();
+    void SM_Dealloc();
+    void SM_RegistrationAppleEvent();
+    void SM_RemoveAppleEvent();
+    void SM_RegistrationDistributedNotification();
+    void SM_RemoveDistributedNotification();
+    /// Drops every watcher, then makes one per monitor event.
+    void SM_RunMonitorFolder();
+    /// Drops every cached catalogue, so that its next use reads the files afresh.
+    void SM_RefreshDataManager();
+    void observe(const std::string& name, Observer handler);
+
+    // From a button event to the run of a project.
+    void SM_HandleScanEvent(const platform::AppleEvent& event, platform::AppleEvent& replyEvent);
+    void SM_ScannerConfirmationDidFinish(const platform::Notification& notification);
+    bool SM_CheckEventInfo(const std::optional<Dictionary>& deviceInfo,
+                           const std::optional<std::string>& scannerVersion);
+    /// The event ID of the current event's button: 200 + button for a device with job buttons, the device
+    /// table's value, or 100 + button for what the table does not map. The model ID has four hexadecimal
+    /// digits.
+    std::int32_t SM_MappingEventIDWithDevInfo(const std::optional<Dictionary>& deviceInfo,
+                                              const std::string& modelID) const;
+    /// The bits of the event status that do not number a button; 0 without a model ID.
+    std::int32_t SM_FeatureBitOfModelID(const std::optional<std::string>& modelID) const;
+    bool SM_EventAction(const std::string& eventID, const std::optional<Dictionary>& deviceInfo,
+                        const std::optional<std::string>& scannerVersion);
+    /// 375 for a driver that the maker's ID converter knows, else the version of the installed scan-settings
+    /// application, 0 without one.
+    std::int32_t SM_PeloxScanSettingVersion(const std::optional<std::string>& driverName) const;
+    /// A bundle's version with the points dropped (3.7.5 is 375); 0 when there is no such bundle.
+    std::int32_t SM_VersionWithPath(const std::string& path) const;
+    /// "L" for a local scanner with recent scan settings, else none.
+    std::optional<std::string> addressOfDriver(const std::optional<std::string>& driverName) const;
+
+    void SM_ReadDevInfFile();
+    static Dictionary SM_ConvertDevInfoDictionaryFromString(const std::string& line,
+                                                            const std::vector<std::string>& keyList);
+    const Dictionary* deviceTableRow(const std::optional<std::string>& modelName,
+                                     const std::optional<std::string>& driverKey) const;
+    Dictionary currentEventOf(const ScanEvent& event) const;
+
+    // What the other applications report.
+    void SM_ScanDidFinish(const platform::Notification& notification);
+    void SM_PeloxScanLaunchingDidFinish(const platform::Notification& notification);
+    void SM_ReplyDriverNameWithIPAddressDidFinish(const platform::Notification& notification);
+    void SM_ScanSettingsDidChange(const platform::Notification& notification);
+    void SM_MonitorFolderSettingsDidChange(const platform::Notification& notification);
+    void SM_TestScanningWillStart(const platform::Notification& notification);
+    /// 0 when the test scan's project was handed to the project manager, else -1.
+    std::int32_t SM_RunTestScan(const Dictionary& deviceInfo);
+    std::shared_ptr<TrProjectInformation>
+    testScanProject(const std::shared_ptr<TrScannerDriverInformation>& driver) const;
+
+    /// A copy of the event in progress; empty when there is none.
+    Dictionary currentEvent() const;
+
+    // Read once; none while it has not been read and when it cannot be.
+    std::optional<std::vector<Dictionary>> array_DeviceInfoList;
+    std::optional<Dictionary> dictionary_CurrentEvent; ///< guarded by mutex_
+    std::vector<std::unique_ptr<TgaSurveillant>> mutableArray_MonitorFolder;
+    std::optional<Dictionary> dictionary_TestScanInfo; ///< only while a test scan is being started
+    std::optional<std::string> string_ScannerName;     ///< guarded by mutex_
+
+    mutable std::mutex mutex_;
+    std::vector<platform::DistributedNotifications::ObserverID> observers_;
+};
+
+} // namespace trigora

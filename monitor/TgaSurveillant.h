@@ -1,0 +1,49 @@
+#pragma once
+
+#include "platform/RunLoop.h"
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace trigora {
+
+class TrMonitorEventInformation;
+
+/// Watches one folder and asks an application to open what newly appears in it.
+///
+/// Idle from its making until a successful set-up; then watching, which means that a repeating timer compares
+/// the folder's listing with the one before; stopped by `invalidateMonitorFolder` or its end. It is never
+/// started again: whoever wants to watch the folder anew makes a new watcher. Main thread only.
+class TgaSurveillant {
+public:
+    TgaSurveillant() = default;
+    ~TgaSurveillant();
+    TgaSurveillant(const TgaSurveillant&) = delete;
+    TgaSurveillant& operator=(const TgaSurveillant&) = delete;
+
+    /// Starts watching when the event names an existing folder, a period of at least one second and a bound
+    /// project whose action has an existing application. The result carries no meaning.
+    bool setupMonitorSettings(const std::shared_ptr<TrMonitorEventInformation>& monitorEvent);
+
+    /// Stops the timer; does nothing when there is none.
+    void invalidateMonitorFolder();
+
+private:
+    /// One look at the folder: what the snapshot does not hold is new.
+    void SU_CheckMonitorFolder();
+    void openNewItems(const std::vector<std::string>& newItems) const;
+
+    std::string string_MonitorPath;
+    /// Names at the last look, in ascending order of their bytes.
+    std::vector<std::string> array_FolderContents;
+    /// A path, or "Finder".
+    std::string string_LaunchApplicationPath;
+    /// Open the folder itself instead of each new item.
+    bool bool_IsOptionFolder = false;
+    /// 0 when there is none.
+    platform::RunLoop::TimerID timer_Monitor = 0;
+};
+
+} // namespace trigora
