@@ -1,0 +1,48 @@
+#pragma once
+
+#include "platform/FileSystem.h"
+
+#include <optional>
+#include <string>
+#include <vector>
+
+/// The file operations that the whole system uses. Each tests its precondition and then does its work;
+/// none reports more than "it did not work". An item is tested for existence through links, so that a link
+/// to nothing does not exist.
+namespace trigora {
+
+using platform::FileAttributes;
+using platform::FileSystemAttributes;
+
+/// None when there is no such item. Without `traverseLink` a link's own attributes are given.
+std::optional<FileAttributes> exFileAttributesAtPath(const std::string& path, bool traverseLink);
+/// Sets the attributes that are given; false when there is no such item.
+bool exChangeFileAttributes(const FileAttributes& attributes, const std::string& path);
+/// Names in ascending order of their bytes; none unless the path is a readable folder.
+std::optional<std::vector<std::string>> exDirectoryContentsAtPath(const std::string& path);
+std::optional<FileSystemAttributes> exFileSystemAttributesAtPath(const std::string& path);
+/// Where a link leads, as it is written there; none when that does not exist or the path is no link.
+std::optional<std::string> exPathContentOfSymbolicLinkAtPath(const std::string& path);
+/// Makes a link at the path; false when what it shall lead to does not exist.
+bool exCreateSymbolicLinkAtPath(const std::string& path, const std::string& pathContent);
+/// Makes a folder; false when something exists at the path already.
+bool exCreateDirectoryAtPath(const std::string& path, bool withIntermediateDirectories,
+                             const std::optional<FileAttributes>& attributes);
+/// Makes a second name (a hard link) at `toPath`.
+bool exLinkPath(const std::string& path, const std::string& toPath);
+/// Copies a file or a whole tree; an existing destination is a failure.
+bool exCopyPath(const std::string& path, const std::string& toPath);
+/// Moves a file or a whole tree; an existing destination is a failure.
+bool exMovePath(const std::string& path, const std::string& toPath);
+/// Tried whether or not anything exists at the path.
+bool exRemoveItemAtPath(const std::string& path);
+
+/// The path and those of its ancestors that do not exist, the topmost first.
+std::vector<std::string> missingFoldersOfPath(const std::string& path);
+
+/// What files that the agent writes get: owner "owner", group "group", permissions 0666.
+FileAttributes attributesOfWrittenFile();
+/// What folders that the agent makes get: owner "owner", group "group", permissions 0777.
+FileAttributes attributesOfMadeFolder();
+
+} // namespace trigora

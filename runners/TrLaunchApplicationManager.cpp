@@ -1,0 +1,1 @@
+#include "runners/TrLaunchApplicationManager.h"
