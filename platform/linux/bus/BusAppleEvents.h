@@ -1,0 +1,50 @@
+#pragma once
+
+#include "platform/AppleEvents.h"
+#include "platform/linux/bus/BusConnection.h"
+
+#include <chrono>
+#include <map>
+#include <thread>
+#include <utility>
+
+namespace trigora::platform {
+
+/// Apple Events as method calls on the session bus. Events for this program arrive on the main connection;
+/// an event that nobody handles is answered with an error.
+///
+/// Made and destroyed on the main thread, within the life of the connection; handlers are set and removed
+/// there, too.
+class BusAppleEvents final : public AppleEvents {
+public:
+    static constexpr std::chrono::milliseconds defaultTimeOut = std::chrono::seconds(60);
+
+    explicit BusAppleEvents(BusConnection& connection, std::chrono::milliseconds timeOut = defaultTimeOut);
+    BusAppleEvents(const BusAppleEvents&) = delete;
+    BusAppleEvents& operator=(const BusAppleEvents&) = delete;
+    ~BusAppleEvents() override;
+
+    void setEventHandler(std::uint32_t eventClass, std::uint32_t eventID, Handler handler) override;
+    void removeEventHandler(std::uint32_t eventClass, std::uint32_t eventID) override;
+    /// 0 means that the target was on the bus and the event was handed to the bus whole.
+    std::int32_t sendWithoutReply(const AppleEventTarget& target, const AppleEvent& event) override;
+    /// An event that the main thread sends to this very program is handled inside the call.
+    AppleEventReply sendWaitingForReply(const AppleEventTarget& target, const AppleEvent& event) override;
+
+private:
+    static int sendCalled(sd_bus_message* message, void* appleEvents, sd_bus_error* error);
+
+    /// False when there is no handler, or when it failed.
+    bool handle(const AppleEvent& event, AppleEvent& reply) const;
+    /// The unique name of the target; none when it is not on the bus, for a process that started less than
+    /// the time-out ago also not until then.
+    std::optional<std::string> ownerOnceLaunched(const AppleEventTarget& target);
+
+    BusConnection& connection_;
+    const std::chrono::milliseconds timeOut_;
+    const std::thread::id mainThread_;
+    BusSlotPointer object_;
+    std::map<std::pair<std::uint32_t, std::uint32_t>, Handler> handlers_;
+};
+
+} // namespace trigora::platform
