@@ -1,6 +1,5 @@
 #pragma once
 
-#include <optional>
 #include <string>
 
 namespace trigora {
@@ -8,6 +7,6 @@ namespace trigora {
 /// The name that a project's file and folder get from the project's name, without extension. A project's
 /// name is free text, so what would lead out of its folder is replaced: "/" becomes ":", and an empty name,
 /// "." and ".." get an underscore in front.
-std::string projectFileName(const std::optional<std::string>& projectName);
+std::string projectFileName(const std::string& projectName);
 
 } // namespace trigora

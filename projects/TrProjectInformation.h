@@ -6,7 +6,6 @@
 #include <memory>
 #include <optional>
 #include <string>
-#include <string_view>
 
 namespace trigora {
 
@@ -126,18 +125,18 @@ public:
     void setTiffCompressionAtScanSettings(std::int64_t tiffCompression);
     std::optional<std::int64_t> tiffCompressionFromScanSettings() const;
     /// The folder to save into.
-    void setFolderPathAtScanSettings(std::optional<std::string> folderPath);
+    void setFolderPathAtScanSettings(const std::optional<std::string>& folderPath);
     std::optional<std::string> folderPathFromScanSettings() const;
     /// The beginning of the scanned files' names.
-    void setPrefixAtScanSettings(std::optional<std::string> prefix);
+    void setPrefixAtScanSettings(const std::optional<std::string>& prefix);
     std::optional<std::string> prefixFromScanSettings() const;
     void setStartNumberAtScanSettings(std::int64_t startNumber);
     std::optional<std::int64_t> startNumberFromScanSettings() const;
-    void setPdfCompressionAtScanSettings(std::optional<std::string> pdfCompression);
+    void setPdfCompressionAtScanSettings(const std::optional<std::string>& pdfCompression);
     std::optional<std::string> pdfCompressionFromScanSettings() const;
-    void setPdfSettingFolderAtScanSettings(std::optional<std::string> pdfSettingFolder);
+    void setPdfSettingFolderAtScanSettings(const std::optional<std::string>& pdfSettingFolder);
     std::optional<std::string> pdfSettingFolderFromScanSettings() const;
-    void setDriverNameAtScanSettings(std::optional<std::string> driverName);
+    void setDriverNameAtScanSettings(const std::optional<std::string>& driverName);
     std::optional<std::string> driverNameFromScanSettings() const;
     /// Whether the driver shows its own dialog.
     void setTwainUIAtScanSettings(bool isTwainUI);
@@ -149,15 +148,19 @@ public:
     std::optional<std::string> projectIDFromScanSettings() const;
     void setExtFeatureBitAtScanSettings(Value extFeatureBit);
     std::optional<Value> extFeatureBitFromScanSettings() const;
-    void setIPAddressAtScanSettings(std::optional<std::string> ipAddress);
+    void setIPAddressAtScanSettings(const std::optional<std::string>& ipAddress);
     std::optional<std::string> ipAddressFromScanSettings() const;
 
 private:
     TrProjectInformation(const TrProjectInformation&) = default;
 
     void PI_ReadProjectInformationWithPath(const std::string& path);
-    void readActionInformation();
-    void readScanSettings();
+    void readTexts();
+    void readAction(const std::string& actionID);
+    void readUserApplicationAction();
+    /// `storedPath` is what the project file says, none when it says nothing.
+    void readScanSettings(const std::optional<std::string>& storedPath);
+    std::optional<std::string> formerScanSettingsPath() const;
     /// The path of the installed action file with that ID; none when there is none.
     static std::optional<std::string> PI_AdiPathWithActionID(const std::string& actionID);
     void PI_WriteProjectFile() const;
@@ -169,13 +172,13 @@ private:
     void PI_SetDefaultScanSettings();
     void setDefaultPdfSettings();
     void setScanToEmailSettings();
-    void PI_SetProjectIDAtScanSettings(std::optional<std::string> projectID);
-    void storeAtScanSettings(std::string_view key, Value value);
-    void storeTextAtScanSettings(std::string_view key, std::optional<std::string> text);
+    void PI_SetProjectIDAtScanSettings(const std::optional<std::string>& projectID);
+    /// Nothing removes the entry.
+    void storeAtScanSettings(const std::string& key, Value value);
 
     std::optional<std::string> PI_MenuDescription() const;
     std::optional<std::string> PI_ActionDescription() const;
-    std::optional<std::string> scanDescription() const;
+    std::string scanDescription() const;
 
     std::int32_t projectNumber() const;
     std::uint32_t featureKillMask() const;

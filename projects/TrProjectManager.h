@@ -48,7 +48,6 @@ public:
     TrProjectManager();
     TrProjectManager(const TrProjectManager&) = delete;
     TrProjectManager& operator=(const TrProjectManager&) = delete;
-    ~TrProjectManager();
 
     // Lists, sorted by ID where not said otherwise.
 
@@ -109,13 +108,16 @@ public:
 private:
     void PM_ReadPredefinedProjectFile();
     void PM_ReadMonitorFolderProject();
-    ProjectList PM_ReadCustomProjectFile(const std::string& folder) const;
+    /// Keeps the projects of the folder under its path.
+    void PM_ReadCustomProjectFile(const std::string& folder);
     static void PM_ConvertPredefinedProjectName(const std::string& folder);
     static void PM_DeleteProjectFile(const ProjectList& oldList, const ProjectList& existenceList);
     static bool PM_ProjectIDSort(const std::shared_ptr<TrProjectInformation>& left,
                                  const std::shared_ptr<TrProjectInformation>& right);
+    static void sortByID(ProjectList& list);
     /// The project that stands for doing nothing; made on first use.
     const std::shared_ptr<TrProjectInformation>& noActionProject();
+    static std::string noActionTitle();
 
     static ProjectList PM_SupportProject(const ProjectList& list,
                                          const std::shared_ptr<TrEventInformation>& eventInformation);
