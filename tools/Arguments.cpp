@@ -1,0 +1,87 @@
+#include "tools/Arguments.h"
+
+#include <algorithm>
+#include <charconv>
+
+namespace trigora::tools {
+
+namespace {
+
+std::optional<std::int64_t> number(std::string_view text) {
+    const bool hexadecimal = text.starts_with("0x") || text.starts_with("0X");
+    if (hexadecimal) {
+        text.remove_prefix(2);
+    }
+    std::int64_t value = 0;
+    const char* end = text.data() + text.size();
+    const auto [stopped, error] = std::from_chars(text.data(), end, value, hexadecimal ? 16 : 10);
+    if (error != std::errc() || stopped != end || (hexadecimal && value < 0)) {
+        return std::nullopt;
+    }
+    return value;
+}
+
+} // namespace
+
+std::variant<Arguments, UsageError> Arguments::parse(std::span<const Option> options,
+                                                     std::span<const std::string> words) {
+    Arguments arguments;
+    bool optionsEnded = false;
+    for (std::size_t i = 0; i < words.size(); ++i) {
+        const std::string_view word = words[i];
+        if (optionsEnded || !word.starts_with("--")) {
+            arguments.operands_.emplace_back(word);
+            continue;
+        }
+        if (word == "--") {
+            optionsEnded = true;
+            continue;
+        }
+        const std::size_t equals = word.find('=');
+        const std::string name(word.substr(2, equals == std::string_view::npos ? equals : equals - 2));
+        const auto option = std::ranges::find(options, name, &Option::name);
+        if (option == options.end()) {
+            return UsageError{"there is no option --" + name};
+        }
+        const bool hasValue = equals != std::string_view::npos;
+        if (option->value.empty()) {
+            if (hasValue) {
+                return UsageError{"--" + name + " takes no value"};
+            }
+            arguments.values_[name];
+        } else if (hasValue) {
+            arguments.values_[name] = word.substr(equals + 1);
+        } else if (i + 1 < words.size()) {
+            arguments.values_[name] = words[++i];
+        } else {
+            return UsageError{"--" + name + " needs a value"};
+        }
+    }
+    for (const Option& option : options) {
+        if (option.required && !arguments.has(option.name)) {
+            return UsageError{"--" + std::string(option.name) + " is needed"};
+        }
+    }
+    return arguments;
+}
+
+std::optional<std::string> Arguments::text(std::string_view option) const {
+    const auto found = values_.find(option);
+    return found == values_.end() ? std::nullopt : std::optional(found->second);
+}
+
+std::variant<std::int64_t, UsageError> Arguments::integer(std::string_view option, std::int64_t byDefault,
+                                                          std::int64_t least, std::int64_t most) const {
+    const std::optional<std::string> given = text(option);
+    if (!given) {
+        return byDefault;
+    }
+    const std::optional<std::int64_t> value = number(*given);
+    if (!value || *value < least || *value > most) {
+        return UsageError{"--" + std::string(option) + " must be a number from " + std::to_string(least) +
+                          " to " + std::to_string(most)};
+    }
+    return *value;
+}
+
+} // namespace trigora::tools

@@ -1,0 +1,48 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <variant>
+#include <vector>
+
+namespace trigora::tools {
+
+/// One "--name" of a command.
+struct Option {
+    std::string_view name;  ///< without the dashes
+    std::string_view value; ///< what the help calls its value, e.g. "SECONDS"; empty for a switch
+    std::string_view help;
+    bool required = false;
+};
+
+/// What is wrong with a command line, in a sentence for the user.
+struct UsageError {
+    std::string sentence;
+};
+
+/// A command's arguments after its name. Options are written "--name value" or "--name=value"; "--" ends
+/// them; everything else is an operand.
+class Arguments {
+public:
+    static std::variant<Arguments, UsageError> parse(std::span<const Option> options,
+                                                     std::span<const std::string> words);
+
+    bool has(std::string_view option) const { return values_.contains(option); }
+    /// None when the option was not given.
+    std::optional<std::string> text(std::string_view option) const;
+    /// The whole text as a decimal or "0x" number; an error when it is none or outside the range. An option
+    /// that was not given reads as the default.
+    std::variant<std::int64_t, UsageError> integer(std::string_view option, std::int64_t byDefault,
+                                                   std::int64_t least, std::int64_t most) const;
+    const std::vector<std::string>& operands() const { return operands_; }
+
+private:
+    std::map<std::string, std::string, std::less<>> values_;
+    std::vector<std::string> operands_;
+};
+
+} // namespace trigora::tools

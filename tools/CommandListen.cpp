@@ -1,0 +1,161 @@
+#include "tools/CommandListen.h"
+
+#include "platform/linux/LinuxFormats.h"
+#include "platform/linux/bus/BusNames.h"
+#include "platform/linux/bus/BusValue.h"
+#include "tools/SessionBus.h"
+
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <cstring>
+
+namespace trigora::tools {
+
+namespace {
+
+using namespace platform;
+using SteadyClock = std::chrono::steady_clock;
+
+constexpr std::int64_t longestTimeOutSeconds = 86400;
+constexpr std::array listenOptions{
+    Option{"json", "", "one JSON object per line"},
+    Option{"until", "NAME", "stop after a notification of this name"},
+    Option{"timeout", "SECONDS", "stop after so many seconds; a failure when --until is still waited for"},
+};
+
+std::optional<HeardNotification> read(sd_bus_message* message) {
+    const char* name = nullptr;
+    int immediately = 0;
+    if (sd_bus_message_has_signature(message, bus::postedSignature) <= 0 ||
+        sd_bus_message_read(message, "sb", &name, &immediately) < 0) {
+        return std::nullopt;
+    }
+    return HeardNotification{name, immediately != 0, bus::readDictionary(message).value_or(Dictionary{})};
+}
+
+/// Prints what is posted until it is told to stop.
+class Listener {
+public:
+    Listener(const Arguments& arguments, std::ostream& out)
+        : json_(arguments.has("json")), until_(arguments.text("until")), out_(out) {}
+
+    /// Negative when the bus refuses.
+    int start(sd_bus* bus) {
+        const std::string match = std::string("type='signal',member='") + bus::postedSignal +
+                                  "',interface='" + bus::notificationsInterface + "'";
+        return sd_bus_add_match(bus, nullptr, match.c_str(), heard, this);
+    }
+    bool isOver() const { return over_; }
+    bool isWaitingForAName() const { return until_.has_value(); }
+
+private:
+    static int heard(sd_bus_message* message, void* listener, sd_bus_error* /*error*/) {
+        static_cast<Listener*>(listener)->print(message);
+        return 0;
+    }
+
+    void print(sd_bus_message* message) {
+        const std::optional<HeardNotification> notification = read(message);
+        if (!notification || over_) {
+            return;
+        }
+        out_ << (json_ ? asJson(*notification) : asText(*notification)) << std::endl;
+        over_ = !out_ || notification->name == until_;
+    }
+
+    bool json_;
+    std::optional<std::string> until_;
+    std::ostream& out_;
+    bool over_ = false;
+};
+
+/// Negative when the bus is lost; 0 when the time is up; 1 when the listener is done.
+int listenUntilOver(sd_bus* bus, Listener& listener, std::optional<SteadyClock::time_point> deadline) {
+    while (!listener.isOver()) {
+        const int processed = sd_bus_process(bus, nullptr);
+        if (processed != 0) {
+            if (processed < 0) {
+                return processed;
+            }
+            continue;
+        }
+        std::uint64_t wait = UINT64_MAX;
+        if (deadline) {
+            const auto left = *deadline - SteadyClock::now();
+            if (left <= SteadyClock::duration::zero()) {
+                return 0;
+            }
+            const auto microseconds = std::chrono::duration_cast<std::chrono::microseconds>(left).count();
+            wait = static_cast<std::uint64_t>(microseconds) + 1;
+        }
+        const int waited = sd_bus_wait(bus, wait);
+        if (waited < 0 && waited != -EINTR) {
+            return waited;
+        }
+    }
+    return 1;
+}
+
+ExitCode listen(const Arguments& arguments, std::ostream& out, std::ostream& err) {
+    const auto seconds = arguments.integer("timeout", 0, 1, longestTimeOutSeconds);
+    if (const auto* error = std::get_if<UsageError>(&seconds)) {
+        return complain(err, *error);
+    }
+    std::string error;
+    const std::optional<SessionBus> bus = SessionBus::open(error);
+    if (!bus) {
+        err << "trigoractl: " << error << '\n';
+        return unreachable;
+    }
+    std::optional<SteadyClock::time_point> deadline;
+    if (arguments.has("timeout")) {
+        deadline = SteadyClock::now() + std::chrono::seconds(std::get<std::int64_t>(seconds));
+    }
+    Listener listener(arguments, out);
+    int result = listener.start(bus->get());
+    if (result >= 0) {
+        result = listenUntilOver(bus->get(), listener, deadline);
+    }
+    if (result < 0) {
+        err << "trigoractl: the session bus was lost: " << std::strerror(-result) << '\n';
+        return unreachable;
+    }
+    if (result == 0 && listener.isWaitingForAName()) {
+        err << "trigoractl: " << *arguments.text("until") << " was not posted in time\n";
+        return failed;
+    }
+    return done;
+}
+
+std::string withoutControlCharacters(std::string text) {
+    std::ranges::replace_if(
+        text, [](unsigned char byte) { return byte < 0x20 || byte == 0x7F; }, '?');
+    return text;
+}
+
+} // namespace
+
+std::string asText(const HeardNotification& notification) {
+    std::string line = notification.name;
+    if (!notification.userInfo.empty()) {
+        line += ' ' + Value(notification.userInfo).description();
+    }
+    return withoutControlCharacters(std::move(line));
+}
+
+std::string asJson(const HeardNotification& notification) {
+    return LinuxJson().write(Value(Dictionary{{"name", notification.name},
+                                              {"deliverImmediately", notification.deliverImmediately},
+                                              {"userInfo", notification.userInfo}}));
+}
+
+Command listenCommand() {
+    return {.name = "listen",
+            .operands = "",
+            .summary = "Prints the notifications of this session as they are posted.",
+            .options = listenOptions,
+            .run = listen};
+}
+
+} // namespace trigora::tools

@@ -1,0 +1,84 @@
+#include "tools/CommandPress.h"
+
+#include "agent/ScanEventRecord.h"
+#include "platform/Text.h"
+#include "tools/SessionBus.h"
+
+#include <algorithm>
+#include <array>
+#include <bit>
+#include <limits>
+
+namespace trigora::tools {
+
+namespace {
+
+constexpr std::array pressOptions{
+    Option{"driver", "NAME", "driver name of the scanner, e.g. \"SANE Test Scanner\"", true},
+    Option{"model", "NAME", "model name that the scanner reports (default: the driver name)"},
+    Option{"button", "N", "number of the button, with feature bits if there are any", true},
+};
+
+std::array<std::uint8_t, 4> bigEndian(std::uint32_t value) {
+    return {static_cast<std::uint8_t>(value >> 24U), static_cast<std::uint8_t>(value >> 16U),
+            static_cast<std::uint8_t>(value >> 8U), static_cast<std::uint8_t>(value)};
+}
+
+std::uint8_t putName(std::array<std::uint8_t, longestScannerName>& field, const std::string& name) {
+    const std::size_t length = std::min(name.size(), field.size());
+    std::copy_n(name.begin(), length, field.begin());
+    return static_cast<std::uint8_t>(length);
+}
+
+ExitCode press(const Arguments& arguments, std::ostream& out, std::ostream& err) {
+    const std::string driver = arguments.text("driver").value_or("");
+    const std::string model = arguments.text("model").value_or(driver);
+    const auto button = arguments.integer("button", 0, 0, std::numeric_limits<std::uint32_t>::max());
+    if (const auto* error = std::get_if<UsageError>(&button)) {
+        return complain(err, *error);
+    }
+    if (driver.empty() || driver.size() > longestScannerName || model.size() > longestScannerName) {
+        return complain(err, {"a driver or model name has 1 to 32 bytes"});
+    }
+    std::string error;
+    const std::optional<SessionBus> bus = SessionBus::open(error);
+    if (!bus) {
+        err << "trigoractl: " << error << '\n';
+        return unreachable;
+    }
+    const auto status = static_cast<std::uint32_t>(std::get<std::int64_t>(button));
+    const SessionBus::Delivery delivery = bus->sendToAgent(scanButtonEvent(driver, model, status), error);
+    if (delivery != SessionBus::Delivery::handled) {
+        err << "trigoractl: " << error << '\n';
+        return delivery == SessionBus::Delivery::agentMissing ? unreachable : failed;
+    }
+    out << "Button " << status << " of " << driver << " was pressed.\n";
+    return done;
+}
+
+} // namespace
+
+platform::AppleEvent scanButtonEvent(const std::string& driver, const std::string& model,
+                                     std::uint32_t eventStatus) {
+    ScanEventRecord record{};
+    record.modelNameLength = putName(record.modelName, model);
+    record.driverNameLength = putName(record.driverName, driver);
+    record.eventStatus = bigEndian(eventStatus);
+    const auto bytes = std::bit_cast<std::array<std::uint8_t, sizeof(ScanEventRecord)>>(record);
+    return {.eventClass = platform::fourCharCode("PLsc"),
+            .eventID = platform::fourCharCode("OPtw"),
+            .parameters = {{.keyword = platform::fourCharCode("----"),
+                            .type = platform::fourCharCode("****"),
+                            .bytes = Data(bytes.begin(), bytes.end())}}};
+}
+
+Command pressCommand() {
+    return {.name = "press",
+            .operands = "",
+            .summary =
+                "Tells the agent that a button of a scanner was pressed, as the scanner's driver would.",
+            .options = pressOptions,
+            .run = press};
+}
+
+} // namespace trigora::tools

@@ -1,0 +1,14 @@
+#include "tools/Command.h"
+#include "tools/CommandListen.h"
+#include "tools/CommandPress.h"
+
+#include <array>
+
+namespace trigora::tools {
+
+std::span<const Command> commands() {
+    static const std::array all{pressCommand(), listenCommand()};
+    return all;
+}
+
+} // namespace trigora::tools

@@ -1,0 +1,33 @@
+#pragma once
+
+#include "platform/AppleEvents.h"
+#include "platform/linux/bus/SystemdPointers.h"
+
+#include <optional>
+#include <string>
+
+namespace trigora::tools {
+
+/// A connection of the tool's own to the session bus, for talking to the agent by its name.
+class SessionBus {
+public:
+    /// None when there is no bus; the error then says why.
+    static std::optional<SessionBus> open(std::string& error);
+
+    sd_bus* get() const { return bus_.get(); }
+
+    enum class Delivery {
+        handled,
+        agentMissing, ///< nobody owns the agent's name
+        refused,      ///< the agent has no handler, or it failed
+    };
+    /// Sends an event to the agent and waits until it has been handled; the error says more than the result.
+    Delivery sendToAgent(const platform::AppleEvent& event, std::string& error) const;
+
+private:
+    explicit SessionBus(platform::BusPointer bus) : bus_(std::move(bus)) {}
+
+    platform::BusPointer bus_;
+};
+
+} // namespace trigora::tools
