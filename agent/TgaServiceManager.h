@@ -78,6 +78,9 @@ private:
     // From a button event to the run of a project.
     void SM_HandleScanEvent(const platform::AppleEvent& event, platform::AppleEvent& replyEvent);
     void SM_ScannerConfirmationDidFinish(const platform::Notification& notification);
+    /// The event's project was started, now that the scanner is confirmed.
+    bool confirmAction(const Dictionary& userInfo);
+    /// Whether a project was started; says so to the user when the button is not supported.
     bool SM_CheckEventInfo(const std::optional<Dictionary>& deviceInfo,
                            const std::optional<std::string>& scannerVersion);
     /// The event ID of the current event's button: 200 + button for a device with job buttons, the device
@@ -89,6 +92,12 @@ private:
     std::int32_t SM_FeatureBitOfModelID(const std::optional<std::string>& modelID) const;
     bool SM_EventAction(const std::string& eventID, const std::optional<Dictionary>& deviceInfo,
                         const std::optional<std::string>& scannerVersion);
+    static std::shared_ptr<TrScannerDriverInformation>
+    driverOfEvent(const std::string& driverName, const std::optional<Dictionary>& deviceInfo,
+                  const std::optional<std::string>& scannerVersion);
+    /// The project bound to the event for this driver; none when there is none or it is not available.
+    static std::shared_ptr<TrProjectInformation>
+    projectOfEvent(const std::string& eventID, const std::shared_ptr<TrScannerDriverInformation>& driver);
     /// 375 for a driver that the maker's ID converter knows, else the version of the installed scan-settings
     /// application, 0 without one.
     std::int32_t SM_PeloxScanSettingVersion(const std::optional<std::string>& driverName) const;
@@ -113,8 +122,8 @@ private:
     void SM_TestScanningWillStart(const platform::Notification& notification);
     /// 0 when the test scan's project was handed to the project manager, else -1.
     std::int32_t SM_RunTestScan(const Dictionary& deviceInfo);
-    std::shared_ptr<TrProjectInformation>
-    testScanProject(const std::shared_ptr<TrScannerDriverInformation>& driver) const;
+    /// The project of the test scan with the scan settings that came with it; null when either is missing.
+    std::shared_ptr<TrProjectInformation> testScanProject(const std::optional<std::string>& driverName) const;
 
     /// A copy of the event in progress; empty when there is none.
     Dictionary currentEvent() const;

@@ -33,7 +33,7 @@ public:
 private:
     /// One look at the folder: what the snapshot does not hold is new.
     void SU_CheckMonitorFolder();
-    void openNewItems(const std::vector<std::string>& newItems) const;
+    void openItems(const std::vector<std::string>& names) const;
 
     std::string string_MonitorPath;
     /// Names at the last look, in ascending order of their bytes.

@@ -1,0 +1,36 @@
+#include "agent/ScanEventRecord.h"
+
+#include "files/StringHelpers.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace trigora {
+
+namespace {
+
+std::uint32_t bigEndian(const std::array<std::uint8_t, 4>& bytes) {
+    return (std::uint32_t{bytes[0]} << 24) | (std::uint32_t{bytes[1]} << 16) |
+           (std::uint32_t{bytes[2]} << 8) | std::uint32_t{bytes[3]};
+}
+
+std::optional<std::string> nameIn(const std::array<std::uint8_t, 32>& field, std::uint8_t length) {
+    std::array<char, 32> bytes{};
+    std::memcpy(bytes.data(), field.data(), field.size());
+    return exStringWithCString(bytes.data(), std::min<std::size_t>(length, bytes.size()),
+                               platform::Encoding::utf8);
+}
+
+} // namespace
+
+std::optional<ScanEvent> decodeScanEvent(const Data& bytes) {
+    ScanEventRecord record{};
+    if (bytes.size() < sizeof record) {
+        return std::nullopt;
+    }
+    std::memcpy(&record, bytes.data(), sizeof record);
+    return ScanEvent{bigEndian(record.initiator), nameIn(record.modelName, record.modelNameLength),
+                     nameIn(record.driverName, record.driverNameLength), bigEndian(record.eventStatus)};
+}
+
+} // namespace trigora
