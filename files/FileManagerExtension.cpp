@@ -1,1 +1,105 @@
 #include "files/FileManagerExtension.h"
+
+#include "platform/Desktop.h"
+#include "platform/Platform.h"
+#include "platform/Text.h"
+
+#include <algorithm>
+
+namespace trigora {
+
+namespace {
+
+platform::FileSystem& fileSystem() { return platform::current().fileSystem; }
+platform::FileMetadata& metadata() { return platform::current().fileMetadata; }
+
+/// Systems from 10.5 on make intermediate folders by themselves.
+bool isNewSystem() { return platform::current().systemInformation.systemVersion() >= 0x1050; }
+
+FileAttributes sharedWith(std::uint32_t permissions) {
+    FileAttributes attributes;
+    attributes.ownerAccountName = "owner";
+    attributes.groupOwnerAccountName = "group";
+    attributes.posixPermissions = permissions;
+    return attributes;
+}
+
+/// Makes the missing folders one at a time; the result is that of the last one.
+bool createFolderByFolder(const std::string& path, const std::optional<FileAttributes>& attributes) {
+    bool made = false;
+    for (const std::string& folder : missingFoldersOfPath(path)) {
+        made = fileSystem().createDirectory(folder, false, attributes);
+    }
+    return made;
+}
+
+} // namespace
+
+std::optional<FileAttributes> exFileAttributesAtPath(const std::string& path, bool traverseLink) {
+    return fileSystem().exists(path) ? metadata().attributes(path, traverseLink) : std::nullopt;
+}
+
+bool exChangeFileAttributes(const FileAttributes& attributes, const std::string& path) {
+    return fileSystem().exists(path) && metadata().setAttributes(path, attributes);
+}
+
+std::optional<std::vector<std::string>> exDirectoryContentsAtPath(const std::string& path) {
+    return fileSystem().isDirectory(path) ? fileSystem().contentsOfDirectory(path) : std::nullopt;
+}
+
+std::optional<FileSystemAttributes> exFileSystemAttributesAtPath(const std::string& path) {
+    return fileSystem().exists(path) ? metadata().fileSystemAttributes(path) : std::nullopt;
+}
+
+std::optional<std::string> exPathContentOfSymbolicLinkAtPath(const std::string& path) {
+    return fileSystem().exists(path) ? metadata().destinationOfSymbolicLink(path) : std::nullopt;
+}
+
+bool exCreateSymbolicLinkAtPath(const std::string& path, const std::string& pathContent) {
+    return fileSystem().exists(pathContent) && metadata().createSymbolicLink(path, pathContent);
+}
+
+bool exCreateDirectoryAtPath(const std::string& path, bool withIntermediateDirectories,
+                             const std::optional<FileAttributes>& attributes) {
+    if (fileSystem().exists(path)) {
+        return false;
+    }
+    if (withIntermediateDirectories && !isNewSystem()) {
+        return createFolderByFolder(path, attributes);
+    }
+    return fileSystem().createDirectory(path, withIntermediateDirectories, attributes);
+}
+
+bool exLinkPath(const std::string& path, const std::string& toPath) {
+    return fileSystem().exists(path) && metadata().linkItem(path, toPath);
+}
+
+bool exCopyPath(const std::string& path, const std::string& toPath) {
+    return fileSystem().exists(path) && fileSystem().copyItem(path, toPath);
+}
+
+bool exMovePath(const std::string& path, const std::string& toPath) {
+    return fileSystem().exists(path) && fileSystem().moveItem(path, toPath);
+}
+
+bool exRemoveItemAtPath(const std::string& path) { return fileSystem().removeItem(path); }
+
+std::vector<std::string> missingFoldersOfPath(const std::string& path) {
+    std::vector<std::string> missing;
+    for (std::string folder = path; !folder.empty() && !fileSystem().exists(folder);) {
+        missing.push_back(folder);
+        std::string parent = platform::deletingLastPathComponent(folder);
+        if (parent == folder) {
+            break; // the root itself, were it ever missing
+        }
+        folder = std::move(parent);
+    }
+    std::reverse(missing.begin(), missing.end());
+    return missing;
+}
+
+FileAttributes attributesOfWrittenFile() { return sharedWith(0666); }
+
+FileAttributes attributesOfMadeFolder() { return sharedWith(0777); }
+
+} // namespace trigora

@@ -3,9 +3,9 @@
 #include <optional>
 #include <string>
 
-/// Where the installed and the per-user files lie that `TrFilePathUtility` does not know: the one place
-/// that spells such paths. Per-user paths come with the home folder filled in. Nothing here touches the
-/// disk.
+/// Where the installed and the per-user files lie. Together with `TrFilePathUtility`, which builds its
+/// answers from here, this is the one place that spells such paths. Per-user paths come with the home folder
+/// filled in. Nothing here touches the disk. Any thread.
 namespace trigora::paths {
 
 // The product's own resources.
@@ -68,6 +68,8 @@ std::string scriptProgram();
 
 // The user's settings. A model ID is written into the path as it is given.
 
+/// "~/Library/Preferences"
+std::string preferencesFolder();
 /// "~/Library/Preferences/PELOX/Trigora"
 std::string userFolder();
 std::string settingsFolder();
@@ -80,6 +82,8 @@ std::string watchedFolderSettingsFile();
 /// An earlier version kept each watched folder in a file of its own: 1, 2 or 3.
 std::string formerWatchedFolderSettingsFile(int number);
 std::string formerWatchedFolderBindingsFile();
+/// The agent's temporary files.
+std::string temporaryFolder();
 /// Emptied whenever the events are read.
 std::string loginScratchFolder();
 

@@ -10,8 +10,8 @@ namespace trigora {
 /// Values by key, as a definition file or one section of an INI file holds them.
 using KeyedText = std::map<std::string, std::string, std::less<>>;
 
-/// The entries of all lines that hold exactly one "=": what stands before it is the key, what stands after
-/// it the value, blanks included. Of several entries of one key the last one counts.
-KeyedText keyedTextWithString(std::string_view text);
+/// Adds an entry for every line that holds exactly one "=": what stands before it is the key, what stands
+/// after it the value, blanks included. Of several entries of one key the last one counts.
+void addKeyedText(KeyedText& entries, std::string_view text);
 
 } // namespace trigora

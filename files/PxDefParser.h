@@ -2,7 +2,6 @@
 
 #include "files/KeyedText.h"
 #include "platform/Platform.h"
-#include "platform/SharedInstances.h"
 
 #include <map>
 #include <memory>
@@ -27,9 +26,11 @@ public:
     void removeAllItems();
 
 private:
-    static std::optional<KeyedText> DP_ReadDefFileWithPath(const std::string& path);
     /// The cached file, which is read first if need be; null for one that gives nothing.
     const KeyedText* fileAtPath(const std::string& path);
+    static std::optional<KeyedText> DP_ReadDefFileWithPath(const std::string& path);
+    /// Adds the entries that the text of a file holds.
+    static void DP_SetObjectAndKeys(KeyedText& keys, const std::string& defString);
 
     std::map<std::string, KeyedText> mutableDictionary_DefFileMap; ///< by path
 };
