@@ -92,9 +92,10 @@ private:
     };
 
     void EI_ReadEventFile(const std::string& path);
-    void readShow(const std::optional<std::string>& show);
+    void readShow(const std::string& show);
     Resources chooseResources() const;
-    std::string resourceFolderOfMappedEvent(const TrScannerDriverInformation& driver) const;
+    std::string numberedResourceFolder(const std::string& normalFolder, std::int32_t numberOfButton) const;
+    std::string folderBesideEventFile(const std::string& name) const;
     void readTexts(const std::string& resourceFolder);
     void readProjects();
     void readAcceptableProjectTypes();
