@@ -23,7 +23,9 @@ enum {
 };
 
 typedef struct UsbPanelScanJobInfo {
-    uint8_t reserved[136];    /* not read by the agent */
+    uint8_t reserved1[98];    /* not read by the agent */
+    char hardwareAddress[12]; /* 12 hexadecimal characters, never terminated */
+    uint8_t reserved2[26];
     int32_t jobIndex;         /* in the list as it was sent, from 0 */
     uint32_t capabilityFlags; /* the agent may clear the bit of the office formats */
     int32_t command;
@@ -42,6 +44,7 @@ typedef void StartEventFunction(uint32_t productID, uint32_t reserved, UsbEventC
                                 void* context);
 
 TRIGORA_STATIC_ASSERT(sizeof(UsbPanelScanJobInfo) == 164, "size");
+TRIGORA_STATIC_ASSERT(offsetof(UsbPanelScanJobInfo, hardwareAddress) == 98, "offset");
 TRIGORA_STATIC_ASSERT(offsetof(UsbPanelScanJobInfo, jobIndex) == 136, "offset");
 TRIGORA_STATIC_ASSERT(offsetof(UsbPanelScanJobInfo, capabilityFlags) == 140, "offset");
 TRIGORA_STATIC_ASSERT(offsetof(UsbPanelScanJobInfo, command) == 144, "offset");

@@ -22,7 +22,8 @@ public:
                                                     const std::string& type) const = 0;
     /// Loads the executable as a module; true when it is loaded afterwards.
     virtual bool loadExecutable() = 0;
-    /// The module is taken out of memory when its last bundle object has unloaded it or is destroyed.
+    /// Takes the module out of memory. Without it, loaded code stays, also when its bundle objects are
+    /// gone: threads of the module may still run, and its state outlives one use.
     virtual void unloadExecutable() = 0;
     /// Address of an exported function, loading the executable first if need be; null when missing.
     virtual void* functionPointer(const std::string& name) = 0;

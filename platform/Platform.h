@@ -17,6 +17,7 @@ class Folders;
 class IDConverter;
 class Images;
 class Json;
+class LowMemory;
 class MessageDigest;
 class Processes;
 class PropertyLists;
@@ -52,6 +53,7 @@ struct Platform {
     StringTable& stringTable;
     Console& console;
     IDConverter& idConverter;
+    LowMemory& lowMemory;
     SharedInstances& sharedInstances;
 };
 

@@ -210,14 +210,14 @@ std::optional<std::string> TestFolders::documents() {
 
 PlatformTest::PlatformTest()
     : root_(folder_.path() + "/root"),
-      home(folder_.path() + "/home"), platform_{loop,           clock,           notifications,
-                                                appleEvents,    processes,       workspace,
-                                                bundles_,       fileSystem_,     fileContents_,
-                                                fileMetadata_,  folders_,        textEncodings_,
-                                                propertyLists_, json_,           messageDigest_,
-                                                images_,        userDefaults,    systemInformation,
-                                                alertPanel,     stringTable,     console,
-                                                idConverter,    sharedInstances_} {
+      home(folder_.path() + "/home"), platform_{loop,           clock,        notifications,
+                                                appleEvents,    processes,    workspace,
+                                                bundles_,       fileSystem_,  fileContents_,
+                                                fileMetadata_,  folders_,     textEncodings_,
+                                                propertyLists_, json_,        messageDigest_,
+                                                images_,        userDefaults, systemInformation,
+                                                alertPanel,     stringTable,  console,
+                                                idConverter,    lowMemory_,   sharedInstances_} {
     std::filesystem::create_directories(root_.path());
     std::filesystem::create_directories(home);
     platform::install(&platform_);

@@ -4,6 +4,7 @@
 #include "platform/linux/LinuxBundles.h"
 #include "platform/linux/LinuxFiles.h"
 #include "platform/linux/LinuxFormats.h"
+#include "platform/linux/LinuxLowMemory.h"
 #include "tests/fakes/Fakes.h"
 
 #include <gtest/gtest.h>
@@ -95,6 +96,7 @@ private:
     platform::LinuxMessageDigest messageDigest_;
     platform::PngImages images_{fileContents_};
     platform::LinuxBundles bundles_{root_, fileSystem_, propertyLists_, agentBundlePath};
+    platform::LinuxLowMemory lowMemory_;
     platform::SharedInstances sharedInstances_;
     platform::Platform platform_;
 };

@@ -1,0 +1,40 @@
+#include "netscan/CorvaneJobs.h"
+
+#include "netscan/PanelDriver.h"
+#include "netscan/PanelRecords.h"
+#include "usbscan/TgaButtonManager.h"
+
+namespace trigora {
+
+namespace {
+
+bool handOver(const std::optional<std::string>& productID, const std::string& ipAddress) {
+    return productID && TgaButtonManager::sharedButtonManager()->invokeButtonManagerJobWithPidString(
+                            *productID, ipAddress);
+}
+
+} // namespace
+
+std::int32_t ExecuteJob_Corvane_V2(const NSMScanRequest* request) {
+    if (request == nullptr) {
+        return PANEL_RESULT_FAILED;
+    }
+    const std::optional<std::string> productID = fieldText(request->productID, platform::Encoding::utf8);
+    const std::optional<std::string> address = fieldText(request->ipAddress, platform::Encoding::utf8);
+    return handOver(productID, address.value_or("")) ? PANEL_RESULT_DONE : PANEL_RESULT_FAILED;
+}
+
+std::int32_t ExecuteJob_Corvane_V3(const _PSMLPANELSCANJOBINFO& record, const PanelEventContext&,
+                                   std::int32_t) {
+    const std::shared_ptr<PanelDriver> driver = PanelDriver::create();
+    if (!driver) {
+        return PANEL_RESULT_FAILED;
+    }
+    const std::string address = dottedAddress(record);
+    if (driver->choicesAt(address)) {
+        handOver(fieldText(record.productID, platform::Encoding::ascii), address);
+    }
+    return PANEL_RESULT_DONE;
+}
+
+} // namespace trigora

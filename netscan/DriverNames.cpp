@@ -1,0 +1,134 @@
+#include "netscan/DriverNames.h"
+
+#include "files/InstalledPaths.h"
+#include "platform/AppleEvents.h"
+#include "platform/Bundles.h"
+#include "platform/Clock.h"
+#include "platform/Desktop.h"
+#include "platform/FileSystem.h"
+#include "platform/Platform.h"
+#include "platform/Processes.h"
+#include "platform/Text.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cstring>
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace trigora {
+
+namespace {
+
+using platform::fourCharCode;
+
+constexpr std::int32_t found = 1;
+constexpr std::int32_t notFound = -2;
+constexpr int mostRetries = 101;
+constexpr std::int64_t retryPause = 200000; // microseconds
+
+/// The look-up must not run twice at once: 1 while it runs.
+std::atomic<int> gCallLock = 0;
+
+/// Takes gCallLock for a look-up and gives it back.
+class CallLock {
+public:
+    CallLock() : isTaken_(gCallLock.exchange(1) == 0) {}
+    CallLock(const CallLock&) = delete;
+    CallLock& operator=(const CallLock&) = delete;
+    ~CallLock() {
+        if (isTaken_) {
+            gCallLock = 0;
+        }
+    }
+    bool isTaken() const { return isTaken_; }
+
+private:
+    bool isTaken_;
+};
+
+void copyName(const std::string& name, char* destination) {
+    const std::size_t length = std::min(strnlen(name.c_str(), name.size()), driverNameSize - 1);
+    std::copy_n(name.begin(), length, destination);
+    destination[length] = 0;
+}
+
+std::shared_ptr<platform::Bundle> scanSettingsApplication() {
+    const std::string path = paths::scanSettingsApplication();
+    return platform::current().bundles.create(
+        platform::current().fileSystem.exists(path) ? path : paths::scanSettingsApplicationInUtilities());
+}
+
+/// The name in a reply: two bytes that are not looked at, then NUL-terminated text.
+std::optional<std::string> nameInReply(const platform::AppleEvent& reply) {
+    constexpr std::size_t prefix = 2;
+    constexpr std::size_t mostBytes = 258;
+    const platform::AppleEventParameter* answer = reply.parameter(fourCharCode("----"));
+    if (answer == nullptr || answer->type != fourCharCode("PSti") || answer->bytes.size() <= prefix) {
+        return std::nullopt;
+    }
+    const auto begin = answer->bytes.begin() + prefix;
+    const auto end =
+        answer->bytes.begin() + static_cast<std::ptrdiff_t>(std::min(answer->bytes.size(), mostBytes));
+    return std::string(begin, std::find(begin, end, 0));
+}
+
+std::int32_t askScanSettingsApplication(const char* productID, char* destination) {
+    const std::shared_ptr<platform::Bundle> application = scanSettingsApplication();
+    if (!application) {
+        return notFound;
+    }
+    platform::Processes& processes = platform::current().processes;
+    const std::optional<std::string> executable = application->executablePath();
+    const std::optional<std::int32_t> process =
+        executable ? processes.launch(*executable, {"-S"}) : std::nullopt;
+    if (!process) {
+        return notFound;
+    }
+    destination[0] = 0;
+    ConvertFromPID(productID, destination);
+    processes.waitForExit(*process);
+    return destination[0] != 0 ? found : notFound;
+}
+
+} // namespace
+
+std::int32_t getDSName(const char* productID, char* destination) {
+    const CallLock lock;
+    if (!lock.isTaken()) {
+        return 0;
+    }
+    if (productID == nullptr || destination == nullptr) {
+        return notFound;
+    }
+    if (const auto name = platform::current().idConverter.PS2GetTwainIDWithProductID(productID)) {
+        copyName(*name, destination);
+        return found;
+    }
+    return askScanSettingsApplication(productID, destination);
+}
+
+void ConvertFromPID(const char* productID, char* destination) {
+    if (productID == nullptr || destination == nullptr) {
+        return;
+    }
+    const std::string text = productID;
+    const platform::AppleEvent event{
+        fourCharCode("PLsc"),
+        fourCharCode("PSir"),
+        {{fourCharCode("----"), fourCharCode("utf8"), Data(text.begin(), text.end())}}};
+    const platform::SignatureTarget target{fourCharCode("UsSe")};
+    platform::AppleEvents& appleEvents = platform::current().appleEvents;
+    platform::AppleEventReply reply = appleEvents.sendWaitingForReply(target, event);
+    for (int retries = 0; reply.status == platform::procNotFound && retries < mostRetries; ++retries) {
+        platform::current().clock.sleepMicroseconds(retryPause);
+        reply = appleEvents.sendWaitingForReply(target, event);
+    }
+    const std::optional<std::string> name = reply.status == 0 ? nameInReply(reply.event) : std::nullopt;
+    if (name) {
+        copyName(*name, destination);
+    }
+}
+
+} // namespace trigora

@@ -1,0 +1,124 @@
+#include "agent/TgaServiceManager.h"
+#include "files/FileManagerExtension.h"
+#include "files/TrFilePathUtility.h"
+#include "netscan/DriverNames.h"
+#include "netscan/SVJobInterface.h"
+#include "netscan/TgaNetworkSettingsManager.h"
+#include "platform/Clock.h"
+#include "platform/DistributedNotifications.h"
+#include "platform/Formats.h"
+#include "platform/LowMemory.h"
+#include "platform/Text.h"
+#include "runners/TrLaunchApplicationManager.h"
+#include "usbscan/TgaButtonManager.h"
+
+#include <cstring>
+#include <exception>
+
+namespace trigora {
+
+namespace {
+
+/// No text of a module is longer.
+constexpr std::size_t longestText = 4096;
+/// The system that brought the driver which can be asked for its name.
+constexpr std::int32_t newerSystemVersion = 0x1060;
+
+std::optional<std::string> textOfRecord(address32 address) {
+    std::optional<std::string> text = platform::current().lowMemory.textAt(address, longestText);
+    return text && platform::isValidUtf8(*text) ? text : std::nullopt;
+}
+
+bool isNewerDriverInstalled() {
+    using Manager = TgaNetworkSettingsManager;
+    const std::optional<std::string> driverVersion = Manager::getICADriverVersion();
+    return platform::integerValue(Manager::getSystemVersion()) >= newerSystemVersion && driverVersion &&
+           Manager::isCompareVersionAboveKeyVersion(*driverVersion, "5.3.3");
+}
+
+bool isServedByJobInterface(const std::string& productID) {
+    const std::shared_ptr<SVJobInterface> jobInterface = SVJobInterface::jobInterfaceForProductID(productID);
+    return jobInterface && jobInterface->isPushScanSupported();
+}
+
+std::int32_t answerFor(bool isServed) { return isServed ? NSM_SCANNER_SERVED : NSM_SCANNER_NOT_SERVED; }
+
+void writeErrorLog(const std::string& text) {
+    const auto utility = TrFilePathUtility::sharedFilePathUtility();
+    const std::string path = utility->networkLogInfoPath();
+    utility->createFolderPath(platform::deletingLastPathComponent(path));
+    platform::current().propertyLists.write(path, Dictionary{{"NetWorkLogInfo", text}}, true);
+    exChangeFileAttributes(attributesOfWrittenFile(), path);
+}
+
+} // namespace
+
+std::int32_t TgaNetworkSettingsManager::answerDiscovery(const _NSMDiscovery& discovery) {
+    const std::lock_guard lock(lock_Discovery);
+    const std::optional<std::string> productID = textOfRecord(discovery.productID);
+    if (!productID) {
+        return NSM_SCANNER_NOT_SERVED;
+    }
+    if (dsNameWithScopeList(*productID) ||
+        TgaButtonManager::sharedButtonManager()->isPushScanSupported(*productID)) {
+        return NSM_SCANNER_SERVED;
+    }
+    if (textOfRecord(discovery.versionInformation).value_or("").find("Ver") != std::string::npos) {
+        return answerFor(isServedByJobInterface(*productID)); // its panel picks from job lists
+    }
+    char driverName[driverNameSize] = {};
+    if (getDSName(productID->c_str(), driverName) == 1) {
+        setDSName(driverName, productID);
+        return NSM_SCANNER_SERVED;
+    }
+    const std::optional<std::string> ipAddress = textOfRecord(discovery.ipAddress);
+    return answerFor(ipAddress && isNewerDriverInstalled() && askDriverName(*productID, *ipAddress));
+}
+
+bool TgaNetworkSettingsManager::askDriverName(const std::string& productID, const std::string& ipAddress) {
+    // Measured in processor time, which passes more slowly than time on the wall: a busy desktop gets more
+    // time to answer.
+    constexpr std::int64_t pollTime = 1000000;
+    constexpr std::int64_t pollPause = 10000; // microseconds
+    if (!TrLaunchApplicationManager::sharedLaunchApplicationManager()->launchScanAssistantWithWait()) {
+        return false;
+    }
+    platform::current().notifications.post("ReplyDriverNameWithIPAddressDistributedNotification",
+                                           Dictionary{{"IPAddress", ipAddress}}, true);
+    platform::Clock& clock = platform::current().clock;
+    const std::int64_t start = clock.processorTime();
+    std::optional<std::string> driverName;
+    while (!driverName && !isStopping_ && clock.processorTime() - start < pollTime) {
+        clock.sleepMicroseconds(pollPause);
+        TgaServiceManager::sharedServiceManager()->getDriverName(driverName);
+    }
+    setDSName(driverName, productID);
+    return driverName.has_value();
+}
+
+std::int32_t discoveryCallBack(const _NSMDiscovery* discovery, void* context) {
+    if (discovery == nullptr || context == nullptr) {
+        return NSM_SCANNER_NOT_SERVED;
+    }
+    try {
+        auto* manager = static_cast<TgaNetworkSettingsManager*>(static_cast<PanelEventContext*>(context));
+        return manager->answerDiscovery(*discovery);
+    } catch (const std::exception&) {
+        return NSM_SCANNER_NOT_SERVED;
+    }
+}
+
+std::int32_t errorCallback(std::int32_t, std::int32_t, const char* text, void*) {
+    try {
+        const std::string message =
+            text == nullptr ? std::string() : std::string(text, strnlen(text, longestText));
+        if (text != nullptr && platform::isValidUtf8(message)) {
+            writeErrorLog(message);
+        }
+    } catch (const std::exception&) {
+        // The module has nobody to tell.
+    }
+    return 1;
+}
+
+} // namespace trigora

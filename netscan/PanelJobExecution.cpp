@@ -1,0 +1,68 @@
+#include "netscan/PanelJobExecution.h"
+
+#include "agent/PSlog.h"
+#include "netscan/PanelChoices.h"
+#include "netscan/PanelDriver.h"
+#include "netscan/PanelRecords.h"
+
+namespace trigora {
+
+namespace {
+
+std::int32_t resultFor(bool isDone) { return isDone ? PANEL_RESULT_DONE : PANEL_RESULT_FAILED; }
+
+std::int32_t startJob(const SVJobInterface& jobInterface, const _PSMLPANELSCANJOBINFO& record,
+                      const PanelEventContext& manager, const stRecvJobData& choices) {
+    if (!jobInterface.isReady()) {
+        return PANEL_RESULT_BUSY;
+    }
+    const Dictionary options = optionsForChoices(choices, record.timeout, manager);
+    PSlog("Options For SV = %@", options);
+    return resultFor(jobInterface.invokeJobAtIndex(record.jobIndex, dottedAddress(record), options));
+}
+
+} // namespace
+
+std::optional<bool> sendJobCommand(const SVJobInterface& jobInterface, std::int32_t command) {
+    switch (command) {
+    case PANEL_COMMAND_CONTINUE:
+        return jobInterface.continueJob();
+    case PANEL_COMMAND_COMPLETE:
+        return jobInterface.completeJob();
+    case PANEL_COMMAND_CANCEL:
+        return jobInterface.cancelJob();
+    case PANEL_COMMAND_KEEP_ALIVE:
+        return jobInterface.keepAliveJob();
+    default:
+        return std::nullopt;
+    }
+}
+
+std::int32_t ExecuteJob(const _PSMLPANELSCANJOBINFO& record, const PanelEventContext& manager,
+                        std::int32_t kind) {
+    const std::shared_ptr<PanelDriver> driver = PanelDriver::create();
+    if (!driver) {
+        return PANEL_RESULT_FAILED;
+    }
+    const std::string productID = fieldText(record.productID, platform::Encoding::ascii).value_or("");
+    const std::shared_ptr<SVJobInterface> jobInterface = SVJobInterface::jobInterfaceForProductID(productID);
+    if (!jobInterface) {
+        return PANEL_RESULT_FAILED;
+    }
+    if (kind == NSM_EVENT_END_JOB) {
+        return resultFor(jobInterface->completeJobInContext());
+    }
+    if (kind != NSM_EVENT_START_JOB) {
+        return PANEL_RESULT_DONE;
+    }
+    const std::optional<stRecvJobData> choices = driver->choicesAt(dottedAddress(record));
+    if (!choices) {
+        return PANEL_RESULT_DONE; // the panel has gone away: nothing is started
+    }
+    if (record.command == PANEL_COMMAND_START) {
+        return startJob(*jobInterface, record, manager, *choices);
+    }
+    return resultFor(sendJobCommand(*jobInterface, record.command).value_or(true));
+}
+
+} // namespace trigora
