@@ -5,6 +5,7 @@
 #include "platform/Workspace.h"
 
 #include <cstdint>
+#include <optional>
 #include <string>
 
 /// What several runners do with the applications that they start.
@@ -27,7 +28,9 @@ void launchForScanner(const std::string& path, const std::string& appName,
 /// Ends a running scan assistant and waits until it has gone.
 void endRunningScanAssistant();
 
-/// Starts the scan assistant and, when it runs then, tells it that the scanner is confirmed.
-void confirmScannerThroughScanAssistant(const std::string& driverName, const std::string& ipAddress);
+/// Starts the scan assistant and, when it runs then and both are given, tells it that the scanner is
+/// confirmed.
+void confirmScannerThroughScanAssistant(const std::optional<std::string>& driverName,
+                                        const std::optional<std::string>& ipAddress);
 
 } // namespace trigora

@@ -17,8 +17,8 @@ public:
     std::int32_t performAction() override;
 
 private:
-    /// Starts the scan assistant and, when it runs, has it confirm the scanner.
-    static void ARPM_LaunchScanAssistant(const std::string& driverName, const std::string& ipAddress);
+    /// Has the scan assistant started and told that the scanner is confirmed.
+    void ARPM_LaunchScanAssistant() const;
 };
 
 } // namespace trigora

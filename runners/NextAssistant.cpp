@@ -1,0 +1,61 @@
+#include "runners/NextAssistant.h"
+
+#include "files/TrFilePathUtility.h"
+#include "platform/DistributedNotifications.h"
+#include "platform/Platform.h"
+#include "platform/Text.h"
+#include "runners/TrLaunchApplicationManager.h"
+
+#include <utility>
+#include <vector>
+
+namespace trigora {
+
+platform::ApplicationLaunch launchNextAssistant(const Dictionary& scanAssistantData) {
+    const std::string path = platform::textAt(scanAssistantData, "NextAssistantPath").value_or("");
+    FileReference application;
+    const int status = TrFilePathUtility::sharedFilePathUtility()->fsRefFromFilePath(path, application);
+    if (status != 0) {
+        return {status, 0};
+    }
+    // An empty path gives an empty reference, which the launch refuses.
+    return platform::current().workspace.launchApplication(application.path);
+}
+
+std::int32_t sendBytes(const platform::AppleEventTarget& target, std::uint32_t eventClass,
+                       std::uint32_t eventID, Data bytes) {
+    platform::AppleEvent event{eventClass, eventID, {}};
+    event.parameters.push_back(
+        {platform::fourCharCode("----"), platform::fourCharCode("****"), std::move(bytes)});
+    return platform::current().appleEvents.sendWithoutReply(target, event);
+}
+
+void launchForScanner(const std::string& path, const std::string& appName,
+                      const Dictionary& scanAssistantData) {
+    std::vector<std::string> arguments{"--twainname"};
+    if (auto driverName = platform::textAt(scanAssistantData, "driverName")) {
+        arguments.push_back(std::move(*driverName));
+    }
+    TrLaunchApplicationManager::sharedLaunchApplicationManager()->launchApplicationAtPath(path, appName,
+                                                                                          arguments);
+}
+
+void endRunningScanAssistant() {
+    const auto launcher = TrLaunchApplicationManager::sharedLaunchApplicationManager();
+    if (launcher->isLaunchScanAssistant()) {
+        launcher->terminateScanAssistantWithWait();
+    }
+}
+
+void confirmScannerThroughScanAssistant(const std::optional<std::string>& driverName,
+                                        const std::optional<std::string>& ipAddress) {
+    const bool isRunning =
+        TrLaunchApplicationManager::sharedLaunchApplicationManager()->launchScanAssistantWithWait();
+    if (isRunning && driverName && ipAddress) {
+        platform::current().notifications.post(
+            "ReplyScannerConfirmationDistributedNotification",
+            Dictionary{{"DriverName", *driverName}, {"IPAddress", *ipAddress}}, false);
+    }
+}
+
+} // namespace trigora

@@ -1,0 +1,18 @@
+#include "runners/TgaActionRunnerEPS.h"
+
+#include "files/InstalledPaths.h"
+#include "runners/NextAssistant.h"
+
+namespace trigora {
+
+std::int32_t TgaActionRunnerEPS::performAction() {
+    endRunningScanAssistant();
+    return performActionV4();
+}
+
+std::int32_t TgaActionRunnerEPS::performActionV4() const {
+    launchForScanner(paths::photoApplication(), "Fotilo", scanAssistantData().value_or(Dictionary()));
+    return 0;
+}
+
+} // namespace trigora
