@@ -1,0 +1,257 @@
+// Running a project: the one running flag, the choice of the runner, and what the scanning side is told.
+
+#include "projects/TrProjectManager.h"
+
+#include "agent/PSlog.h"
+#include "catalogue/TrActionInformation.h"
+#include "catalogue/TrScannerDriverInformation.h"
+#include "files/InstalledPaths.h"
+#include "platform/Desktop.h"
+#include "platform/DistributedNotifications.h"
+#include "platform/Text.h"
+#include "projects/ProjectRunning.h"
+#include "projects/TrProjectInformation.h"
+#include "runners/RunnerInputs.h"
+#include "runners/TgaActionRunnerCopy.h"
+#include "runners/TgaActionRunnerEPS.h"
+#include "runners/TgaActionRunnerLauncher.h"
+#include "runners/TgaActionRunnerManager.h"
+#include "runners/TgaActionRunnerPageManager.h"
+#include "runners/TgaActionRunnerPeloxScan.h"
+#include "runners/TrLaunchApplicationManager.h"
+
+#include <algorithm>
+#include <array>
+#include <string_view>
+
+namespace trigora {
+
+namespace {
+
+constexpr const char* runProjectName = "-[TrProjectManager runProject:withDriver:eventID:ipAddress:]";
+
+constexpr std::int16_t alreadyRunning = -1;
+constexpr std::int16_t noRunner = -2;
+
+// The choice of the runner.
+
+using RunnerPointer = std::shared_ptr<TgaActionRunner>;
+
+template <typename Runner> RunnerPointer make() { return std::make_shared<Runner>(); }
+RunnerPointer makeNone() { return nullptr; }
+
+constexpr std::int32_t anyProjectID = -1;
+
+/// Which runner serves the projects of a type and ID.
+struct RunnerChoice {
+    std::string_view projectType;
+    std::int32_t projectID; ///< or `anyProjectID`
+    RunnerPointer (*make)();
+};
+
+/// The first row that fits decides; every other project gets the launcher.
+constexpr std::array runnerChoices{
+    RunnerChoice{"0x8002", 110, make<TgaActionRunnerPeloxScan>},
+    RunnerChoice{"0x8002", 520, make<TgaActionRunnerPeloxScan>},
+    RunnerChoice{"0x8002", 910, make<TgaActionRunnerPageManager>},
+    RunnerChoice{"0x8002", 911, make<TgaActionRunnerPageManager>},
+    RunnerChoice{"0x8002", 912, make<TgaActionRunnerPageManager>},
+    RunnerChoice{"0x8002", 340, make<TgaActionRunnerCopy>},
+    RunnerChoice{"0x8002", 380, make<TgaActionRunnerEPS>},
+    RunnerChoice{"0x8003", 500, make<TgaActionRunnerLauncher>},
+    RunnerChoice{"0x8003", anyProjectID, makeNone},
+};
+
+RunnerPointer makeRunner(const TrProjectInformation& project) {
+    const std::int32_t projectID = platform::integerValue(project.projectID().value_or(""));
+    const auto fits = [&](const RunnerChoice& choice) {
+        return project.type() == choice.projectType &&
+               (choice.projectID == anyProjectID || choice.projectID == projectID);
+    };
+    const auto choice = std::find_if(runnerChoices.begin(), runnerChoices.end(), fits);
+    return choice == runnerChoices.end() ? make<TgaActionRunnerLauncher>() : choice->make();
+}
+
+// What a runner is given.
+
+void putIfPresent(Dictionary& dictionary, const char* key, const std::optional<std::string>& text) {
+    if (text) {
+        dictionary[key] = *text;
+    }
+}
+
+/// The first four bytes of the text as a four-character code; bytes that are missing count as 0.
+std::uint32_t leadingFourCharCode(std::string_view text) {
+    std::uint32_t code = 0;
+    for (std::size_t i = 0; i < 4; ++i) {
+        code = (code << 8) | (i < text.size() ? static_cast<std::uint8_t>(text[i]) : 0U);
+    }
+    return code;
+}
+
+int passParameter(const std::optional<std::string>& actionOption) {
+    if (actionOption == "0x0001") {
+        return 0;
+    }
+    return actionOption == "0x0002" ? 1 : -1;
+}
+
+bool isServedByNewerScanApplication(const std::optional<std::string>& driverName) {
+    constexpr std::size_t bufferSize = 256;
+    platform::IDConverter& converter = platform::current().idConverter;
+    return driverName && converter.hasModelIDWithTwainID() &&
+           converter.PS2GetModelIDWithTwainID(*driverName, bufferSize) == 0;
+}
+
+std::optional<std::string> nextAssistantPath(const std::optional<std::string>& applicationPath,
+                                             const std::optional<std::string>& driverName) {
+    if (applicationPath && applicationPath->ends_with("PELOX Scan.app") &&
+        isServedByNewerScanApplication(driverName)) {
+        return paths::newerScanApplication();
+    }
+    return applicationPath;
+}
+
+Dictionary scanAssistantData(const TrProjectInformation& project, const std::optional<std::string>& eventID,
+                             const std::optional<std::string>& driverName) {
+    const TrActionInformation none;
+    const auto& given = project.actionInformation();
+    const TrActionInformation& action = given ? *given : none;
+
+    Dictionary data{
+        {"ResponderSignature", leadingFourCharCode(action.actionFilePath().value_or(""))},
+        {"NextAssistCreator", 0},
+        {"ProjectType", 1},
+        {"PassParameter", passParameter(action.option())},
+    };
+    putIfPresent(data, "EventID", eventID);
+    putIfPresent(data, "ActionID", action.actionID());
+    putIfPresent(data, "ProjectID", project.projectID());
+    putIfPresent(data, "driverName", driverName);
+    putIfPresent(data, "NextAssistantPath", nextAssistantPath(action.applicationPath(), driverName));
+    putIfPresent(data, "ProjectPLGPath", project.projectFilePath());
+    putIfPresent(data, "ScanSettingPath", project.scanSettingsFilePath());
+    return data;
+}
+
+Dictionary eventManagerData(const std::optional<std::string>& eventID,
+                            const std::optional<std::string>& driverName) {
+    Dictionary data{{"FileFormat", 0}, {"V_ScanSize", 0}, {"H_ScanSize", 0}, {"ExtendParam", 0}};
+    putIfPresent(data, "EventID", eventID);
+    putIfPresent(data, "DriverName", driverName);
+    return data;
+}
+
+/// The runner as something that takes an input, or null when it does not take it.
+template <typename Input> Input* taking(const RunnerPointer& runner) {
+    return dynamic_cast<Input*>(runner.get());
+}
+
+std::optional<std::string> nameOf(const std::shared_ptr<TrScannerDriverInformation>& driver) {
+    return driver ? driver->driverName() : std::nullopt;
+}
+
+// What the scanning side is told.
+
+void postScannerConfirmed(const std::shared_ptr<TrScannerDriverInformation>& driver,
+                          const std::optional<std::string>& ipAddress) {
+    Dictionary userInfo;
+    putIfPresent(userInfo, "DriverName", nameOf(driver));
+    putIfPresent(userInfo, "IPAddress", ipAddress);
+    PSlog("%s [Line %d] postNotificationName Trc_ReplyScannerConfirmation_DistributedNotification",
+          runProjectName, __LINE__);
+    platform::current().notifications.post("ReplyScannerConfirmationDistributedNotification", userInfo, true);
+}
+
+void postScanNow(const TrProjectInformation& project,
+                 const std::shared_ptr<TrScannerDriverInformation>& driver) {
+    Dictionary userInfo{{"ScanSettings", project.scanSettings()}};
+    if (driver) {
+        userInfo["DeviceInfo"] = driver->deviceInfo();
+    }
+    PSlog("%s [Line %d] postNotificationName Trc_ReplyScan_DistributedNotification", runProjectName,
+          __LINE__);
+    platform::current().notifications.post("ReplyScanDistributedNotification", userInfo, true);
+}
+
+} // namespace
+
+std::int32_t TrProjectManager::runProject(const std::shared_ptr<TrProjectInformation>& project,
+                                          const std::shared_ptr<TrScannerDriverInformation>& driver,
+                                          const std::optional<std::string>& eventID,
+                                          const std::optional<std::string>& ipAddress) {
+    PSlog("%s Enter [Line %d] ", runProjectName, __LINE__);
+    const bool isStarted = platform::shared<ProjectRunning>()->begin();
+    const std::int16_t result =
+        isStarted ? PMRA_StartProject(project, driver, eventID, ipAddress) : alreadyRunning;
+
+    const auto launcher = TrLaunchApplicationManager::sharedLaunchApplicationManager();
+    if (result == alreadyRunning) {
+        // Not only refused: whatever hangs is ended too, so that the next event can start afresh.
+        launcher->terminateScanAssistant();
+    }
+    if (result != 0 || !launcher->isLaunchScanAssistant()) {
+        // Without a scan assistant at work nobody would come to clear the flag.
+        setRunningProjectStatus(false);
+    }
+    PSlog("%s Leave [Line %d] retVal_OSErr = %d", runProjectName, __LINE__, result);
+    return 0;
+}
+
+std::int16_t TrProjectManager::PMRA_StartProject(const std::shared_ptr<TrProjectInformation>& project,
+                                                 const std::shared_ptr<TrScannerDriverInformation>& driver,
+                                                 const std::optional<std::string>& eventID,
+                                                 const std::optional<std::string>& ipAddress) {
+    const auto runner = PMRA_CreateActionRunner(driver, project, eventID, ipAddress);
+    if (runner) {
+        TgaActionRunnerManager::sharedActionRunnerManager()->setCurrentActionRunner(runner);
+    }
+    if (project && project->isScanAble()) {
+        postScanNow(*project, driver); // scans even when nothing is to follow
+        return 0;
+    }
+    if (!runner) {
+        return noRunner;
+    }
+    postScannerConfirmed(driver, ipAddress);
+    return 0;
+}
+
+bool TrProjectManager::isProjectRunning() const { return platform::shared<ProjectRunning>()->isRunning(); }
+
+void TrProjectManager::setRunningProjectStatus(bool isRunning) {
+    platform::shared<ProjectRunning>()->set(isRunning);
+}
+
+std::shared_ptr<TgaActionRunner>
+TrProjectManager::PMRA_CreateActionRunner(const std::shared_ptr<TrScannerDriverInformation>& driver,
+                                          const std::shared_ptr<TrProjectInformation>& project,
+                                          const std::optional<std::string>& eventID,
+                                          const std::optional<std::string>& ipAddress) {
+    RunnerPointer runner = project ? makeRunner(*project) : nullptr;
+    if (!runner) {
+        return nullptr;
+    }
+    if (auto* input = taking<ScanAssistantDataInput>(runner)) {
+        input->setScanAssistantData(scanAssistantData(*project, eventID, nameOf(driver)));
+    }
+    if (auto* input = taking<EventManagerDataInput>(runner)) {
+        input->setEventManagerData(eventManagerData(eventID, nameOf(driver)));
+    }
+    if (auto* input = taking<DriverVersionInput>(runner)) {
+        input->setDriverVersion(driver ? driver->version() : std::nullopt);
+    }
+    if (auto* input = taking<ProjectIDInput>(runner)) {
+        input->setProjectID(project->projectID());
+    }
+    if (auto* input = taking<DriverNameInput>(runner)) {
+        input->setDriverName(nameOf(driver));
+    }
+    if (auto* input = taking<IPAddressInput>(runner)) {
+        input->setIPAddress(ipAddress);
+    }
+    runner->setAction(project->actionInformation());
+    return runner;
+}
+
+} // namespace trigora
