@@ -14,7 +14,7 @@ public:
     explicit InstallationRoot(std::string_view root);
 
     const std::string& path() const { return root_; }
-    /// The path to hand to the operating system.
+    /// The path to hand to the operating system; one that already lies below the root stands as it is.
     std::string onDisk(std::string_view path) const;
     /// The path as the system spells it, for one that came from the operating system.
     std::string asInstalled(std::string_view path) const;
@@ -25,6 +25,7 @@ public:
 
 private:
     std::string root_;
+    std::string resolvedRoot_; ///< the root without links, as the operating system names it
 };
 
 } // namespace trigora::platform

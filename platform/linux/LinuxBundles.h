@@ -5,10 +5,12 @@
 #include "platform/Formats.h"
 #include "platform/linux/InstallationRoot.h"
 
+#include <mutex>
+
 namespace trigora::platform {
 
 /// Modules are opened with dlopen (RTLD_NOW | RTLD_LOCAL). The main bundle's path is given by who starts
-/// the program; it need not exist.
+/// the program; while it does not exist there is no main bundle.
 class LinuxBundles final : public Bundles {
 public:
     LinuxBundles(const InstallationRoot& root, FileSystem& fileSystem, PropertyLists& propertyLists,
@@ -22,6 +24,7 @@ private:
     FileSystem& fileSystem_;
     PropertyLists& propertyLists_;
     std::string mainBundlePath_;
+    std::mutex mutex_;
     std::shared_ptr<Bundle> mainBundle_;
 };
 

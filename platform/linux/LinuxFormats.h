@@ -12,7 +12,10 @@ public:
     std::optional<Data> encode(std::string_view text, Encoding encoding) override;
 };
 
-/// Through libplist.
+/// Through libplist. Files nested deeper than 128 levels, larger than any settings file (see
+/// PropertyListCheck.h) or with text that is not UTF-8 are unreadable. Nothing ("present without a value"),
+/// text with an embedded NUL and dates beyond the format have no form and make `write` fail; fractions of a
+/// date's second are not kept.
 class LinuxPropertyLists final : public PropertyLists {
 public:
     explicit LinuxPropertyLists(FileContents& contents) : contents_(contents) {}

@@ -1,0 +1,46 @@
+#include "platform/linux/DiskPath.h"
+
+#include <cerrno>
+#include <fcntl.h>
+#include <sys/stat.h>
+
+namespace trigora::platform {
+
+namespace {
+
+bool isRegular(const struct stat& status) { return S_ISREG(status.st_mode); }
+
+int openRetrying(const char* path, int flags) {
+    int descriptor = -1;
+    do {
+        descriptor = ::open(path, flags);
+    } while (descriptor < 0 && errno == EINTR);
+    return descriptor;
+}
+
+} // namespace
+
+std::string diskPath(const InstallationRoot& root, std::string_view path) {
+    if (path.find('\0') != std::string_view::npos) {
+        return {};
+    }
+    while (path.size() > 1 && path.back() == '/') {
+        path.remove_suffix(1);
+    }
+    return root.onDisk(path);
+}
+
+FileDescriptor openRegularFile(const std::string& pathOnDisk, int flags) {
+    struct stat status = {};
+    if (::stat(pathOnDisk.c_str(), &status) != 0 || !isRegular(status)) {
+        return FileDescriptor();
+    }
+    FileDescriptor file(openRetrying(pathOnDisk.c_str(), flags | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+    // It may have been replaced in between.
+    if (file && (::fstat(file.get(), &status) != 0 || !isRegular(status))) {
+        return FileDescriptor();
+    }
+    return file;
+}
+
+} // namespace trigora::platform

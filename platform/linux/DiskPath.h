@@ -1,0 +1,47 @@
+#pragma once
+
+#include "platform/linux/InstallationRoot.h"
+
+#include <string>
+#include <string_view>
+#include <unistd.h>
+#include <utility>
+
+namespace trigora::platform {
+
+/// The path to hand to the operating system: relocated and without trailing slashes, so that a link is
+/// named itself. Empty, which names nothing, for a text that holds a NUL and would be cut there.
+std::string diskPath(const InstallationRoot& root, std::string_view path);
+
+/// Owns a file descriptor; -1 is none.
+class FileDescriptor {
+public:
+    explicit FileDescriptor(int descriptor = -1) : descriptor_(descriptor) {}
+    FileDescriptor(FileDescriptor&& other) noexcept : descriptor_(std::exchange(other.descriptor_, -1)) {}
+    FileDescriptor& operator=(FileDescriptor&& other) noexcept {
+        std::swap(descriptor_, other.descriptor_);
+        return *this;
+    }
+    FileDescriptor(const FileDescriptor&) = delete;
+    FileDescriptor& operator=(const FileDescriptor&) = delete;
+    ~FileDescriptor() {
+        if (descriptor_ >= 0) {
+            ::close(descriptor_);
+        }
+    }
+
+    int get() const { return descriptor_; }
+    explicit operator bool() const { return descriptor_ >= 0; }
+
+private:
+    int descriptor_;
+};
+
+/// Opens an existing regular file with the given flags; none for anything else. Never blocks, and never
+/// opens a device or a pipe, which may act on being opened.
+FileDescriptor openRegularFile(const std::string& pathOnDisk, int flags);
+
+/// The extended attribute that holds a file's creator code, four bytes.
+constexpr const char* creatorAttribute = "user.hfs.creator";
+
+} // namespace trigora::platform

@@ -1,0 +1,202 @@
+#include "platform/linux/DiskPath.h"
+#include "platform/linux/LinuxFiles.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <fcntl.h>
+#include <filesystem>
+#include <sys/stat.h>
+#include <sys/xattr.h>
+
+namespace trigora::platform {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+/// Deeper trees than this are no user's and would exhaust the stack.
+constexpr int deepestTree = 256;
+
+bool statusOf(const std::string& path, bool followingLinks, struct stat& status) {
+    const int result = followingLinks ? ::stat(path.c_str(), &status) : ::lstat(path.c_str(), &status);
+    return result == 0;
+}
+
+/// Whether there is anything at the path, even a link that leads nowhere.
+bool isOccupied(const std::string& path) {
+    struct stat status = {};
+    return statusOf(path, false, status);
+}
+
+bool isFolder(const std::string& path) {
+    struct stat status = {};
+    return statusOf(path, true, status) && S_ISDIR(status.st_mode);
+}
+
+std::optional<std::vector<std::string>> namesIn(const std::string& folder) {
+    std::error_code error;
+    std::vector<std::string> names;
+    for (fs::directory_iterator entry(folder, error); !error && entry != fs::directory_iterator();
+         entry.increment(error)) {
+        names.push_back(entry->path().filename().string());
+    }
+    if (error) {
+        return std::nullopt;
+    }
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+/// Permissions, times and creator code. What cannot be kept is no reason to lose the copy.
+void keepAttributes(const std::string& from, const struct stat& status, const std::string& to) {
+    std::array<char, 4> creator = {};
+    const ssize_t length = ::getxattr(from.c_str(), creatorAttribute, creator.data(), creator.size());
+    if (length == static_cast<ssize_t>(creator.size())) {
+        ::setxattr(to.c_str(), creatorAttribute, creator.data(), creator.size(), 0);
+    }
+    const std::array<timespec, 2> times = {status.st_atim, status.st_mtim};
+    ::utimensat(AT_FDCWD, to.c_str(), times.data(), 0);
+    ::chmod(to.c_str(), status.st_mode & 07777);
+}
+
+bool copyTree(const std::string& from, const std::string& to, int depth);
+
+bool copyFolder(const std::string& from, const struct stat& status, const std::string& to, int depth) {
+    const auto names = namesIn(from);
+    if (!names || depth >= deepestTree || ::mkdir(to.c_str(), 0700) != 0) {
+        return false;
+    }
+    const bool whole = std::all_of(names->begin(), names->end(), [&](const std::string& name) {
+        return copyTree(from + "/" + name, to + "/" + name, depth + 1);
+    });
+    keepAttributes(from, status, to);
+    return whole;
+}
+
+bool copyFile(const std::string& from, const struct stat& status, const std::string& to) {
+    std::error_code error;
+    if (!fs::copy_file(from, to, fs::copy_options::none, error) || error) {
+        return false;
+    }
+    keepAttributes(from, status, to);
+    return true;
+}
+
+/// Pipes, sockets and devices are not copied.
+bool copyTree(const std::string& from, const std::string& to, int depth) {
+    struct stat status = {};
+    if (!statusOf(from, false, status)) {
+        return false;
+    }
+    if (S_ISDIR(status.st_mode)) {
+        return copyFolder(from, status, to, depth);
+    }
+    if (S_ISLNK(status.st_mode)) {
+        std::error_code error;
+        fs::copy_symlink(from, to, error);
+        return !error;
+    }
+    return S_ISREG(status.st_mode) && copyFile(from, status, to);
+}
+
+/// Whether the destination is the folder itself or would lie inside it.
+bool isInside(const std::string& destination, const std::string& folder) {
+    std::error_code error;
+    const fs::path outer = fs::canonical(folder, error);
+    const fs::path inner = error ? fs::path() : fs::weakly_canonical(destination, error);
+    if (error) {
+        return false;
+    }
+    return std::mismatch(outer.begin(), outer.end(), inner.begin(), inner.end()).first == outer.end();
+}
+
+/// A copy that fails half-way leaves nothing behind.
+bool copyWhole(const std::string& from, const std::string& to) {
+    struct stat status = {};
+    if (!statusOf(from, false, status) || isOccupied(to) || (S_ISDIR(status.st_mode) && isInside(to, from))) {
+        return false;
+    }
+    if (copyTree(from, to, 0)) {
+        return true;
+    }
+    std::error_code error;
+    fs::remove_all(to, error);
+    return false;
+}
+
+bool removeTree(const std::string& path) {
+    std::error_code error;
+    const auto removed = fs::remove_all(path, error);
+    return !error && removed > 0;
+}
+
+/// Renames without replacing; gives 0 or the error number.
+int renameOnto(const std::string& from, const std::string& to) {
+    if (::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0) {
+        return 0;
+    }
+    // Not every file system knows the flag.
+    if (errno != EINVAL && errno != ENOSYS) {
+        return errno;
+    }
+    if (isOccupied(to)) {
+        return EEXIST;
+    }
+    return ::rename(from.c_str(), to.c_str()) == 0 ? 0 : errno;
+}
+
+} // namespace
+
+bool LinuxFileSystem::exists(const std::string& path) {
+    struct stat status = {};
+    return statusOf(diskPath(root_, path), true, status);
+}
+
+bool LinuxFileSystem::isDirectory(const std::string& path) { return isFolder(diskPath(root_, path)); }
+
+std::optional<std::vector<std::string>> LinuxFileSystem::contentsOfDirectory(const std::string& path) {
+    return namesIn(diskPath(root_, path));
+}
+
+bool LinuxFileSystem::createDirectory(const std::string& path, bool withIntermediateDirectories,
+                                      const std::optional<FileAttributes>& attributes) {
+    const std::string folder = diskPath(root_, path);
+    if (folder.empty()) {
+        return false;
+    }
+    if (withIntermediateDirectories && isFolder(folder)) {
+        return true;
+    }
+    const std::string parent = fs::path(folder).parent_path().string();
+    if (withIntermediateDirectories && !parent.empty() && !isFolder(parent) &&
+        !createDirectory(parent, true, attributes)) {
+        return false;
+    }
+    if (::mkdir(folder.c_str(), 0777) != 0) {
+        return withIntermediateDirectories && isFolder(folder);
+    }
+    return !attributes || LinuxFileMetadata(root_).setAttributes(path, *attributes);
+}
+
+bool LinuxFileSystem::copyItem(const std::string& path, const std::string& destination) {
+    return copyWhole(diskPath(root_, path), diskPath(root_, destination));
+}
+
+bool LinuxFileSystem::moveItem(const std::string& path, const std::string& destination) {
+    const std::string from = diskPath(root_, path);
+    const std::string to = diskPath(root_, destination);
+    const int failure = renameOnto(from, to);
+    if (failure != EXDEV) {
+        return failure == 0;
+    }
+    return copyWhole(from, to) && removeTree(from);
+}
+
+bool LinuxFileSystem::removeItem(const std::string& path) {
+    const std::string item = diskPath(root_, path);
+    return !item.empty() && item != "/" && removeTree(item);
+}
+
+} // namespace trigora::platform
