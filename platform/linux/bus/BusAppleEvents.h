@@ -36,9 +36,10 @@ private:
 
     /// False when there is no handler, or when it failed.
     bool handle(const AppleEvent& event, AppleEvent& reply) const;
-    /// The unique name of the target; none when it is not on the bus, for a process that started less than
-    /// the time-out ago also not until then.
-    std::optional<std::string> ownerOnceLaunched(const AppleEventTarget& target);
+    /// The unique name of the target, none when it is not on the bus. A process is waited for until it is as
+    /// old as the time-out, or has ended.
+    std::optional<std::string> find(const AppleEventTarget& target);
+    std::optional<std::string> findOnceLaunched(std::int32_t processID);
 
     BusConnection& connection_;
     const std::chrono::milliseconds timeOut_;

@@ -1,0 +1,285 @@
+#include "platform/linux/bus/BusAppleEvents.h"
+
+#include "platform/linux/bus/BusNames.h"
+#include "platform/linux/bus/Guarded.h"
+
+#include <poll.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <ctime>
+#include <fstream>
+#include <sstream>
+#include <string_view>
+#include <vector>
+
+namespace trigora::platform {
+
+namespace {
+
+using std::chrono::milliseconds;
+using std::chrono::steady_clock;
+
+/// How often a launched process is looked for.
+constexpr milliseconds lookingInterval(20);
+
+constexpr const char* eventSignature = "uua(uuay)";
+constexpr const char* parametersSignature = "a(uuay)";
+
+int appendParameter(sd_bus_message* message, const AppleEventParameter& parameter) {
+    int result = sd_bus_message_open_container(message, 'r', "uuay");
+    if (result >= 0) {
+        result = sd_bus_message_append(message, "uu", parameter.keyword, parameter.type);
+    }
+    if (result >= 0) {
+        result = sd_bus_message_append_array(message, 'y', parameter.bytes.data(), parameter.bytes.size());
+    }
+    return result < 0 ? result : sd_bus_message_close_container(message);
+}
+
+int appendParameters(sd_bus_message* message, const std::vector<AppleEventParameter>& parameters) {
+    int result = sd_bus_message_open_container(message, 'a', "(uuay)");
+    for (auto parameter = parameters.begin(); result >= 0 && parameter != parameters.end(); ++parameter) {
+        result = appendParameter(message, *parameter);
+    }
+    return result < 0 ? result : sd_bus_message_close_container(message);
+}
+
+/// The next parameter; none at the end of the list and when the message is broken.
+std::optional<AppleEventParameter> readParameter(sd_bus_message* message) {
+    AppleEventParameter parameter;
+    const void* bytes = nullptr;
+    std::size_t size = 0;
+    if (sd_bus_message_enter_container(message, 'r', "uuay") <= 0 ||
+        sd_bus_message_read(message, "uu", &parameter.keyword, &parameter.type) <= 0 ||
+        sd_bus_message_read_array(message, 'y', &bytes, &size) < 0 ||
+        sd_bus_message_exit_container(message) < 0) {
+        return std::nullopt;
+    }
+    if (size > 0) {
+        const auto* first = static_cast<const std::uint8_t*>(bytes);
+        parameter.bytes.assign(first, first + size);
+    }
+    return parameter;
+}
+
+/// False when the message is broken.
+bool readParameters(sd_bus_message* message, std::vector<AppleEventParameter>& parameters) {
+    if (sd_bus_message_enter_container(message, 'a', "(uuay)") < 0) {
+        return false;
+    }
+    while (std::optional<AppleEventParameter> parameter = readParameter(message)) {
+        parameters.push_back(std::move(*parameter));
+    }
+    return sd_bus_message_exit_container(message) >= 0;
+}
+
+/// The call that carries the event to the owner of a unique name; null when it cannot be made.
+BusMessagePointer makeCall(sd_bus* bus, const std::string& destination, const AppleEvent& event) {
+    sd_bus_message* made = nullptr;
+    int result = sd_bus_message_new_method_call(bus, &made, destination.c_str(), bus::appleEventsPath,
+                                                bus::appleEventsInterface, bus::sendMethod);
+    BusMessagePointer message(made);
+    if (result >= 0) {
+        result = sd_bus_message_append(made, "uu", event.eventClass, event.eventID);
+    }
+    if (result >= 0) {
+        result = appendParameters(made, event.parameters);
+    }
+    return result < 0 ? nullptr : std::move(message);
+}
+
+std::int32_t statusOf(const sd_bus_error& error) {
+    static constexpr std::pair<std::string_view, std::int32_t> statuses[] = {
+        {SD_BUS_ERROR_SERVICE_UNKNOWN, procNotFound},
+        {SD_BUS_ERROR_NAME_HAS_NO_OWNER, procNotFound},
+        {SD_BUS_ERROR_DISCONNECTED, procNotFound},
+        {SD_BUS_ERROR_NO_REPLY, errAETimeout},
+        {SD_BUS_ERROR_TIMEOUT, errAETimeout},
+        {SD_BUS_ERROR_INVALID_ARGS, errAECoercionFail},
+        {SD_BUS_ERROR_INVALID_SIGNATURE, errAECoercionFail},
+    };
+    for (const auto& [name, status] : statuses) {
+        if (error.name != nullptr && name == error.name) {
+            return status;
+        }
+    }
+    return errAEEventNotHandled;
+}
+
+/// How long ago the process started; nothing when there is no such process.
+std::optional<milliseconds> ageOf(std::int32_t processID) {
+    std::ifstream file("/proc/" + std::to_string(processID) + "/stat");
+    std::string line;
+    std::getline(file, line);
+    // The program's name is the second field, in brackets, and may itself hold blanks and brackets; the
+    // start is the twentieth field after it, in clock ticks since the machine's start.
+    const std::size_t bracket = line.rfind(')');
+    if (bracket == std::string::npos) {
+        return std::nullopt;
+    }
+    std::istringstream fields(line.substr(bracket + 1));
+    std::string field;
+    for (int i = 0; i < 19; ++i) {
+        fields >> field;
+    }
+    std::int64_t ticks = 0;
+    timespec sinceBoot{};
+    if (!(fields >> ticks) || clock_gettime(CLOCK_BOOTTIME, &sinceBoot) != 0) {
+        return std::nullopt;
+    }
+    const milliseconds now(std::int64_t{sinceBoot.tv_sec} * 1000 + sinceBoot.tv_nsec / 1000000);
+    return now - milliseconds(ticks * 1000 / sysconf(_SC_CLK_TCK));
+}
+
+/// A handle on a process that cannot come to mean another one.
+class ProcessHandle {
+public:
+    // By number: the library's own declaration has no C linkage everywhere.
+    explicit ProcessHandle(std::int32_t processID)
+        : descriptor_(static_cast<int>(syscall(SYS_pidfd_open, processID, 0))) {}
+    ~ProcessHandle() {
+        if (descriptor_ >= 0) {
+            close(descriptor_);
+        }
+    }
+    ProcessHandle(const ProcessHandle&) = delete;
+    ProcessHandle& operator=(const ProcessHandle&) = delete;
+
+    /// Waits so long for the process to end; true also when there is none.
+    bool endsWithin(milliseconds time) const {
+        pollfd waited{descriptor_, POLLIN, 0};
+        return descriptor_ < 0 || poll(&waited, 1, static_cast<int>(time.count())) > 0;
+    }
+
+private:
+    int descriptor_;
+};
+
+} // namespace
+
+BusAppleEvents::BusAppleEvents(BusConnection& connection, milliseconds timeOut)
+    : connection_(connection), timeOut_(timeOut), mainThread_(std::this_thread::get_id()) {
+    static const sd_bus_vtable methods[] = {
+        SD_BUS_VTABLE_START(0),
+        SD_BUS_METHOD(bus::sendMethod, eventSignature, parametersSignature, sendCalled,
+                      SD_BUS_VTABLE_UNPRIVILEGED),
+        SD_BUS_VTABLE_END,
+    };
+    sd_bus_slot* slot = nullptr;
+    sd_bus_add_object_vtable(connection.mainBus(), &slot, bus::appleEventsPath, bus::appleEventsInterface,
+                             methods, this);
+    object_.reset(slot);
+}
+
+BusAppleEvents::~BusAppleEvents() = default;
+
+void BusAppleEvents::setEventHandler(std::uint32_t eventClass, std::uint32_t eventID, Handler handler) {
+    handlers_[{eventClass, eventID}] = std::move(handler);
+}
+
+void BusAppleEvents::removeEventHandler(std::uint32_t eventClass, std::uint32_t eventID) {
+    handlers_.erase({eventClass, eventID});
+}
+
+std::int32_t BusAppleEvents::sendWithoutReply(const AppleEventTarget& target, const AppleEvent& event) {
+    const std::optional<std::string> owner = find(target);
+    if (!owner) {
+        return procNotFound;
+    }
+    const bool sent = connection_.send([&](sd_bus* bus) {
+        const BusMessagePointer message = makeCall(bus, *owner, event);
+        if (!message) {
+            return -ENOMEM;
+        }
+        sd_bus_message_set_expect_reply(message.get(), 0);
+        return sd_bus_send(bus, message.get(), nullptr);
+    });
+    return sent ? 0 : procNotFound;
+}
+
+AppleEventReply BusAppleEvents::sendWaitingForReply(const AppleEventTarget& target, const AppleEvent& event) {
+    AppleEventReply reply;
+    const std::optional<std::string> owner = find(target);
+    if (owner == connection_.uniqueName() && std::this_thread::get_id() == mainThread_) {
+        reply.status = handle(event, reply.event) ? 0 : errAEEventNotHandled;
+        return reply;
+    }
+    // Messages go before their connection.
+    const BusPointer bus = owner ? connection_.connect() : nullptr;
+    const BusMessagePointer message = bus ? makeCall(bus.get(), *owner, event) : nullptr;
+    if (!message) {
+        reply.status = procNotFound;
+        return reply;
+    }
+    sd_bus_error error = SD_BUS_ERROR_NULL;
+    sd_bus_message* answer = nullptr;
+    const auto timeOut = std::chrono::duration_cast<std::chrono::microseconds>(timeOut_).count();
+    const int result =
+        sd_bus_call(bus.get(), message.get(), static_cast<std::uint64_t>(timeOut), &error, &answer);
+    const BusMessagePointer owned(answer);
+    if (result < 0) {
+        reply.status = statusOf(error);
+    } else if (sd_bus_message_has_signature(answer, parametersSignature) <= 0 ||
+               !readParameters(answer, reply.event.parameters)) {
+        reply.status = errAECoercionFail;
+    }
+    sd_bus_error_free(&error);
+    return reply;
+}
+
+int BusAppleEvents::sendCalled(sd_bus_message* message, void* appleEvents, sd_bus_error* error) {
+    AppleEvent event;
+    if (sd_bus_message_read(message, "uu", &event.eventClass, &event.eventID) <= 0 ||
+        !readParameters(message, event.parameters)) {
+        return -EBADMSG;
+    }
+    AppleEvent reply;
+    if (!static_cast<BusAppleEvents*>(appleEvents)->handle(event, reply)) {
+        return sd_bus_error_set(error, bus::notHandledError, "No handler takes this event");
+    }
+    sd_bus_message* made = nullptr;
+    int result = sd_bus_message_new_method_return(message, &made);
+    const BusMessagePointer answer(made);
+    if (result >= 0) {
+        result = appendParameters(made, reply.parameters);
+    }
+    return result < 0 ? result : sd_bus_send(nullptr, made, nullptr);
+}
+
+bool BusAppleEvents::handle(const AppleEvent& event, AppleEvent& reply) const {
+    const auto found = handlers_.find({event.eventClass, event.eventID});
+    if (found == handlers_.end()) {
+        return false;
+    }
+    const Handler handler = found->second;
+    return guarded([&] { handler(event, reply); });
+}
+
+std::optional<std::string> BusAppleEvents::find(const AppleEventTarget& target) {
+    const auto* process = std::get_if<ProcessTarget>(&target);
+    if (process != nullptr && process->processID == getpid()) {
+        return connection_.uniqueName();
+    }
+    std::optional<std::string> owner = connection_.ownerOf(bus::nameOf(target));
+    return owner || process == nullptr ? owner : findOnceLaunched(process->processID);
+}
+
+std::optional<std::string> BusAppleEvents::findOnceLaunched(std::int32_t processID) {
+    const ProcessHandle process(processID);
+    const std::optional<milliseconds> age = ageOf(processID);
+    if (!age) {
+        return std::nullopt;
+    }
+    const std::string name = bus::processName(processID);
+    const auto end = steady_clock::now() + (timeOut_ - *age);
+    std::optional<std::string> owner;
+    while (!owner && steady_clock::now() < end && !process.endsWithin(lookingInterval)) {
+        owner = connection_.ownerOf(name);
+    }
+    return owner;
+}
+
+} // namespace trigora::platform
