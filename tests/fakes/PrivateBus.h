@@ -10,6 +10,7 @@
 #include <filesystem>
 #include <fstream>
 #include <optional>
+#include <sstream>
 #include <stdexcept>
 #include <string>
 
@@ -83,7 +84,9 @@ private:
         close(channel[0]);
         if (address_.empty()) {
             end();
-            throw std::runtime_error("dbus-daemon cannot be started; is it installed?");
+            std::ostringstream log;
+            log << std::ifstream(folder_ + "/log").rdbuf();
+            throw std::runtime_error("dbus-daemon cannot be started; is it installed? " + log.str());
         }
     }
 
