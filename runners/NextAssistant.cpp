@@ -11,6 +11,12 @@
 
 namespace trigora {
 
+namespace {
+
+constexpr std::int32_t fnfErr = -43; ///< the platform's "file not found"
+
+} // namespace
+
 platform::ApplicationLaunch launchNextAssistant(const Dictionary& scanAssistantData) {
     const std::string path = platform::textAt(scanAssistantData, "NextAssistantPath").value_or("");
     FileReference application;
@@ -18,7 +24,9 @@ platform::ApplicationLaunch launchNextAssistant(const Dictionary& scanAssistantD
     if (status != 0) {
         return {status, 0};
     }
-    // An empty path gives an empty reference, which the launch refuses.
+    if (application.path.empty()) { // no path counts as success and leaves the reference unset
+        return {fnfErr, 0};
+    }
     return platform::current().workspace.launchApplication(application.path);
 }
 

@@ -17,10 +17,10 @@ public:
     void setScanAssistantData(std::optional<Dictionary> data) {
         dictionary_ScanAssistantData = std::move(data);
     }
+    const std::optional<Dictionary>& scanAssistantData() const { return dictionary_ScanAssistantData; }
 
 protected:
     ~ScanAssistantDataInput() = default;
-    const std::optional<Dictionary>& scanAssistantData() const { return dictionary_ScanAssistantData; }
 
 private:
     std::optional<Dictionary> dictionary_ScanAssistantData;
@@ -30,6 +30,7 @@ private:
 class EventManagerDataInput {
 public:
     void setEventManagerData(std::optional<Dictionary> data) { eventManagerData_ = std::move(data); }
+    const std::optional<Dictionary>& eventManagerData() const { return eventManagerData_; }
 
 protected:
     ~EventManagerDataInput() = default;
@@ -42,10 +43,10 @@ private:
 class DriverVersionInput {
 public:
     void setDriverVersion(std::optional<std::string> version) { driverVersion_ = std::move(version); }
+    const std::optional<std::string>& driverVersion() const { return driverVersion_; }
 
 protected:
     ~DriverVersionInput() = default;
-    const std::optional<std::string>& driverVersion() const { return driverVersion_; }
 
 private:
     std::optional<std::string> driverVersion_;
@@ -54,10 +55,10 @@ private:
 class ProjectIDInput {
 public:
     void setProjectID(std::optional<std::string> projectID) { projectID_ = std::move(projectID); }
+    const std::optional<std::string>& projectID() const { return projectID_; }
 
 protected:
     ~ProjectIDInput() = default;
-    const std::optional<std::string>& projectID() const { return projectID_; }
 
 private:
     std::optional<std::string> projectID_;
@@ -66,10 +67,10 @@ private:
 class DriverNameInput {
 public:
     void setDriverName(std::optional<std::string> driverName) { driverName_ = std::move(driverName); }
+    const std::optional<std::string>& driverName() const { return driverName_; }
 
 protected:
     ~DriverNameInput() = default;
-    const std::optional<std::string>& driverName() const { return driverName_; }
 
 private:
     std::optional<std::string> driverName_;
@@ -79,10 +80,10 @@ private:
 class IPAddressInput {
 public:
     void setIPAddress(std::optional<std::string> ipAddress) { ipAddress_ = std::move(ipAddress); }
+    const std::optional<std::string>& ipAddress() const { return ipAddress_; }
 
 protected:
     ~IPAddressInput() = default;
-    const std::optional<std::string>& ipAddress() const { return ipAddress_; }
 
 private:
     std::optional<std::string> ipAddress_;
