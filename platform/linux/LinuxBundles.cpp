@@ -87,6 +87,9 @@ LinuxBundles::LinuxBundles(const InstallationRoot& root, FileSystem& fileSystem,
       mainBundlePath_(std::move(mainBundlePath)) {}
 
 std::shared_ptr<Bundle> LinuxBundles::create(const std::string& path) {
+    if (path.empty()) { // would be read as the current folder
+        return nullptr;
+    }
     const std::optional<Value> info =
         propertyLists_.read(appendingPathComponent(path, "Contents/Info.plist"));
     if (!info || info->dictionary() == nullptr) {

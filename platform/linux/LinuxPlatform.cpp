@@ -1,0 +1,127 @@
+#include "platform/linux/LinuxPlatform.h"
+
+#include "platform/Text.h"
+#include "platform/linux/LinuxAlertPanel.h"
+#include "platform/linux/LinuxBundles.h"
+#include "platform/linux/LinuxFiles.h"
+#include "platform/linux/LinuxFormats.h"
+#include "platform/linux/LinuxIDConverter.h"
+#include "platform/linux/LinuxLowMemory.h"
+#include "platform/linux/LinuxProcesses.h"
+#include "platform/linux/LinuxStringTable.h"
+#include "platform/linux/LinuxSystemInformation.h"
+#include "platform/linux/LinuxUserDefaults.h"
+#include "platform/linux/LinuxWorkspace.h"
+#include "platform/linux/OfflineBus.h"
+#include "platform/linux/StandardErrorConsole.h"
+#include "platform/linux/bus/BusAppleEvents.h"
+#include "platform/linux/bus/BusConnection.h"
+#include "platform/linux/bus/BusNotifications.h"
+#include "platform/linux/bus/LinuxClock.h"
+#include "platform/linux/bus/LinuxRunLoop.h"
+
+#include <csignal>
+#include <filesystem>
+
+namespace trigora::platform {
+
+namespace {
+
+/// The bundle that the executable lies in, as an installed path; empty when it lies in none.
+std::string bundleOfThisProgram(const InstallationRoot& root) {
+    std::error_code error;
+    const std::string executable = std::filesystem::read_symlink("/proc/self/exe", error).string();
+    const std::string contents = deletingLastPathComponent(deletingLastPathComponent(executable));
+    const std::string bundle = deletingLastPathComponent(contents);
+    const bool isInBundle =
+        !error && executable == bundle + "/Contents/MacOS/" + lastPathComponent(executable);
+    return isInBundle ? root.asInstalled(bundle) : std::string();
+}
+
+} // namespace
+
+/// In the order in which one part needs another.
+struct LinuxPlatform::Parts {
+    Parts(const InstallationRoot& chosenRoot, const std::string& mainBundlePath)
+        : root(chosenRoot), bundles(root, fileSystem, propertyLists, mainBundlePath) {}
+
+    /// True when there is a bus.
+    bool connect(std::string& error) {
+        connection = BusConnection::open(runLoop, error);
+        if (!connection) {
+            notifications = std::make_unique<OfflineNotifications>();
+            appleEvents = std::make_unique<OfflineAppleEvents>();
+            return false;
+        }
+        notifications = std::make_unique<BusNotifications>(*connection);
+        appleEvents = std::make_unique<BusAppleEvents>(*connection);
+        return true;
+    }
+
+    void assemble() {
+        platform.reset(new Platform{
+            runLoop,       clock,       *notifications, *appleEvents, processes,    workspace,
+            bundles,       fileSystem,  fileContents,   fileMetadata, folders,      textEncodings,
+            propertyLists, json,        messageDigest,  images,       userDefaults, systemInformation,
+            alertPanel,    stringTable, console,        idConverter,  lowMemory,    sharedInstances});
+    }
+
+    const InstallationRoot root;
+    LinuxRunLoop runLoop;
+    LinuxClock clock;
+    std::unique_ptr<BusConnection> connection;
+    std::unique_ptr<DistributedNotifications> notifications;
+    std::unique_ptr<AppleEvents> appleEvents;
+    StandardErrorConsole console;
+    LinuxFileSystem fileSystem{root};
+    LinuxFileContents fileContents{root};
+    LinuxFileMetadata fileMetadata{root};
+    LinuxFolders folders{root};
+    IconvTextEncodings textEncodings;
+    LinuxPropertyLists propertyLists{fileContents};
+    LinuxJson json;
+    LinuxMessageDigest messageDigest;
+    PngImages images{fileContents};
+    LinuxBundles bundles;
+    LinuxProcesses processes{root, fileMetadata, bundles};
+    LinuxWorkspace workspace{root, fileSystem, bundles, processes};
+    LinuxUserDefaults userDefaults{fileSystem, folders, propertyLists};
+    LinuxSystemInformation systemInformation{propertyLists};
+    LinuxAlertPanel alertPanel{console};
+    LinuxStringTable stringTable{bundles, propertyLists, userDefaults};
+    LinuxIDConverter idConverter{root};
+    LinuxLowMemory lowMemory;
+    SharedInstances sharedInstances;
+    std::unique_ptr<Platform> platform;
+};
+
+std::unique_ptr<LinuxPlatform> LinuxPlatform::create(const Options& options, std::string& error) {
+    ::signal(SIGPIPE, SIG_IGN);
+    const InstallationRoot root = InstallationRoot::choose(options.root);
+    auto parts = std::make_unique<Parts>(root, options.mainBundlePath.empty() ? bundleOfThisProgram(root)
+                                                                              : options.mainBundlePath);
+    std::string busError;
+    if (!parts->connect(busError) && options.needsBus) {
+        error = busError;
+        return nullptr;
+    }
+    parts->assemble();
+    return std::unique_ptr<LinuxPlatform>(new LinuxPlatform(std::move(parts)));
+}
+
+LinuxPlatform::LinuxPlatform(std::unique_ptr<Parts> parts) : parts_(std::move(parts)) {}
+
+LinuxPlatform::~LinuxPlatform() {
+    parts_->sharedInstances.removeAll();
+    install(nullptr);
+}
+
+Platform& LinuxPlatform::platform() { return *parts_->platform; }
+
+const InstallationRoot& LinuxPlatform::root() const { return parts_->root; }
+
+LinuxRunLoop& LinuxPlatform::runLoop() { return parts_->runLoop; }
+
+BusConnection* LinuxPlatform::bus() { return parts_->connection.get(); }
+
+} // namespace trigora::platform

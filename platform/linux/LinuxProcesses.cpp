@@ -1,0 +1,339 @@
+#include "platform/linux/LinuxProcesses.h"
+
+#include "platform/Text.h"
+#include "platform/linux/DiskPath.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <charconv>
+#include <condition_variable>
+#include <csignal>
+#include <ctime>
+#include <deque>
+#include <fcntl.h>
+#include <filesystem>
+#include <fstream>
+#include <future>
+#include <iterator>
+#include <set>
+#include <spawn.h>
+#include <sstream>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
+
+namespace trigora::platform {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+/// What /proc/PID/stat tells of a process.
+struct ProcessStatus {
+    char state = 0;
+    std::uint64_t processorTicks = 0;
+    std::uint64_t startTicks = 0; ///< since the machine was started
+};
+
+double ticksPerSecond() { return static_cast<double>(::sysconf(_SC_CLK_TCK)); }
+
+double secondsSinceMachineStart() {
+    timespec now = {};
+    ::clock_gettime(CLOCK_BOOTTIME, &now);
+    return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) / 1e9;
+}
+
+/// None when the process has gone.
+std::optional<ProcessStatus> statusOf(const std::string& folder) {
+    std::ifstream file(folder + "/stat");
+    const std::string line{std::istreambuf_iterator<char>(file), {}};
+    // The second field is a name in brackets that may itself hold brackets and blanks.
+    const std::size_t name = line.rfind(')');
+    if (name == std::string::npos) {
+        return std::nullopt;
+    }
+    std::istringstream rest(line.substr(name + 1));
+    const std::vector<std::string> fields{std::istream_iterator<std::string>(rest), {}};
+    constexpr std::size_t userTime = 11;
+    constexpr std::size_t systemTime = 12;
+    constexpr std::size_t startTime = 19;
+    if (fields.size() <= startTime) {
+        return std::nullopt;
+    }
+    const auto number = [&](std::size_t field) {
+        std::uint64_t result = 0;
+        std::from_chars(fields[field].data(), fields[field].data() + fields[field].size(), result);
+        return result;
+    };
+    return ProcessStatus{fields[0][0], number(userTime) + number(systemTime), number(startTime)};
+}
+
+/// Where the kernel says the executable lies. It marks a file that has been removed or replaced since,
+/// which a process does not lose its name over. None for processes that may not be looked at.
+std::optional<std::string> executableOf(const std::string& folder) {
+    std::error_code error;
+    std::string executable = fs::read_symlink(folder + "/exe", error).string();
+    if (error) {
+        return std::nullopt;
+    }
+    constexpr std::string_view mark = " (deleted)";
+    const std::size_t length = executable.size() - std::min(executable.size(), mark.size());
+    if (std::string_view(executable).substr(length) == mark && !fs::exists(executable, error)) {
+        executable.resize(length);
+    }
+    return executable;
+}
+
+bool belongsToThisUser(const std::string& folder) {
+    struct stat status = {};
+    return ::stat(folder.c_str(), &status) == 0 && status.st_uid == ::geteuid();
+}
+
+/// The IDs of all processes, in ascending order.
+std::vector<std::int32_t> processIDs() {
+    std::vector<std::int32_t> ids;
+    std::error_code error;
+    for (fs::directory_iterator entry("/proc", error); !error && entry != fs::directory_iterator();
+         entry.increment(error)) {
+        const std::string name = entry->path().filename().string();
+        std::int32_t id = 0;
+        const auto [end, failure] = std::from_chars(name.data(), name.data() + name.size(), id);
+        if (failure == std::errc() && end == name.data() + name.size()) {
+            ids.push_back(id);
+        }
+    }
+    std::sort(ids.begin(), ids.end());
+    return ids;
+}
+
+/// A code that stands in a dictionary as four characters; 0 for anything else.
+std::uint32_t codeAt(const Dictionary& dictionary, std::string_view key) {
+    const std::string text = textAt(dictionary, key).value_or("");
+    if (text.size() != 4) {
+        return 0;
+    }
+    std::uint32_t code = 0;
+    for (const char character : text) {
+        code = (code << 8) | static_cast<std::uint8_t>(character);
+    }
+    return code;
+}
+
+/// The bundle whose "Contents/MacOS" the executable lies in; empty for any other place.
+std::string bundleOfExecutable(const std::string& executable) {
+    const std::string folder = deletingLastPathComponent(executable);
+    const std::string contents = deletingLastPathComponent(folder);
+    const bool isInBundle = lastPathComponent(folder) == "MacOS" && lastPathComponent(contents) == "Contents";
+    return isInBundle ? deletingLastPathComponent(contents) : std::string();
+}
+
+/// The pointers that exec takes; they live as long as the texts.
+std::vector<char*> pointersTo(std::vector<std::string>& texts) {
+    std::vector<char*> pointers;
+    std::transform(texts.begin(), texts.end(), std::back_inserter(pointers),
+                   [](std::string& text) { return text.data(); });
+    pointers.push_back(nullptr);
+    return pointers;
+}
+
+std::vector<std::string> environmentWithRoot(const std::string& root) {
+    const std::string name = "TRIGORA_ROOT=";
+    std::vector<std::string> variables{name + root};
+    for (char** variable = environ; variable != nullptr && *variable != nullptr; ++variable) {
+        if (std::string_view(*variable).substr(0, name.size()) != name) {
+            variables.emplace_back(*variable);
+        }
+    }
+    return variables;
+}
+
+/// Attributes of a new process: no blocked signals, every signal with its default action.
+class SpawnAttributes {
+public:
+    SpawnAttributes() {
+        ::posix_spawnattr_init(&attributes_);
+        sigset_t signals;
+        ::sigemptyset(&signals);
+        ::posix_spawnattr_setsigmask(&attributes_, &signals);
+        ::sigfillset(&signals);
+        ::posix_spawnattr_setsigdefault(&attributes_, &signals);
+        ::posix_spawnattr_setflags(&attributes_, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
+    }
+    SpawnAttributes(const SpawnAttributes&) = delete;
+    SpawnAttributes& operator=(const SpawnAttributes&) = delete;
+    ~SpawnAttributes() { ::posix_spawnattr_destroy(&attributes_); }
+
+    const posix_spawnattr_t* get() const { return &attributes_; }
+
+private:
+    posix_spawnattr_t attributes_;
+};
+
+/// Closes everything but the standard three, whether or not it was opened to be closed at exec.
+class SpawnFileActions {
+public:
+    SpawnFileActions() {
+        ::posix_spawn_file_actions_init(&actions_);
+        ::posix_spawn_file_actions_addclosefrom_np(&actions_, STDERR_FILENO + 1);
+    }
+    SpawnFileActions(const SpawnFileActions&) = delete;
+    SpawnFileActions& operator=(const SpawnFileActions&) = delete;
+    ~SpawnFileActions() { ::posix_spawn_file_actions_destroy(&actions_); }
+
+    const posix_spawn_file_actions_t* get() const { return &actions_; }
+
+private:
+    posix_spawn_file_actions_t actions_;
+};
+
+/// The words begin with the executable's path on the disk. None when it could not be started.
+std::optional<pid_t> spawn(std::vector<std::string> words, std::vector<std::string> environment) {
+    const SpawnAttributes attributes;
+    const SpawnFileActions actions;
+    pid_t processID = 0;
+    const int failure = ::posix_spawn(&processID, words.front().c_str(), actions.get(), attributes.get(),
+                                      pointersTo(words).data(), pointersTo(environment).data());
+    return failure == 0 ? std::optional(processID) : std::nullopt;
+}
+
+} // namespace
+
+/// The launched processes, shared with the threads that wait for them.
+class LinuxProcesses::Children {
+public:
+    /// Runs in the process's own thread: starts it, tells the launcher, and waits for the exit.
+    void startAndWait(std::vector<std::string> words, std::vector<std::string> environment,
+                      std::promise<std::optional<std::int32_t>>& launched) {
+        const std::optional<pid_t> processID = spawn(std::move(words), std::move(environment));
+        if (processID) {
+            const std::lock_guard lock(mutex_);
+            running_.insert(*processID);
+        }
+        launched.set_value(processID);
+        if (processID) {
+            waitFor(*processID);
+        }
+    }
+
+    int exitStatus(std::int32_t processID) {
+        std::unique_lock lock(mutex_);
+        exited_.wait(lock, [&] { return running_.count(processID) == 0; });
+        const auto found = std::find_if(statuses_.rbegin(), statuses_.rend(),
+                                        [&](const ExitStatus& exit) { return exit.processID == processID; });
+        if (found == statuses_.rend()) {
+            return -1;
+        }
+        const int status = found->status;
+        statuses_.erase(std::next(found).base());
+        return status;
+    }
+
+private:
+    struct ExitStatus {
+        std::int32_t processID;
+        int status;
+    };
+
+    /// Notes the exit and only then frees the ID: it may be given to another launched process at once.
+    void waitFor(pid_t processID) {
+        siginfo_t information = {};
+        while (::waitid(P_PID, static_cast<id_t>(processID), &information, WEXITED | WNOWAIT) != 0 &&
+               errno == EINTR) {
+        }
+        const std::lock_guard lock(mutex_);
+        const bool ended = information.si_code == CLD_EXITED;
+        statuses_.push_back({processID, ended ? information.si_status : -1});
+        constexpr std::size_t mostStatuses = 256; // most are never asked for
+        if (statuses_.size() > mostStatuses) {
+            statuses_.pop_front();
+        }
+        running_.erase(processID);
+        ::waitpid(processID, nullptr, 0);
+        exited_.notify_all();
+    }
+
+    std::mutex mutex_;
+    std::condition_variable exited_;
+    std::set<std::int32_t> running_;
+    std::deque<ExitStatus> statuses_; ///< in the order of the exits
+};
+
+LinuxProcesses::LinuxProcesses(const InstallationRoot& root, FileMetadata& metadata, Bundles& bundles)
+    : root_(root), metadata_(metadata), bundles_(bundles), children_(std::make_shared<Children>()) {}
+
+LinuxProcesses::~LinuxProcesses() = default;
+
+std::vector<ProcessInformation> LinuxProcesses::list() {
+    constexpr double listedAfterSeconds = 0.5;
+    std::vector<ProcessInformation> processes;
+    for (const std::int32_t id : processIDs()) {
+        const std::string folder = "/proc/" + std::to_string(id);
+        const auto status = belongsToThisUser(folder) ? statusOf(folder) : std::nullopt;
+        if (!status || status->state == 'Z' || status->state == 'X') {
+            continue;
+        }
+        const double age =
+            secondsSinceMachineStart() - static_cast<double>(status->startTicks) / ticksPerSecond();
+        const auto executable = age >= listedAfterSeconds ? executableOf(folder) : std::nullopt;
+        if (!executable) {
+            continue;
+        }
+        const Kind kind = kindOfExecutable(root_.asInstalled(*executable));
+        const double sixtieths = static_cast<double>(status->processorTicks) * 60 / ticksPerSecond();
+        processes.push_back({id, lastPathComponent(*executable), kind.type, kind.signature,
+                             static_cast<std::uint32_t>(std::min(sixtieths, 4294967295.0))});
+    }
+    return processes;
+}
+
+LinuxProcesses::Kind LinuxProcesses::kindOfExecutable(const std::string& executable) {
+    const std::string path = bundleOfExecutable(executable);
+    const auto attributes =
+        path.empty() ? std::nullopt
+                     : metadata_.attributes(appendingPathComponent(path, "Contents/Info.plist"), true);
+    if (!attributes) {
+        return {};
+    }
+    const std::lock_guard lock(mutex_);
+    const auto known = kinds_.find(path);
+    if (known != kinds_.end() && known->second.modified == attributes->modificationTime) {
+        return known->second;
+    }
+    const std::shared_ptr<Bundle> bundle = bundles_.create(path);
+    Kind kind{attributes->modificationTime, 0, 0};
+    if (bundle) {
+        kind.type = codeAt(bundle->infoDictionary(), "CFBundlePackageType");
+        kind.signature = codeAt(bundle->infoDictionary(), "CFBundleSignature");
+    }
+    return kinds_[path] = kind;
+}
+
+std::optional<std::int32_t> LinuxProcesses::launch(const std::string& executablePath,
+                                                   const std::vector<std::string>& arguments) {
+    std::vector<std::string> words{diskPath(root_, executablePath)};
+    words.insert(words.end(), arguments.begin(), arguments.end());
+    const bool isCut = std::any_of(words.begin(), words.end(), [](const std::string& word) {
+        return word.find('\0') != std::string::npos;
+    });
+    if (words.front().empty() || isCut) {
+        return std::nullopt;
+    }
+    auto launched = std::make_shared<std::promise<std::optional<std::int32_t>>>();
+    std::future<std::optional<std::int32_t>> processID = launched->get_future();
+    try {
+        std::thread([children = children_, launched, words = std::move(words),
+                     environment = environmentWithRoot(root_.path())]() mutable {
+            children->startAndWait(std::move(words), std::move(environment), *launched);
+        }).detach();
+        return processID.get();
+    } catch (const std::exception&) { // no thread, or no memory for what it needs
+        return std::nullopt;
+    }
+}
+
+int LinuxProcesses::waitForExit(std::int32_t processID) { return children_->exitStatus(processID); }
+
+std::int32_t LinuxProcesses::ownProcessID() { return ::getpid(); }
+
+} // namespace trigora::platform

@@ -1,0 +1,55 @@
+#pragma once
+
+#include "platform/Bundles.h"
+#include "platform/FileSystem.h"
+#include "platform/Processes.h"
+#include "platform/linux/InstallationRoot.h"
+
+#include <map>
+#include <memory>
+#include <mutex>
+
+namespace trigora::platform {
+
+/// Lists from /proc. Each launched process has a thread of its own that starts it and then sleeps until it
+/// has exited, so that no zombie is left and nobody needs to ask. That thread does not hold the program
+/// back when it ends; the children go on without it.
+class LinuxProcesses final : public Processes {
+public:
+    LinuxProcesses(const InstallationRoot& root, FileMetadata& metadata, Bundles& bundles);
+    LinuxProcesses(const LinuxProcesses&) = delete;
+    LinuxProcesses& operator=(const LinuxProcesses&) = delete;
+    ~LinuxProcesses() override;
+
+    /// Processes whose executable cannot be looked at (those that are protected even from their own user)
+    /// are not listed.
+    std::vector<ProcessInformation> list() override;
+    /// The child gets the standard three descriptors, no blocked or ignored signals, and TRIGORA_ROOT. The
+    /// executable is relocated, the arguments stand as they are; one with a NUL in it cannot be passed.
+    std::optional<std::int32_t> launch(const std::string& executablePath,
+                                       const std::vector<std::string>& arguments) override;
+    /// -1 for a process that was not launched here, that a signal ended, or that was waited for already.
+    int waitForExit(std::int32_t processID) override;
+    std::int32_t ownProcessID() override;
+
+    class Children;
+
+private:
+    /// Type and signature of a bundle, good for as long as its Info.plist is not changed.
+    struct Kind {
+        double modified = 0;
+        std::uint32_t type = 0;
+        std::uint32_t signature = 0;
+    };
+
+    Kind kindOfExecutable(const std::string& executable);
+
+    const InstallationRoot& root_;
+    FileMetadata& metadata_;
+    Bundles& bundles_;
+    std::shared_ptr<Children> children_;
+    std::mutex mutex_;
+    std::map<std::string, Kind> kinds_; ///< by bundle path; guarded by mutex_
+};
+
+} // namespace trigora::platform
