@@ -150,8 +150,9 @@ TEST_F(TrEventManagerTest, ButtonBindingsAreReadLazilyAndTakenOverFromTheFormerF
     ASSERT_EQ(stat(onDisk(bindingsFile).c_str(), &status), 0);
     EXPECT_EQ(status.st_mode & 07777U, 0666U);
 
+    writePropertyList(bindingsFile, Dictionary{{"11", "704"}});
     TrEventManager::releaseSharedManager();
-    EXPECT_EQ(event->connectedProjectID(nullptr), "703") << "an event finds the store made since";
+    EXPECT_EQ(event->connectedProjectID(nullptr), "704") << "an event finds the store made since";
 }
 
 TEST_F(TrEventManagerTest, TheFirstSaveMigratesBindingsNobodyAskedFor) {
