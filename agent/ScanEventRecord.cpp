@@ -15,10 +15,9 @@ std::uint32_t bigEndian(const std::array<std::uint8_t, 4>& bytes) {
 }
 
 std::optional<std::string> nameIn(const std::array<std::uint8_t, 32>& field, std::uint8_t length) {
-    std::array<char, 32> bytes{};
-    std::memcpy(bytes.data(), field.data(), field.size());
-    return exStringWithCString(bytes.data(), std::min<std::size_t>(length, bytes.size()),
-                               platform::Encoding::utf8);
+    const auto count = static_cast<std::ptrdiff_t>(std::min<std::size_t>(length, field.size()));
+    const std::string bytes(field.begin(), field.begin() + count);
+    return exStringWithCString(bytes.data(), bytes.size(), platform::Encoding::utf8);
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 // What the other applications report: scans that end, test scans, driver names and changed settings.
 
+#include "files/PxIniParser.h"
 #include "files/TrFilePathUtility.h"
 #include "projects/TrProjectManager.h"
 #include "tests/agent/InstalledScannerTest.h"
@@ -91,6 +92,11 @@ TEST_F(TgaServiceManagerNotificationsTest, KeepsTheLastReportedDriverName) {
 
 TEST_F(TgaServiceManagerNotificationsTest, RunsTestScans) {
     start();
+    const auto typeSeenByOthers = [] {
+        return PxIniParser::sharedParser()->valueWithFilePath(projectPath, "Launch", "ProjectType");
+    };
+    writeFile(projectPath, "[Launch]\nProjectID=701\nProjectType=0x0002\n");
+    EXPECT_EQ(typeSeenByOthers(), "0x0002"); // and remembered
     writeFile(projectPath, "[Launch]\nProjectID=701\nProjectType=0x0001\n");
     idConverter.present = true;
     idConverter.knownTwainIDs = {"D1"};
@@ -140,6 +146,8 @@ TEST_F(TgaServiceManagerNotificationsTest, RunsTestScans) {
     }
     notifications.receive("TestScannningWillStartNotification");
     EXPECT_EQ(journal.take(), Lines{finished});
+    writeFile(projectPath, "[Launch]\nProjectID=701\nProjectType=0x0003\n");
+    EXPECT_EQ(typeSeenByOthers(), "0x0003") << "the test scan leaves nothing remembered";
 }
 
 TEST_F(TgaServiceManagerNotificationsTest, ReadsEverythingAfreshWhenSettingsChange) {
@@ -148,7 +156,8 @@ TEST_F(TgaServiceManagerNotificationsTest, ReadsEverythingAfreshWhenSettingsChan
     press("XY-1", "D1", 1);
     confirm("D1", 0x123);
     EXPECT_EQ(journal.take().back(), "post ScanEventDidFinishNotification");
-    installEvent("101", "110");
+    installEvent("101", "610");
+    installProject("610");
     for (const auto& [name, isStarted] :
          {std::pair{"SomeOtherNotification", false}, std::pair{"ScanSettingsDidChangeNotification", true}}) {
         notifications.receive(name);

@@ -162,6 +162,11 @@ TEST_F(TgaSurveillantTest, WatchesOnlyWithUsableSettings) {
     installProject("/Applications/Missing.app", "0x0001");
     watcher.setupMonitorSettings(monitorEvent());
     EXPECT_EQ(loop.timerCount(), 0U) << "an application that is missing";
+    installProject("/Applications/Viewer.app", "0x0001");
+    TrProjectManager::sharedProjectManager();
+    remove("/Applications/Viewer.app");
+    watcher.setupMonitorSettings(monitorEvent());
+    EXPECT_EQ(loop.timerCount(), 0U) << "an application that has gone since its project was read";
 }
 
 } // namespace
