@@ -6,7 +6,7 @@
 #include "platform/Text.h"
 
 #include <algorithm>
-#include <array>
+#include <initializer_list>
 
 namespace trigora {
 
@@ -34,12 +34,18 @@ std::optional<std::string> preferredLocale() {
     return text == nullptr ? std::nullopt : std::optional(*text);
 }
 
+void createMissingFolders(const std::string& path) {
+    for (const std::string& folder : missingFoldersOfPath(path)) {
+        exCreateDirectoryAtPath(folder, false, attributesOfMadeFolder());
+    }
+}
+
 /// Copies what the source holds. Links to folders are followed once: below one of them, links are copied as
 /// links, so that a link to a folder around itself comes to an end.
 void copyContents(const std::string& source, const std::string& destination, bool isBelowLink) {
     // Listed before the destination is made, which may lie inside the source.
     const auto names = exDirectoryContentsAtPath(source).value_or(std::vector<std::string>());
-    TrFilePathUtility::sharedFilePathUtility()->createFolderPath(destination);
+    createMissingFolders(destination);
     auto& platform = platform::current();
     for (const std::string& name : names) {
         if (name.front() == '.') {
@@ -151,11 +157,7 @@ std::optional<std::string> TrFilePathUtility::currentCountry() const {
     return length == 0 ? std::nullopt : std::optional(language->substr(0, length));
 }
 
-void TrFilePathUtility::createFolderPath(const std::string& path) const {
-    for (const std::string& folder : missingFoldersOfPath(path)) {
-        exCreateDirectoryAtPath(folder, false, attributesOfMadeFolder());
-    }
-}
+void TrFilePathUtility::createFolderPath(const std::string& path) const { createMissingFolders(path); }
 
 void TrFilePathUtility::copyFolderPath(const std::string& path, const std::string& toPath) const {
     copyContents(path, toPath, false);
