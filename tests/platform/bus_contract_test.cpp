@@ -238,7 +238,7 @@ TEST_P(BusContract, timersRepeatUntilTheyAreCancelledAlsoByThemselves) {
     int never = 0;
     int often = 0;
     platform::RunLoop::TimerID twiceTimer = 0;
-    const auto neverTimer = world_->loop().addRepeatingTimer(0.02, [&] { ++never; });
+    const auto neverTimer = world_->loop().addRepeatingTimer(0.08, [&] { ++never; });
     twiceTimer = world_->loop().addRepeatingTimer(0.005, [&] {
         world_->loop().cancelTimer(neverTimer);
         if (++twice == 2) {
