@@ -1,0 +1,280 @@
+#include "platform/linux/LinuxProcesses.h"
+#include "platform/linux/LinuxWorkspace.h"
+#include "tests/fakes/PlatformTest.h"
+
+#include <algorithm>
+#include <chrono>
+#include <csignal>
+#include <fcntl.h>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
+
+namespace trigora::platform {
+namespace {
+
+namespace fs = std::filesystem;
+using namespace std::chrono_literals;
+
+/// Real processes; the few short waits below are for what only the kernel can do.
+class RealProcesses : public test::PlatformTest {
+protected:
+    const InstallationRoot root{fs::path(onDisk("/Library")).parent_path().string()};
+    LinuxProcesses processes{root, current().fileMetadata, current().bundles};
+    LinuxWorkspace workspace{root, current().fileSystem, current().bundles, processes};
+
+    /// Installs a program; a "#!" text, or a copy of a real one, whose name then is the process's.
+    void installScript(const std::string& path, const std::string& text) {
+        writeFile(path, text);
+        ::chmod(onDisk(path).c_str(), 0755);
+    }
+    void installSleep(const std::string& path) {
+        fs::create_directories(fs::path(onDisk(path)).parent_path());
+        fs::copy_file("/bin/sleep", onDisk(path));
+    }
+    const ProcessInformation* listed(std::int32_t id) {
+        list_ = processes.list();
+        const auto found = std::find_if(list_.begin(), list_.end(), [&](const ProcessInformation& process) {
+            return process.processID == id;
+        });
+        return found == list_.end() ? nullptr : &*found;
+    }
+    static bool comesTrue(const std::function<bool()>& condition) {
+        for (int i = 0; i < 1000 && !condition(); ++i) {
+            std::this_thread::sleep_for(10ms);
+        }
+        return condition();
+    }
+    std::string outputOf(const std::string& path) {
+        EXPECT_TRUE(comesTrue([&] { return exists(path); })) << path;
+        return readFile(path);
+    }
+
+private:
+    std::vector<ProcessInformation> list_;
+};
+
+TEST_F(RealProcesses, AreListedFromHalfASecondToTheirExit) {
+    const std::string bundle = "/Applications/Ap (deleted)/A.app";
+    const std::string executable = bundle + "/Contents/MacOS/a name of over 15 bytes)";
+    installSleep(executable);
+    writePropertyList(bundle + "/Contents/Info.plist",
+                      Dictionary{{"CFBundlePackageType", "APPL"}, {"CFBundleSignature", "PLsc"}});
+    const auto began = std::chrono::steady_clock::now();
+    const auto id = processes.launch(executable, {"100"});
+    ASSERT_TRUE(id);
+    EXPECT_EQ(listed(*id), nullptr);
+    ASSERT_TRUE(comesTrue([&] { return listed(*id) != nullptr; }));
+    EXPECT_GE(std::chrono::steady_clock::now() - began, 490ms); // the kernel counts in hundredths
+    const ProcessInformation process = *listed(*id);
+    EXPECT_EQ(process.name, "a name of over 15 bytes)");
+    EXPECT_EQ(process.type, fourCharCode("APPL"));
+    EXPECT_EQ(process.signature, fourCharCode("PLsc"));
+
+    writePropertyList(bundle + "/Contents/Info.plist", Dictionary{{"CFBundleSignature", "toolong"}});
+    EXPECT_TRUE(comesTrue([&] { return listed(*id)->signature == 0; }));
+    fs::remove(onDisk(executable));
+    ASSERT_NE(listed(*id), nullptr);
+    EXPECT_EQ(listed(*id)->name, "a name of over 15 bytes)");
+
+    ::kill(*id, SIGKILL);
+    EXPECT_EQ(processes.waitForExit(*id), -1);
+    EXPECT_EQ(listed(*id), nullptr);
+}
+
+TEST_F(RealProcesses, AZombieIsNotListed) {
+    const pid_t id = ::fork();
+    if (id == 0) {
+        ::pause();
+        ::_exit(0);
+    }
+    ASSERT_TRUE(comesTrue([&] { return listed(id) != nullptr; }));
+    ::kill(id, SIGKILL);
+    siginfo_t information = {};
+    ::waitid(P_PID, static_cast<id_t>(id), &information, WEXITED | WNOWAIT);
+    EXPECT_EQ(listed(id), nullptr);
+    ::waitpid(id, nullptr, 0);
+}
+
+TEST_F(RealProcesses, GiveTheirExitStatusAndLeaveNoZombies) {
+    const auto waited = processes.launch("/bin/sh", {"-c", "exit 7"});
+    ASSERT_TRUE(waited);
+    EXPECT_EQ(processes.waitForExit(*waited), 7);
+    EXPECT_EQ(processes.waitForExit(*waited), -1);
+    EXPECT_EQ(processes.waitForExit(::getppid()), -1);
+    std::vector<std::int32_t> ids;
+    for (int i = 0; i < 20; ++i) {
+        ids.push_back(*processes.launch("/bin/true", {}));
+    }
+    // A zombie still has its folder in /proc.
+    for (const std::int32_t id : ids) {
+        EXPECT_TRUE(comesTrue([&] { return !fs::exists("/proc/" + std::to_string(id)); }));
+    }
+    EXPECT_EQ(::waitpid(-1, nullptr, WNOHANG), -1) << "a child is left";
+}
+
+TEST_F(RealProcesses, ChildrenStartCleanAndKnowTheRoot) {
+    // Readable by its child if anything leaks: no close-on-exec here, on purpose.
+    const int leak = ::open("/dev/null", O_RDONLY);
+    sigset_t all;
+    sigset_t before;
+    ::sigfillset(&all);
+    ::pthread_sigmask(SIG_BLOCK, &all, &before);
+    const auto handler = ::signal(SIGPIPE, SIG_IGN);
+    ::setenv("TRIGORA_ROOT", "/wrong", 1);
+    installScript("/Applications/report",
+                  "#!/bin/sh\nexec >\"$1.part\"\n(ls /proc/self/fd | tr '\\n' ' '; grep -E 'Sig(Blk|Ign)' "
+                  "/proc/self/status; echo \"$TRIGORA_ROOT\"; shift; printf '%s|' \"$@\") 3>&-\nmv "
+                  "\"$1.part\" \"$1\"\n");
+    const auto id = processes.launch("/Applications/report", {home + "/out", "a b", "$HOME;", "", "*"});
+    ::signal(SIGPIPE, handler);
+    ::pthread_sigmask(SIG_SETMASK, &before, nullptr);
+    ::close(leak);
+    ASSERT_TRUE(id);
+    EXPECT_EQ(processes.waitForExit(*id), 0);
+    const std::string output = outputOf("~/out");
+    EXPECT_EQ(output.substr(0, 8), "0 1 2 3 ") << "3 is the folder that ls itself reads";
+    EXPECT_NE(output.find("SigBlk:\t0000000000000000\n"), std::string::npos) << output;
+    const std::string ignored = output.substr(output.find("SigIgn:\t") + 8, 16);
+    // The C library keeps two signals beyond the first 31 to itself.
+    EXPECT_EQ(std::stoull(ignored, nullptr, 16) & 0x7FFFFFFF, 0U) << output;
+    EXPECT_NE(output.find("\n" + root.path() + "\na b|$HOME;||*|"), std::string::npos) << output;
+    ::unsetenv("TRIGORA_ROOT");
+}
+
+TEST_F(RealProcesses, WhatCannotBeStartedGivesNothing) {
+    writeFile("/Applications/text", "no program");
+    writeFile("/Applications/text without line", "echo\n");
+    ::chmod(onDisk("/Applications/text without line").c_str(), 0755);
+    ASSERT_EQ(::mkfifo(onDisk("/Applications/pipe").c_str(), 0777), 0);
+    for (const std::string& path :
+         {std::string("/Applications/none"), std::string("/Applications/text"),
+          std::string("/Applications/text without line"), std::string("/Applications/pipe"),
+          std::string("/Applications"), std::string(), std::string("/bin/true\0x", 11)}) {
+        EXPECT_EQ(processes.launch(path, {}), std::nullopt) << path;
+    }
+    EXPECT_EQ(processes.launch("/bin/true", {std::string("a\0b", 3)}), std::nullopt);
+    EXPECT_EQ(processes.launch("/bin/true", {std::string(std::size_t{64} << 20, 'x')}), std::nullopt);
+}
+
+/// Where the files go that the programs below write: the name of the program and its arguments.
+class RealWorkspace : public RealProcesses {
+protected:
+    void SetUp() override {
+        // Programs found by name are stand-ins; the shell's own tools stay.
+        ::setenv("PATH", (home + "/bin:/usr/bin:/bin").c_str(), 1);
+        for (const char* name : {"xdg-open", "gio", "viewer"}) {
+            installScript(std::string("~/bin/") + name, reporter);
+        }
+        installScript("/Applications/Sub/My Viewer.app/Contents/MacOS/My Viewer", reporter);
+        writePropertyList(
+            "/Applications/Sub/My Viewer.app/Contents/Info.plist",
+            Dictionary{{"CFBundleExecutable", "My Viewer"}, {"CFBundleIdentifier", "com.x.viewer"}});
+        writeFile("~/a file", "");
+        writeFile("/Users/Shared/-x", "");
+        ::setenv("TRIGORA_TEST_OUT", (home + "/out").c_str(), 1);
+    }
+
+    std::string reported(const std::function<bool()>& act) {
+        fs::remove(home + "/out");
+        EXPECT_TRUE(act());
+        const std::string output = outputOf("~/out");
+        return replacingOccurrences(replacingOccurrences(output, home, "~"), root.path(), "ROOT");
+    }
+
+    const std::string reporter =
+        "#!/bin/sh\n(printf '%s' \"${0##*/}\"; printf '|%s' \"$@\") "
+        ">\"$TRIGORA_TEST_OUT.part\"\nmv \"$TRIGORA_TEST_OUT.part\" \"$TRIGORA_TEST_OUT\"\n";
+};
+
+TEST_F(RealWorkspace, OpensFilesWithEveryKindOfApplication) {
+    writeFile("~/x.desktop", "[Desktop Entry]\n");
+    const std::string bundle = "/Applications/Sub/My Viewer.app";
+    const std::pair<std::string, std::string> cases[] = {
+        {"Finder", "xdg-open|~/a file"},
+        {bundle, "My Viewer|~/a file"},
+        {"My Viewer", "My Viewer|~/a file"},
+        {"My Viewer.app", "My Viewer|~/a file"},
+        {bundle + "/Contents/MacOS/My Viewer", "My Viewer|~/a file"},
+        {"viewer", "viewer|~/a file"},
+        {home + "/x.desktop", "gio|launch|~/x.desktop|~/a file"},
+    };
+    for (const auto& [application, output] : cases) {
+        EXPECT_EQ(reported([&, name = application] { return workspace.openFile(home + "/a file", name); }),
+                  output);
+    }
+    EXPECT_EQ(reported([&] { return workspace.openFile("/Users/Shared/-x", "Finder"); }),
+              "xdg-open|ROOT/Users/Shared/-x");
+    fs::current_path(onDisk("/Users/Shared"));
+    EXPECT_EQ(reported([&] { return workspace.openFile("-x", "Finder"); }), "xdg-open|./-x");
+    fs::current_path("/");
+}
+
+TEST_F(RealWorkspace, WhatCannotBeOpenedSaysSo) {
+    writePropertyList("/Applications/Empty.app/Contents/Info.plist", Dictionary{});
+    for (const char* application : {"", "/", "/Applications", "/Applications/none", "none",
+                                    "/Applications/Empty.app", "viewer -x", "~/bin/viewer"}) {
+        EXPECT_FALSE(workspace.openFile(home + "/a file", application)) << application;
+    }
+    EXPECT_FALSE(workspace.openFile(home + "/none", "viewer"));
+    EXPECT_EQ(workspace.launchApplication("/Applications/none").status, -43);
+    EXPECT_EQ(workspace.launchApplication("/Applications/Empty.app").status, -10810);
+    EXPECT_EQ(workspace.launchApplication(home + "/a file").status, -10810);
+    const ApplicationLaunch launch = workspace.launchApplication("/Applications/Sub/My Viewer.app");
+    EXPECT_EQ(launch.status, 0);
+    EXPECT_EQ(processes.waitForExit(launch.processID), 0);
+    EXPECT_EQ(readFile("~/out"), "My Viewer|");
+}
+
+TEST_F(RealWorkspace, FindsApplicationsByIdentifierOneLevelDeep) {
+    const Dictionary viewer{{"CFBundleIdentifier", "com.x.deep"}};
+    writePropertyList("/Applications/Sub/Sub/Deep.app/Contents/Info.plist", viewer);
+    writePropertyList("/Applications/Sub/My Viewer.app/In.app/Contents/Info.plist", viewer);
+    writePropertyList("/Applications/Top.app/Contents/Info.plist",
+                      Dictionary{{"CFBundleIdentifier", "com.x.top"}});
+    writePropertyList("/Applications/Top.app/In.app/Contents/Info.plist", viewer);
+    EXPECT_EQ(workspace.findApplication("com.x.viewer"), "/Applications/Sub/My Viewer.app");
+    EXPECT_EQ(workspace.findApplication("com.x.top"), "/Applications/Top.app");
+    EXPECT_EQ(workspace.findApplication("com.x.deep"), std::nullopt);
+    EXPECT_EQ(workspace.findApplication(""), std::nullopt);
+}
+
+TEST_F(RealProcesses, OsascriptRunsScriptsByTheirOwnInterpreter) {
+    fs::create_directories(root.path() + "/usr/bin");
+    fs::copy_file(TRIGORA_OSASCRIPT, root.path() + "/usr/bin/osascript");
+    writeFile("/Library/Scripts/say", "#!/bin/sh\nprintf '%s|' \"$0\" \"$@\" >\"$2\"\nexit 9\n");
+    writeFile("/Library/Scripts/env", "#!/usr/bin/env  sh\nexit $1\n");
+    writeFile("/Library/Scripts/dos", "#!/bin/sh\r\nexit 6 #\r\n");
+    writeFile("/Library/Scripts/plain", "echo hello\n");
+    writeFile("/Library/Scripts/empty", "");
+    writeFile("/Library/Scripts/none there", "#!/no/such\n");
+    writeFile("/Library/Scripts/blank", "#! \n");
+    const auto run = [&](std::vector<std::string> arguments) {
+        const auto id = processes.launch("/usr/bin/osascript", arguments);
+        return id ? processes.waitForExit(*id) : -2;
+    };
+    EXPECT_EQ(run({"/Library/Scripts/say", "a b;$HOME", home + "/out"}), 9);
+    EXPECT_EQ(readFile("~/out"), root.path() + "/Library/Scripts/say|a b;$HOME|" + home + "/out|");
+    const std::pair<std::vector<std::string>, int> cases[] = {
+        {{"/Library/Scripts/env", "8"}, 8},
+        {{"/Library/Scripts/dos"}, 6},
+        {{"/Library/Scripts/plain"}, 126},
+        {{"/Library/Scripts/empty"}, 126},
+        {{"/Library/Scripts/none there"}, 126},
+        {{"/Library/Scripts/blank"}, 126},
+        {{"/Library/Scripts/missing"}, 127},
+        {{"/Library/Scripts"}, 127},
+        {{}, 2},
+        {{""}, 2},
+    };
+    for (const auto& [arguments, status] : cases) {
+        EXPECT_EQ(run(arguments), status) << (arguments.empty() ? "" : arguments.front());
+    }
+}
+
+} // namespace
+} // namespace trigora::platform
