@@ -86,7 +86,7 @@ std::string moveProject(const std::string& path, const std::string& newName) {
     const std::string newFolder =
         appendingPathComponent(platform::deletingLastPathComponent(path), projectFileName(newName));
     const std::string newPath = platform::appendingPathExtension(newFolder, "plg");
-    if (existsAt(newFolder) || existsAt(newPath) || !exMovePath(folder, newFolder)) {
+    if (!exMovePath(folder, newFolder)) {
         return path;
     }
     if (!exMovePath(path, newPath)) {

@@ -87,7 +87,12 @@ TEST_F(TrProjectInformationTest, AFailedWriteLeavesTheOldFile) {
     project->setScanSettingsPath(absolute("~/p"));
     project->writeProjectInformation();
     EXPECT_EQ(readFile(file), before);
-    EXPECT_NE(permissions("~/p"), "438"); // the folder is still one that can be entered
+    makeFolder("~/q.plg");
+    project->setProjectFilePath(absolute("~/q.plg"));
+    project->writeProjectInformation();
+    for (const char* folder : {"~/p", "~/q.plg"}) {
+        EXPECT_NE(permissions(folder), "438") << "cannot be entered any more";
+    }
 }
 
 TEST_F(TrProjectInformationTest, ValuesDoNotBreakTheFile) {
@@ -108,6 +113,7 @@ TEST_F(TrProjectInformationTest, ReadsFlagsAndActions) {
     EXPECT_FALSE(projectWith("Show=0x0011\r")->isShow());
     EXPECT_TRUE(projectWith("Show=0x0010\r")->isShow());
 
+    writeFile(paths::actionFolder() + "/A0", "[Launch]\nID=A1\nVersion=not an action\n");
     writeFile(paths::actionFolder() + "/A0.adi", "[Launch]\nID=A1\nVersion=first\n");
     EXPECT_EQ(projectWith("ActionID=A1\r")->actionInformation()->version(), "first");
     for (const char* lines : {"ActionID=\r", "ActionID=A9\r", "Show=0x0010\r"}) {
@@ -138,7 +144,8 @@ TEST_F(TrProjectInformationTest, FindsTheScanSettings) {
     EXPECT_EQ(projectWith("ScanSetting=\r", "750")->scanSettingsFilePath(), std::nullopt);
     // No dictionary: the defaults are used, and the file is never written over.
     writeFile("~/p/notes.txt", "the user's");
-    for (const char* path : {"~/p/notes.txt", "~/p", "~/p/missing.plist"}) {
+    writePropertyList("~/p/list.plist", Array{1});
+    for (const char* path : {"~/p/notes.txt", "~/p/list.plist", "~/p", "~/p/missing.plist"}) {
         const auto project = projectWith("ScanSetting=" + absolute(path) + "\r");
         EXPECT_EQ(project->resolutionFromScanSettings(), 300) << path;
         project->writeProjectInformation();
@@ -294,8 +301,8 @@ TEST_F(TrProjectInformationTest, PredefinedProjectsHaveDefaultsOfTheirOwn) {
 TEST_F(TrProjectInformationTest, KillBitsForbid) {
     // Folder, action, format, name.
     const std::map<std::string, std::string> allowed{
-        {"", "1111"},       {"0x0001", "0111"}, {"0x0002", "1011"},  {"0x0003", "0011"},
-        {"0x000C", "1100"}, {"0x000f", "0000"}, {"nonsense", "1111"}};
+        {"", "1111"},       {"0x0001", "0111"}, {"0x0002", "1011"}, {"0x0003", "0011"},  {"0x0004", "1101"},
+        {"0x0008", "1110"}, {"0x000C", "1100"}, {"0x000f", "0000"}, {"nonsense", "1111"}};
     for (const auto& [bits, answers] : allowed) {
         TrProjectInformation project;
         project.setFeatureKillBits(bits);

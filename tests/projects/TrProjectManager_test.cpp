@@ -3,6 +3,7 @@
 #include "tests/projects/ProjectTest.h"
 
 #include <array>
+#include <filesystem>
 
 namespace trigora::test {
 
@@ -132,13 +133,21 @@ TEST_F(TrProjectManagerTest, ATakenNameLosesNothing) {
     writeProject(device + "/c.plg", "703", "d");
     writeFile(device + "/d.plg", utf16("[Launch]\rProjectID=704\r"));
     writeFile(device + "/e.plg", "\xff\xfe\x01");
+    writeProject(device + "/f.plg", "705", "Lone");
+    writeFile(device + "/Lone/kept", "");
     TrProjectManager manager;
     EXPECT_EQ(titles(manager.customProjectListWithScannerDriver(modelDriver())),
-              "701:Same 702:Same 703:d 704:- ");
-    EXPECT_EQ(listing(modelFolder), "Same Same.plg b b.plg c c.plg d.plg e.plg ");
+              "701:Same 702:Same 703:d 704:- 705:Lone ");
+    EXPECT_EQ(listing(modelFolder), "Lone Same Same.plg b b.plg c c.plg d.plg e.plg f f.plg ");
     EXPECT_EQ(readFile(modelFolder + "/e.plg"), "\xff\xfe\x01");
     const auto& second = manager.customProjectListWithScannerDriver(modelDriver())[1];
     EXPECT_EQ(second->scanSettingsFilePath(), absolute(modelFolder + "/b/ScanSetting.plist"));
+
+    // A folder that is set up anew has nothing to do with what was read before.
+    std::filesystem::remove_all(onDisk(modelFolder));
+    writeProject(device + "/b.plg", "702", "Other");
+    EXPECT_EQ(titles(TrProjectManager().customProjectListWithScannerDriver(modelDriver())),
+              "701:Same 702:Other 703:d 704:- 705:Lone ");
 }
 
 TEST_F(TrProjectManagerTest, ADriverWithoutAModelSharesTheCommonFolder) {
@@ -212,7 +221,9 @@ TEST_F(TrProjectManagerTest, SomeProjectsAreNotForNewerDrivers) {
 
 TEST_F(TrProjectManagerTest, BuildsTheMenus) {
     stringTable.texts["Project.System.Default"] = "Nothing";
-    writeFile(paths::noActionProjectIcon(), std::string(blackPixel.begin(), blackPixel.end()));
+    for (const auto& icon : {paths::noActionProjectIcon(), paths::customProjectIcon()}) {
+        writeFile(icon, std::string(blackPixel.begin(), blackPixel.end()));
+    }
     for (const std::string& folder : {customFolder, monitorFolder}) {
         const std::string folderType =
             folder == customFolder ? "ProjectType=0x0001\r" : "ProjectType=0x0002\r";
@@ -226,14 +237,14 @@ TEST_F(TrProjectManagerTest, BuildsTheMenus) {
     EXPECT_EQ(lines(manager.scanProjectMenuWithEvent(event("110"))), "no menu");
     manager.setScanProjectListWithScannerDriver(nullptr);
     EXPECT_EQ(lines(manager.scanProjectMenuWithEvent(nullptr)), "no menu");
-    EXPECT_EQ(lines(manager.scanProjectMenuWithEvent(event("110"))), "P110=110\n");
+    EXPECT_EQ(lines(manager.scanProjectMenuWithEvent(event("110"))), "P110*=110\n");
     const std::string scan = "String.ColorType.BW.Text/MainWindow.DpiDescription.Text/"
                              "String.FileFormat.PDF.Text/MainWindow.TargetForderDescription.Text";
     EXPECT_EQ(lines(manager.scanProjectMenuWithEvent(event("700"))),
-              "B - String.ScanArea.A4.Text/" + scan + "/A2 name=701\nA - String.ScanArea.A4.Text/" + scan +
-                  "/A1 name=702\n - String.ScanArea.A4.Text/" + scan + "/A1 name=703\n");
+              "B - String.ScanArea.A4.Text/" + scan + "/A2 name*=701\nA - String.ScanArea.A4.Text/" + scan +
+                  "/A1 name*=702\n - String.ScanArea.A4.Text/" + scan + "/A1 name*=703\n");
     EXPECT_EQ(lines(manager.folderProjectMenuWithEvent(event("700"))),
-              "Nothing#0*\nA - A1 name=702\n - A1 name=703\n");
+              "Nothing#0*\nA - A1 name*=702\n - A1 name*=703\n");
     EXPECT_EQ(lines(manager.folderProjectMenuWithEvent(nullptr)), "Nothing#0*\n");
     EXPECT_EQ(lines(manager.customScanProjectMenuWithScannerDriver(nullptr)), "B=701\nA=702\nD=704\n");
     EXPECT_EQ(lines(manager.customFolderProjectMenu()), "A=702\nB=701\nD=704\n");
