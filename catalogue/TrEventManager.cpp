@@ -44,11 +44,12 @@ void setAsideIfUnreadable(const std::string& path) {
     }
 }
 
-void writeDictionary(const std::string& path, const Dictionary& dictionary) {
+bool writeDictionary(const std::string& path, const Dictionary& dictionary) {
     TrFilePathUtility::sharedFilePathUtility()->createFolderPath(platform::deletingLastPathComponent(path));
     setAsideIfUnreadable(path);
-    platform::current().propertyLists.write(path, dictionary, true);
+    const bool isWritten = platform::current().propertyLists.write(path, dictionary, true);
     exChangeFileAttributes(attributesOfWrittenFile(), path);
+    return isWritten;
 }
 
 /// The project that the legacy bindings give to the folder at the index, which counts from 0: of the keys
@@ -237,6 +238,12 @@ void TrEventManager::setProjectID(const std::optional<std::string>& projectID,
     }
 }
 
+void TrEventManager::removeProjectIDWithEventID(const std::string& eventID) {
+    if (bindings_) {
+        bindings_->erase(eventID);
+    }
+}
+
 void TrEventManager::setScanEventPathWithModelID(const std::optional<std::string>& modelID) {
     EM_WriteScanEventInformation();
     string_CurrentScanFilePath = paths::buttonBindingsFile(modelID);
@@ -248,11 +255,14 @@ void TrEventManager::EM_ReadScanEventInformation() {
     const bool hasCurrentFile = platform::current().fileSystem.exists(*string_CurrentScanFilePath);
     bindings_ = readDictionary(hasCurrentFile ? *string_CurrentScanFilePath : *string_OldCurrentScanFilePath)
                     .value_or(Dictionary());
+    bindingsInFile_ = hasCurrentFile ? bindings_ : std::nullopt;
 }
 
 void TrEventManager::EM_WriteScanEventInformation() {
-    if (string_CurrentScanFilePath && bindings_) {
-        writeDictionary(*string_CurrentScanFilePath, *bindings_);
+    // Unchanged bindings are older than what another program may have written to the file since.
+    if (string_CurrentScanFilePath && bindings_ && bindings_ != bindingsInFile_ &&
+        writeDictionary(*string_CurrentScanFilePath, *bindings_)) {
+        bindingsInFile_ = bindings_;
     }
 }
 

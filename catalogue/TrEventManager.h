@@ -18,9 +18,13 @@ class TrMonitorEventInformation;
 /// of button events to projects, of which each scanner model has its own file.
 ///
 /// The usual order: made and read on first use; `setScanEventPathWithModelID` at each button press, which
-/// writes the bindings of the model before and reads those of the new one; dropped when the settings change,
-/// so that the next use reads everything again. What is set in memory reaches the files only by a change of
-/// model or `saveEventInformation`.
+/// writes the bindings of the model before, if they changed, and reads those of the new one; dropped when the
+/// settings change, so that the next use reads everything again. What is set in memory reaches the files only
+/// by a change of model or `saveEventInformation`.
+///
+/// Button bindings are written when they differ from what was read, or when there was no file to read, as
+/// after taking over those of an earlier version. A press thus never overwrites what another program has
+/// written, and costs no write to the disk.
 ///
 /// Entries of the settings files that the agent does not understand are written back as they were, and a file
 /// that cannot be read is moved to the same name with ".damaged" before a new one takes its place.
@@ -55,11 +59,13 @@ public:
     /// Binds in memory, once bindings have been read; before that the binding is dropped.
     void setProjectID(const std::optional<std::string>& projectID,
                       const std::optional<std::string>& eventID) override;
-    /// Writes the bindings in memory to their file and goes over to those of a model, given by its
-    /// hexadecimal ID, or to those without a model.
+    /// Takes a binding back in memory; the event then runs its default project.
+    void removeProjectIDWithEventID(const std::string& eventID);
+    /// Writes the bindings in memory to their file, if need be, and goes over to those of a model, given by
+    /// its hexadecimal ID, or to those without a model. They are read afresh also when the model stays.
     void setScanEventPathWithModelID(const std::optional<std::string>& modelID);
 
-    /// Writes the button bindings and the watched-folder settings.
+    /// Writes the button bindings, if need be, and the watched-folder settings.
     void saveEventInformation();
     /// Reads the installed events and the watched-folder settings again; the bindings in memory stay.
     void reloadEventInformation();
@@ -88,6 +94,8 @@ private:
     std::optional<std::string> string_OldCurrentScanFilePath;
     /// Event ID to project ID; none until first needed.
     std::optional<Dictionary> bindings_;
+    /// What the current file held when it was last read or written; none when there was no such file.
+    std::optional<Dictionary> bindingsInFile_;
     /// As read, or as taken over from the legacy files.
     Dictionary watchedFolderSettings_;
 };

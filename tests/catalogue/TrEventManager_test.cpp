@@ -180,6 +180,47 @@ TEST_F(TrEventManagerTest, EachModelHasItsOwnBindings) {
     EXPECT_FALSE(exists(bindingsFile));
 }
 
+TEST_F(TrEventManagerTest, OnlyChangedBindingsAreWritten) {
+    writePropertyList(bindingsFile, Dictionary{{"11", "701"}});
+    manager()->setScanEventPathWithModelID(std::nullopt);
+    const auto inodeOf = [this](const char* path) {
+        struct stat status {};
+        EXPECT_EQ(stat(onDisk(path).c_str(), &status), 0);
+        return status.st_ino;
+    };
+    const auto inode = inodeOf(bindingsFile);
+    manager()->setScanEventPathWithModelID(std::nullopt);
+    manager()->saveEventInformation();
+    EXPECT_EQ(inodeOf(bindingsFile), inode) << "written without need";
+
+    writePropertyList(bindingsFile, Dictionary{{"11", "704"}, {"13", "705"}});
+    manager()->setScanEventPathWithModelID(std::nullopt);
+    EXPECT_EQ(manager()->projectIDWithEventID("11"), "704") << "what another program wrote counts";
+
+    manager()->removeProjectIDWithEventID("11");
+    manager()->setScanEventPathWithModelID("08");
+    EXPECT_EQ(readPropertyList(bindingsFile), (Dictionary{{"13", "705"}}));
+
+    // Once written, the same bindings are not written again, and a lost file is not brought back.
+    manager()->setScanEventPathWithModelID(std::nullopt);
+    manager()->setProjectID("706", "11");
+    manager()->saveEventInformation();
+    std::filesystem::remove(onDisk(bindingsFile));
+    manager()->setScanEventPathWithModelID(std::nullopt);
+    EXPECT_FALSE(exists(bindingsFile));
+    EXPECT_EQ(manager()->projectIDWithEventID("11"), std::nullopt);
+}
+
+TEST_F(TrEventManagerTest, BindingsThatCouldNotBeWrittenAreTriedAgain) {
+    writeFile("~/Library/Preferences/PELOX/Trigora/Settings", "no folder");
+    manager()->setScanEventPathWithModelID(std::nullopt);
+    manager()->setProjectID("702", "12");
+    manager()->saveEventInformation();
+    std::filesystem::remove(onDisk("~/Library/Preferences/PELOX/Trigora/Settings"));
+    manager()->saveEventInformation();
+    EXPECT_EQ(readPropertyList(bindingsFile), (Dictionary{{"12", "702"}}));
+}
+
 TEST_F(TrEventManagerTest, DamagedBindingsAreKeptAside) {
     writePropertyList(formerBindingsFile, Dictionary{{"11", "701"}});
     const std::string kept = std::string(bindingsFile) + ".damaged";
@@ -197,8 +238,11 @@ TEST_F(TrEventManagerTest, DamagedBindingsAreKeptAside) {
     writeFile(std::string(bindingsFile) + "/note", "mine");
     TrEventManager::releaseSharedManager();
     manager()->saveEventInformation();
+    EXPECT_EQ(readFile(std::string(bindingsFile) + "/note"), "mine") << "nothing to write, so it stays";
+    manager()->setProjectID("702", "12");
+    manager()->saveEventInformation();
     EXPECT_EQ(readFile(kept + "/note"), "mine");
-    EXPECT_EQ(readPropertyList(bindingsFile), Dictionary{});
+    EXPECT_EQ(readPropertyList(bindingsFile), (Dictionary{{"12", "702"}}));
 }
 
 TEST_F(TrEventManagerTest, WatchedFoldersComeFromTheirSettings) {
