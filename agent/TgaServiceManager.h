@@ -1,6 +1,5 @@
 #pragma once
 
-#include "agent/ScanEventRecord.h"
 #include "platform/AppleEvents.h"
 #include "platform/DistributedNotifications.h"
 #include "platform/Value.h"
@@ -111,7 +110,6 @@ private:
                                                             const std::vector<std::string>& keyList);
     const Dictionary* deviceTableRow(const std::optional<std::string>& modelName,
                                      const std::optional<std::string>& driverKey) const;
-    Dictionary currentEventOf(const ScanEvent& event) const;
 
     // What the other applications report.
     void SM_ScanDidFinish(const platform::Notification& notification);

@@ -3,6 +3,7 @@
 #include "agent/TgaServiceManager.h"
 
 #include "agent/PSlog.h"
+#include "agent/ScanEventRecord.h"
 #include "catalogue/TrEventInformation.h"
 #include "catalogue/TrEventManager.h"
 #include "catalogue/TrScannerDriverInformation.h"
@@ -56,6 +57,20 @@ void showNotSupportedEvent() {
                                        texts.localizedString("Message.Button.OK"));
 }
 
+/// The press as the current event holds it, without the address.
+Dictionary currentEventOf(const ScanEvent& event) {
+    Dictionary current{{"initiator", event.initiator}, {"eventStatus", event.eventStatus}};
+    if (event.modelName) {
+        current["modelName"] = *event.modelName;
+    }
+    // The driver of this name serves many models: there the model's name tells them apart.
+    const auto& driverName = event.driverName == "PELOX Scanner" ? event.modelName : event.driverName;
+    if (driverName) {
+        current["driverName"] = *driverName;
+    }
+    return current;
+}
+
 } // namespace
 
 void TgaServiceManager::SM_HandleScanEvent(const platform::AppleEvent& event, platform::AppleEvent&) {
@@ -80,19 +95,6 @@ void TgaServiceManager::SM_HandleScanEvent(const platform::AppleEvent& event, pl
     TrLaunchApplicationManager::sharedLaunchApplicationManager()->launchScanAssistantWithWait();
     PSlog("%s Leave [Line %d] ", name, __LINE__);
     platform::current().notifications.post("ReplyScannerConfirmationDistributedNotification", request, true);
-}
-
-Dictionary TgaServiceManager::currentEventOf(const ScanEvent& event) const {
-    Dictionary current{{"initiator", event.initiator}, {"eventStatus", event.eventStatus}};
-    if (event.modelName) {
-        current["modelName"] = *event.modelName;
-    }
-    // The driver of this name serves many models: there the model's name tells them apart.
-    const auto& driverName = event.driverName == "PELOX Scanner" ? event.modelName : event.driverName;
-    if (driverName) {
-        current["driverName"] = *driverName;
-    }
-    return current;
 }
 
 std::optional<std::string>
