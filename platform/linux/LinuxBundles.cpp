@@ -15,9 +15,6 @@ class LinuxBundle final : public Bundle {
 public:
     LinuxBundle(const InstallationRoot& root, FileSystem& fileSystem, std::string path, Dictionary info)
         : root_(root), fileSystem_(fileSystem), path_(std::move(path)), info_(std::move(info)) {}
-    LinuxBundle(const LinuxBundle&) = delete;
-    LinuxBundle& operator=(const LinuxBundle&) = delete;
-    ~LinuxBundle() override { close(); }
 
     std::string path() const override { return path_; }
     const Dictionary& infoDictionary() const override { return info_; }
@@ -38,7 +35,9 @@ public:
 
     void unloadExecutable() override {
         const std::lock_guard lock(mutex_);
-        close();
+        if (module_ != nullptr) {
+            ::dlclose(std::exchange(module_, nullptr));
+        }
     }
 
     void* functionPointer(const std::string& name) override {
@@ -65,18 +64,12 @@ private:
         return module_ != nullptr;
     }
 
-    void close() {
-        if (module_ != nullptr) {
-            ::dlclose(std::exchange(module_, nullptr));
-        }
-    }
-
     const InstallationRoot& root_;
     FileSystem& fileSystem_;
     const std::string path_;
     const Dictionary info_;
     std::mutex mutex_;
-    void* module_ = nullptr;
+    void* module_ = nullptr; ///< stays open when the object goes
 };
 
 } // namespace
