@@ -1,5 +1,7 @@
 #include "tools/Command.h"
 
+#include "tools/NearMatches.h"
+
 #include <algorithm>
 #include <iomanip>
 
@@ -15,7 +17,8 @@ void printOverview(std::span<const Command> commands, std::ostream& out) {
         out << "  " << std::left << std::setw(nameColumn) << command.name << command.summary << '\n';
     }
     out << "\ntrigoractl COMMAND --help tells more about one.\n"
-           "Exit codes: 0 done, 1 failed, 2 wrong usage, 3 no session bus or no agent.\n";
+           "Exit codes: 0 done; 1 failed; 2 wrong usage; 3 not found or not available, also when there is\n"
+           "no session bus or no agent where one is needed.\n";
 }
 
 void printHelp(const Command& command, std::ostream& out) {
@@ -36,6 +39,85 @@ void printHelp(const Command& command, std::ostream& out) {
             "--" + std::string(option.name) + (option.value.empty() ? "" : " ") + std::string(option.value);
         out << "  " << std::left << std::setw(nameColumn) << name << option.help << '\n';
     }
+    if (!command.details.empty()) {
+        out << '\n' << command.details;
+    }
+    if (!command.examples.empty()) {
+        out << "\nExamples:\n" << command.examples;
+    }
+}
+
+bool isOfGroup(const Command& command, std::string_view group) {
+    return command.name.size() > group.size() && command.name.starts_with(group) &&
+           command.name[group.size()] == ' ';
+}
+
+/// The commands of a group, or all that the help shows.
+std::vector<Command> commandsOfGroup(std::span<const Command> commands, std::string_view group) {
+    std::vector<Command> found;
+    std::ranges::copy_if(commands, std::back_inserter(found),
+                         [&](const Command& command) { return isOfGroup(command, group); });
+    return found;
+}
+
+/// The command that the line begins with, and how many words its name takes; null when there is none.
+std::pair<const Command*, std::size_t> commandOf(std::span<const Command> commands,
+                                                 std::span<const std::string> words) {
+    std::string name = words[0];
+    for (std::size_t count = 1; count <= 2; ++count) {
+        const auto command = std::ranges::find(commands, std::string_view(name), &Command::name);
+        if (command != commands.end()) {
+            return {&*command, count};
+        }
+        if (words.size() == count) {
+            break;
+        }
+        name += ' ' + words[count];
+    }
+    return {nullptr, 0};
+}
+
+ExitCode complainAboutCommand(std::span<const Command> commands, std::span<const std::string> words,
+                              std::ostream& out, std::ostream& err) {
+    const std::vector<Command> group = commandsOfGroup(commands, words[0]);
+    if (!group.empty() && words.size() == 1) {
+        printOverview(group, err);
+        return wrongUsage;
+    }
+    if (!group.empty() && words[1] == "--help") {
+        printOverview(group, out);
+        return done;
+    }
+    const std::string given = group.empty() ? words[0] : words[0] + ' ' + words[1];
+    std::vector<std::string> names;
+    for (const Command& command : commands) {
+        names.emplace_back(command.name);
+    }
+    return complain(err, {"there is no command " + given + didYouMean(given, names)});
+}
+
+ExitCode runCommand(const Command& command, std::span<const std::string> words, std::ostream& out,
+                    std::ostream& err, const std::function<void(const Arguments&)>& prepare) {
+    const std::variant<Arguments, UsageError> parsed = Arguments::parse(command.options, words);
+    if (const auto* error = std::get_if<UsageError>(&parsed)) {
+        return complain(err, *error);
+    }
+    const Arguments& arguments = std::get<Arguments>(parsed);
+    if (command.operands.empty() && !arguments.operands().empty()) {
+        return complain(err, {"what is " + arguments.operands().front() + "?"});
+    }
+    try {
+        if (command.usesPlatform && prepare) {
+            prepare(arguments);
+        }
+        return command.run(arguments, out, err);
+    } catch (const Failure& failure) {
+        if (failure.code() == wrongUsage) {
+            return complain(err, {failure.what()});
+        }
+        err << "trigoractl: " << failure.what() << '\n';
+        return failure.code();
+    }
 }
 
 } // namespace
@@ -46,7 +128,8 @@ ExitCode complain(std::ostream& err, const UsageError& error) {
 }
 
 ExitCode runCommandLine(std::span<const Command> commands, std::span<const std::string> words,
-                        std::ostream& out, std::ostream& err) {
+                        std::ostream& out, std::ostream& err,
+                        const std::function<void(const Arguments&)>& prepare) {
     if (words.empty()) {
         printOverview(commands, err);
         return wrongUsage;
@@ -55,24 +138,16 @@ ExitCode runCommandLine(std::span<const Command> commands, std::span<const std::
         printOverview(commands, out);
         return done;
     }
-    const auto command = std::ranges::find(commands, std::string_view(words[0]), &Command::name);
-    if (command == commands.end()) {
-        return complain(err, {"there is no command " + words[0]});
+    const auto [command, nameLength] = commandOf(commands, words);
+    if (command == nullptr) {
+        return complainAboutCommand(commands, words, out, err);
     }
-    const std::span<const std::string> rest = words.subspan(1);
+    const std::span<const std::string> rest = words.subspan(nameLength);
     if (std::ranges::find(rest, "--help") != rest.end()) {
         printHelp(*command, out);
         return done;
     }
-    const std::variant<Arguments, UsageError> parsed = Arguments::parse(command->options, rest);
-    if (const auto* error = std::get_if<UsageError>(&parsed)) {
-        return complain(err, *error);
-    }
-    const Arguments& arguments = std::get<Arguments>(parsed);
-    if (command->operands.empty() && !arguments.operands().empty()) {
-        return complain(err, {"what is " + arguments.operands().front() + "?"});
-    }
-    return command->run(arguments, out, err);
+    return runCommand(*command, rest, out, err, prepare);
 }
 
 } // namespace trigora::tools

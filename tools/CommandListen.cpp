@@ -3,9 +3,9 @@
 #include "platform/linux/LinuxFormats.h"
 #include "platform/linux/bus/BusNames.h"
 #include "platform/linux/bus/BusValue.h"
+#include "tools/Report.h"
 #include "tools/SessionBus.h"
 
-#include <algorithm>
 #include <array>
 #include <chrono>
 #include <cstring>
@@ -128,12 +128,6 @@ ExitCode listen(const Arguments& arguments, std::ostream& out, std::ostream& err
     return done;
 }
 
-std::string withoutControlCharacters(std::string text) {
-    std::ranges::replace_if(
-        text, [](unsigned char byte) { return byte < 0x20 || byte == 0x7F; }, '?');
-    return text;
-}
-
 } // namespace
 
 std::string asText(const HeardNotification& notification) {
@@ -141,7 +135,7 @@ std::string asText(const HeardNotification& notification) {
     if (!notification.userInfo.empty()) {
         line += ' ' + Value(notification.userInfo).description();
     }
-    return withoutControlCharacters(std::move(line));
+    return printable(std::move(line));
 }
 
 std::string asJson(const HeardNotification& notification) {

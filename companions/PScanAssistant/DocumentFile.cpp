@@ -1,0 +1,110 @@
+#include "companions/PScanAssistant/DocumentFile.h"
+
+#include "platform/Text.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <utility>
+
+namespace trigora::companions {
+
+namespace {
+
+constexpr mode_t fileMode = 0666;
+constexpr std::int64_t highestNumber = 999'999;
+
+int openHidden(std::string& path) {
+    const int descriptor = ::mkostemp(path.data(), O_CLOEXEC);
+    if (descriptor >= 0) {
+        // mkostemp makes files that only their owner can read.
+        ::fchmod(descriptor, S_IRUSR | S_IWUSR | S_IRGRP | S_IROTH);
+    }
+    return descriptor;
+}
+
+} // namespace
+
+std::string NumberedName::text() const {
+    std::array<char, 24> digits{};
+    std::snprintf(digits.data(), digits.size(), "%03lld", static_cast<long long>(number));
+    return prefix + digits.data() + '.' + extension;
+}
+
+std::optional<DocumentFile> DocumentFile::create(const std::string& folder) {
+    const int unnamed = ::open(folder.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, fileMode);
+    if (unnamed >= 0) {
+        return DocumentFile(folder, unnamed, {});
+    }
+    std::string path = platform::appendingPathComponent(folder, ".scan-XXXXXX");
+    const int hidden = openHidden(path);
+    if (hidden < 0) {
+        return std::nullopt;
+    }
+    return DocumentFile(folder, hidden, path);
+}
+
+DocumentFile::DocumentFile(DocumentFile&& other) noexcept
+    : folder_(std::move(other.folder_)), descriptor_(std::exchange(other.descriptor_, -1)),
+      hiddenPath_(std::exchange(other.hiddenPath_, {})) {}
+
+DocumentFile::~DocumentFile() {
+    if (descriptor_ >= 0) {
+        ::close(descriptor_);
+    }
+    if (!hiddenPath_.empty()) {
+        ::unlink(hiddenPath_.c_str());
+    }
+}
+
+bool DocumentFile::write(const std::uint8_t* bytes, std::size_t count) const {
+    while (count > 0) {
+        const ssize_t written = ::write(descriptor_, bytes, count);
+        if (written < 0 && errno == EINTR) {
+            continue;
+        }
+        if (written <= 0) {
+            return false;
+        }
+        bytes += written;
+        count -= static_cast<std::size_t>(written);
+    }
+    return true;
+}
+
+int DocumentFile::giveName(const std::string& path) const {
+    if (hiddenPath_.empty()) {
+        const std::string source = "/proc/self/fd/" + std::to_string(descriptor_);
+        return ::linkat(AT_FDCWD, source.c_str(), AT_FDCWD, path.c_str(), AT_SYMLINK_FOLLOW) == 0 ? 0 : errno;
+    }
+    if (::renameat2(AT_FDCWD, hiddenPath_.c_str(), AT_FDCWD, path.c_str(), RENAME_NOREPLACE) == 0) {
+        return 0;
+    }
+    if (errno != EINVAL && errno != ENOSYS) {
+        return errno;
+    }
+    // A file system that cannot rename without replacing; a second name fails when it is taken, too.
+    return ::link(hiddenPath_.c_str(), path.c_str()) == 0 ? 0 : errno;
+}
+
+bool DocumentFile::publish(NumberedName& name) {
+    if (::fsync(descriptor_) != 0) {
+        return false;
+    }
+    for (; name.number <= highestNumber; ++name.number) {
+        const int error = giveName(platform::appendingPathComponent(folder_, name.text()));
+        if (error == 0) {
+            return true;
+        }
+        if (error != EEXIST) {
+            return false;
+        }
+    }
+    return false;
+}
+
+} // namespace trigora::companions

@@ -1,0 +1,184 @@
+#include "companions/PScanAssistant/ScanAssistant.h"
+
+#include "agent/PSlog.h"
+#include "companions/PScanAssistant/DeviceInformation.h"
+#include "companions/PScanAssistant/ScanJob.h"
+#include "platform/FileSystem.h"
+#include "platform/Text.h"
+#include "platform/Workspace.h"
+
+#include <memory>
+#include <utility>
+
+namespace trigora::companions {
+
+namespace {
+
+using namespace platform;
+
+constexpr const char* failedScan = "Scan is not succeed!";
+constexpr int confirmationFailed = -1;
+
+void post(const char* name, const Dictionary& userInfo) {
+    current().notifications.post(name, userInfo, true);
+}
+
+void answerConfirmation(const DriverEntry& entry, const std::optional<Dictionary>& information) {
+    PSlog("scanner of %@: %@", entry.driverName, information ? "confirmed" : "not found");
+    Dictionary answer{{"ScannerConfirmResult", information ? 0 : confirmationFailed}};
+    if (information) {
+        answer["UpdatedDeviceInfo"] = Dictionary{{entry.driverName, *information}};
+        answer["ScannerVersion"] = entry.version;
+    }
+    post("DidFinishScannerConfirmationDistributedNotification", answer);
+}
+
+/// The scanner is known to the control while the function uses it.
+template <typename Function>
+void withScanner(Scanners& scanners, const DriverEntry& entry, ScanControl& control, Function function) {
+    const std::unique_ptr<Scanner> scanner = openScanner(scanners, entry);
+    if (scanner && control.progress()) {
+        control.use(scanner.get());
+        function(*scanner);
+        control.use(nullptr);
+    }
+}
+
+/// The folder to scan into, made when missing; none when there is none.
+std::optional<std::string> targetFolder(const std::string& wanted) {
+    Platform& platform = current();
+    std::string folder = expandingTildeInPath(wanted);
+    if (!folder.starts_with('/')) {
+        folder = platform.folders.documents().value_or("");
+    }
+    if (folder.empty() || (!platform.fileSystem.isDirectory(folder) &&
+                           !platform.fileSystem.createDirectory(folder, true, std::nullopt))) {
+        return std::nullopt;
+    }
+    return folder;
+}
+
+} // namespace
+
+ScanAssistant::ScanAssistant(Scanners& scanners, FolderOnDisk folderOnDisk, double timeLimit)
+    : scanners_(scanners), folderOnDisk_(std::move(folderOnDisk)),
+      thread_(current().runLoop, current().clock, timeLimit) {
+    observe("ReplyScannerConfirmationDistributedNotification", &ScanAssistant::confirmScanner);
+    observe("ReplyScanDistributedNotification", &ScanAssistant::scan);
+    observe("ReplyDriverNameWithIPAddressDistributedNotification", &ScanAssistant::findDriverAtAddress);
+    observe("ReplySetCurrentDriverDistributedNotification", &ScanAssistant::setCurrentDriver);
+    observe("ReplyLaunchPlScanDistributedNotification", &ScanAssistant::launchScanningApplication);
+    observe("DidFinishLaunchingSADistributedNotification", &ScanAssistant::beginAnew);
+    observe("ReplySAQuitDistributedNotification", &ScanAssistant::quit);
+}
+
+ScanAssistant::~ScanAssistant() {
+    for (const auto observer : observers_) {
+        current().notifications.removeObserver(observer);
+    }
+}
+
+void ScanAssistant::observe(const std::string& name, void (ScanAssistant::*handler)(const Dictionary&)) {
+    observers_.push_back(
+        current().notifications.observe(name, [this, handler](const Notification& notification) {
+            (this->*handler)(notification.userInfo.value_or(Dictionary{}));
+        }));
+}
+
+void ScanAssistant::confirmScanner(const Dictionary& request) {
+    const std::string driverName = textAt(request, "DriverName").value_or(currentDriverName_);
+    const DriverEntry entry = directory_.entry(driverName, networkAddress(request, "IPAddress"));
+    auto information = std::make_shared<std::optional<Dictionary>>();
+    thread_.perform({.perform =
+                         [this, entry, information](ScanControl& control) {
+                             withScanner(scanners_, entry, control, [&](Scanner& scanner) {
+                                 *information = deviceInformation(scanner, entry);
+                             });
+                         },
+                     .finished = [entry, information] { answerConfirmation(entry, *information); },
+                     .gaveUp = [entry] { answerConfirmation(entry, std::nullopt); }});
+}
+
+void ScanAssistant::scan(const Dictionary& request) {
+    const ScanSettings settings =
+        readScanSettings(dictionaryAt(request, "ScanSettings").value_or(Dictionary{}));
+    const std::string& driverName = settings.driverName.empty() ? currentDriverName_ : settings.driverName;
+    const std::optional<std::string> folder = targetFolder(settings.folderPath);
+    if (!folder) {
+        answerScan({}, "the folder cannot be made");
+        return;
+    }
+    const DriverEntry entry = directory_.entry(driverName, settings.address);
+    auto outcome = std::make_shared<ScanOutcome>(ScanOutcome{{}, "the scanner cannot be opened"});
+    thread_.perform(
+        {.perform =
+             [this, entry, settings, onDisk = folderOnDisk_(*folder), outcome](ScanControl& control) {
+                 withScanner(scanners_, entry, control, [&](Scanner& scanner) {
+                     *outcome =
+                         scanDocument(scanner, settings, onDisk, [&control] { return control.progress(); });
+                 });
+             },
+         .finished =
+             [this, folder = *folder, outcome] {
+                 std::vector<std::string> paths;
+                 for (const std::string& name : outcome->fileNames) {
+                     paths.push_back(appendingPathComponent(folder, name));
+                 }
+                 answerScan(paths, outcome->failure);
+             },
+         .gaveUp = [this] { answerScan({}, "the scanner does not answer"); }});
+}
+
+void ScanAssistant::answerScan(const std::vector<std::string>& paths, const std::string& failure) {
+    Array files(paths.begin(), paths.end());
+    PSlog("scanned: %@", Value(files));
+    if (!failure.empty()) {
+        PSlog("scan failed: %@", failure);
+        files = {failedScan};
+    }
+    post("DidFinishScanDistributedNotification", {{"ScanResult", files}});
+}
+
+void ScanAssistant::findDriverAtAddress(const Dictionary& request) {
+    const std::string address = networkAddress(request, "IPAddress");
+    auto driverName = std::make_shared<std::optional<std::string>>(directory_.driverNameAtAddress(address));
+    // Without a name the answer is of use, too: the agent then knows that nothing more comes.
+    const auto answer = [driverName] {
+        post("DidGetDriverNameWithIPAddressDistributedNotification",
+             *driverName ? Dictionary{{"DriverName", **driverName}} : Dictionary{});
+    };
+    thread_.perform({.perform =
+                         [this, address, driverName](ScanControl& /*control*/) {
+                             if (!*driverName) {
+                                 *driverName = driverNameFoundAtAddress(scanners_, address);
+                             }
+                         },
+                     .finished = answer,
+                     .gaveUp = [] { post("DidGetDriverNameWithIPAddressDistributedNotification", {}); }});
+}
+
+void ScanAssistant::setCurrentDriver(const Dictionary& request) {
+    currentDriverName_ = textAt(request, "CurrentDriverName").value_or("");
+}
+
+void ScanAssistant::launchScanningApplication(const Dictionary& request) {
+    const Dictionary settings = dictionaryAt(request, "PlScanSettings").value_or(Dictionary{});
+    const std::string path = textAt(settings, "NextAssistantPath").value_or("");
+    // Installed applications only: the path came over the bus.
+    const bool isInstalled = path.starts_with("/Applications/") && path.find("/../") == std::string::npos;
+    if (isInstalled && current().fileSystem.exists(path)) {
+        current().workspace.launchApplication(path);
+    } else {
+        PSlog("there is no scanning application at %@", path);
+        current().runLoop.stop(0);
+    }
+}
+
+void ScanAssistant::beginAnew(const Dictionary& /*request*/) {
+    directory_.reload();
+    currentDriverName_.clear();
+}
+
+void ScanAssistant::quit(const Dictionary& /*request*/) { current().runLoop.stop(0); }
+
+} // namespace trigora::companions

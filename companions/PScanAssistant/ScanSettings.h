@@ -1,0 +1,47 @@
+#pragma once
+
+#include "platform/Value.h"
+
+#include <cstdint>
+#include <string>
+
+namespace trigora::companions {
+
+// The numbers are those of the scan settings.
+enum class FileFormat { jpeg, pdf, bmp, tiff, multiPageTiff };
+enum class ImageType { colour, grey, blackAndWhite };
+enum class DocumentSource { automatic, table, feeder, duplexFeeder };
+
+struct PaperSize {
+    double width = 0; ///< millimetres
+    double height = 0;
+};
+
+/// A project's scan settings as far as a scan heeds them. What is missing or makes no sense has its default.
+struct ScanSettings {
+    std::string driverName; ///< empty when the settings name none
+    std::string address;    ///< the scanner's network address; empty for a local one
+    std::string folderPath; ///< empty for the user's documents
+    std::string prefix = "img";
+    std::int64_t startNumber = 1;
+    double resolution = 300; ///< dots per inch
+    ImageType imageType = ImageType::blackAndWhite;
+    DocumentSource documentSource = DocumentSource::automatic;
+    PaperSize paper;
+    FileFormat fileFormat = FileFormat::pdf;
+    int jpegQuality = 75; ///< 1 to 100
+    bool tiffGroup4 = false;
+    bool tiffBigEndian = false;
+};
+
+ScanSettings readScanSettings(const Dictionary& dictionary);
+
+/// Whether all pages of a scan go into one file.
+bool isMultiPage(FileFormat format);
+/// Without the point.
+std::string extensionOf(FileFormat format);
+
+/// What the agent means by an address: "L" stands for a local scanner and gives an empty text.
+std::string networkAddress(const Dictionary& dictionary, const std::string& key);
+
+} // namespace trigora::companions

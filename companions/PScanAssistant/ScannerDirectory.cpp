@@ -1,0 +1,98 @@
+#include "companions/PScanAssistant/ScannerDirectory.h"
+
+#include "files/PxIniParser.h"
+#include "platform/Text.h"
+
+#include <algorithm>
+#include <array>
+#include <functional>
+
+namespace trigora::companions {
+
+namespace {
+
+// Newer than every version that the scanning application warns about.
+constexpr const char* ownVersion = "3.0";
+constexpr const char* addressSection = "Addresses";
+
+std::string driverNameOf(const AttachedScanner& scanner) { return scanner.vendor + ' ' + scanner.model; }
+
+bool isAddressOf(const AttachedScanner& scanner, const std::string& address) {
+    // The address must stand alone: 10.0.0.1 is not in "net:10.0.0.12".
+    const std::size_t at = scanner.device.find(address);
+    if (address.empty() || at == std::string::npos) {
+        return false;
+    }
+    const auto belongsToAnother = [&](std::size_t index) {
+        const char character = index < scanner.device.size() ? scanner.device[index] : '/';
+        return (character >= '0' && character <= '9') || character == '.';
+    };
+    return !(at > 0 && belongsToAnother(at - 1)) && !belongsToAnother(at + address.size());
+}
+
+std::optional<std::string> deviceOf(const std::vector<AttachedScanner>& scanners, const DriverEntry& entry) {
+    const std::string wanted = platform::lowercased(entry.driverName);
+    const std::array<std::function<bool(const AttachedScanner&)>, 4> rules{
+        [&](const AttachedScanner& scanner) { return scanner.device == entry.driverName; },
+        [&](const AttachedScanner& scanner) { return platform::lowercased(driverNameOf(scanner)) == wanted; },
+        [&](const AttachedScanner& scanner) { return platform::lowercased(scanner.model) == wanted; },
+        [&](const AttachedScanner& scanner) { return isAddressOf(scanner, entry.address); },
+    };
+    for (const auto& rule : rules) {
+        const auto found = std::ranges::find_if(scanners, rule);
+        if (found != scanners.end()) {
+            return found->device;
+        }
+    }
+    return std::nullopt;
+}
+
+} // namespace
+
+std::string ScannerDirectory::installedPath() {
+    return "/Applications/Pelox Software/Trigora.app/Contents/Resources/Assistants/Scan Assistant/"
+           "ScannerDrivers.ini";
+}
+
+std::string ScannerDirectory::userPath() {
+    return platform::expandingTildeInPath("~/Library/Preferences/PELOX/Trigora/Settings/ScannerDrivers.ini");
+}
+
+std::optional<std::string> ScannerDirectory::value(const std::string& section, const std::string& key) const {
+    const auto parser = PxIniParser::sharedParser();
+    const std::optional<std::string> own = parser->valueWithFilePath(userPath(), section, key);
+    return own ? own : parser->valueWithFilePath(installedPath(), section, key);
+}
+
+DriverEntry ScannerDirectory::entry(const std::string& driverName, const std::string& address) const {
+    DriverEntry entry;
+    entry.driverName = driverName;
+    entry.address = address;
+    entry.device = value(driverName, "Device").value_or("");
+    entry.modelID = platform::hexadecimalValue(value(driverName, "ModelID").value_or(""));
+    entry.version = value(driverName, "Version").value_or(ownVersion);
+    return entry;
+}
+
+std::optional<std::string> ScannerDirectory::driverNameAtAddress(const std::string& address) const {
+    return value(addressSection, address);
+}
+
+void ScannerDirectory::reload() { PxIniParser::sharedParser()->removeAllItems(); }
+
+std::unique_ptr<Scanner> openScanner(Scanners& scanners, const DriverEntry& entry) {
+    if (!entry.device.empty()) {
+        return scanners.open(entry.device);
+    }
+    const std::optional<std::string> device = deviceOf(scanners.list(), entry);
+    return device ? scanners.open(*device) : nullptr;
+}
+
+std::optional<std::string> driverNameFoundAtAddress(Scanners& scanners, const std::string& address) {
+    const std::vector<AttachedScanner> found = scanners.list();
+    const auto scanner =
+        std::ranges::find_if(found, [&](const auto& candidate) { return isAddressOf(candidate, address); });
+    return scanner == found.end() ? std::nullopt : std::optional(driverNameOf(*scanner));
+}
+
+} // namespace trigora::companions

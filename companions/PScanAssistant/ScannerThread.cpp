@@ -1,0 +1,137 @@
+#include "companions/PScanAssistant/ScannerThread.h"
+
+#include "platform/linux/bus/Guarded.h"
+
+#include <chrono>
+#include <utility>
+
+namespace trigora::companions {
+
+namespace {
+
+constexpr double secondsBetweenLooks = 1;
+// How long the work may take to notice that it is cancelled, and then that its scanner was stopped.
+constexpr std::chrono::milliseconds timeToNotice{500};
+constexpr std::chrono::milliseconds timeToStop{3000};
+
+} // namespace
+
+ScanControl::ScanControl(platform::Clock& clock) : clock_(clock), lastProgress_(clock.monotonicSeconds()) {}
+
+bool ScanControl::progress() {
+    lastProgress_ = clock_.monotonicSeconds();
+    return !cancelled_;
+}
+
+double ScanControl::secondsWithoutProgress() const { return clock_.monotonicSeconds() - lastProgress_; }
+
+void ScanControl::use(Scanner* scanner) {
+    const std::lock_guard lock(mutex_);
+    scanner_ = scanner;
+}
+
+void ScanControl::interrupt() {
+    cancel();
+    const std::lock_guard lock(mutex_);
+    if (scanner_ != nullptr) {
+        scanner_->cancel();
+    }
+}
+
+ScannerThread::ScannerThread(platform::RunLoop& loop, platform::Clock& clock, double timeLimit)
+    : loop_(loop), clock_(clock), timeLimit_(timeLimit),
+      watchTimer_(loop.addRepeatingTimer(secondsBetweenLooks, [this] { watch(); })),
+      thread_([this] { run(); }) {}
+
+ScannerThread::~ScannerThread() {
+    loop_.cancelTimer(watchTimer_);
+    {
+        const std::lock_guard lock(mutex_);
+        isEnding_ = true;
+        waiting_.clear();
+    }
+    changed_.notify_all();
+    thread_.join();
+}
+
+void ScannerThread::perform(Work work) {
+    auto task = std::make_shared<Task>(std::move(work), clock_);
+    {
+        const std::lock_guard lock(mutex_);
+        waiting_.push_back(std::move(task));
+    }
+    changed_.notify_all();
+}
+
+bool ScannerThread::end() {
+    TaskPointer running;
+    {
+        const std::lock_guard lock(mutex_);
+        isEnding_ = true;
+        waiting_.clear();
+        running = running_;
+    }
+    changed_.notify_all();
+    if (!running) {
+        return true;
+    }
+    running->isSettled = true;
+    running->control.cancel();
+    if (waitUntilIdle(timeToNotice)) {
+        return true;
+    }
+    running->control.interrupt();
+    return waitUntilIdle(timeToStop);
+}
+
+bool ScannerThread::waitUntilIdle(std::chrono::milliseconds time) {
+    std::unique_lock lock(mutex_);
+    return changed_.wait_for(lock, time, [this] { return running_ == nullptr; });
+}
+
+ScannerThread::TaskPointer ScannerThread::nextTask() {
+    std::unique_lock lock(mutex_);
+    running_ = nullptr;
+    changed_.notify_all();
+    changed_.wait(lock, [this] { return isEnding_ || !waiting_.empty(); });
+    if (isEnding_) {
+        return nullptr;
+    }
+    running_ = waiting_.front();
+    waiting_.pop_front();
+    running_->control.progress();
+    return running_;
+}
+
+void ScannerThread::run() {
+    while (const TaskPointer task = nextTask()) {
+        platform::guarded([&] { task->work.perform(task->control); });
+        loop_.performOnMainThread([this, task] { settle(task, task->work.finished); });
+    }
+}
+
+void ScannerThread::settle(const TaskPointer& task, const std::function<void()>& tell) {
+    if (!std::exchange(task->isSettled, true)) {
+        tell();
+    }
+}
+
+void ScannerThread::watch() {
+    TaskPointer running;
+    std::deque<TaskPointer> waiting;
+    {
+        const std::lock_guard lock(mutex_);
+        running = running_;
+        if (!running || running->control.secondsWithoutProgress() < timeLimit_) {
+            return;
+        }
+        waiting.swap(waiting_);
+    }
+    settle(running, running->work.gaveUp);
+    for (const TaskPointer& task : waiting) {
+        settle(task, task->work.gaveUp);
+    }
+    running->control.interrupt();
+}
+
+} // namespace trigora::companions

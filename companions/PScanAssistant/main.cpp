@@ -1,0 +1,48 @@
+#include "companions/PScanAssistant/SaneScanners.h"
+#include "companions/PScanAssistant/ScanAssistant.h"
+#include "platform/linux/LinuxPlatform.h"
+#include "platform/linux/bus/BusConnection.h"
+#include "platform/linux/bus/Guarded.h"
+#include "platform/linux/bus/LinuxRunLoop.h"
+
+#include <csignal>
+#include <cstdlib>
+#include <string>
+
+namespace {
+
+using namespace trigora;
+
+/// Listens until it is told to quit, by the agent, by a signal or by the end of the session.
+int runScanAssistant() {
+    std::string error;
+    const auto real = platform::LinuxPlatform::create({}, error);
+    if (!real) {
+        platform::reportFailure(error);
+        return EXIT_FAILURE;
+    }
+    platform::install(&real->platform());
+    platform::LinuxRunLoop& loop = real->runLoop();
+    for (const int signal : {SIGTERM, SIGINT}) {
+        loop.onSignal(signal, [&loop] { loop.stop(EXIT_SUCCESS); });
+    }
+    real->bus()->onLost([&loop] { loop.stop(EXIT_SUCCESS); });
+
+    companions::SaneScanners scanners;
+    companions::ScanAssistant assistant(
+        scanners, [&real](const std::string& folder) { return real->root().onDisk(folder); });
+    const int exitCode = loop.run();
+    if (!assistant.end()) {
+        // The scanner does not let go of its thread; what it was writing has no name and goes with us.
+        std::_Exit(exitCode);
+    }
+    return exitCode;
+}
+
+} // namespace
+
+int main() {
+    int exitCode = EXIT_FAILURE;
+    platform::guarded([&exitCode] { exitCode = runScanAssistant(); });
+    return exitCode;
+}

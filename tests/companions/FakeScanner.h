@@ -1,0 +1,127 @@
+#pragma once
+
+#include "companions/PScanAssistant/Scanner.h"
+
+#include <algorithm>
+#include <condition_variable>
+#include <deque>
+#include <map>
+#include <mutex>
+
+namespace trigora::test {
+
+/// A scanner that a test describes. It accepts what its options allow, sends the pages in its feeder and
+/// then says that there are no more; or it hangs in the middle of a page until it is cancelled.
+class FakeScanner final : public companions::Scanner {
+public:
+    using Values = std::map<std::string, companions::ScannerValue>;
+
+    struct Frame {
+        companions::FrameParameters parameters;
+        std::vector<std::uint8_t> bytes;
+        companions::ScannerStatus end = companions::ScannerStatus::endOfFrame;
+    };
+
+    std::vector<companions::ScannerOption> options() override { return allOptions; }
+    bool set(const std::string& option, const companions::ScannerValue& value) override {
+        if (refused == option) {
+            return false;
+        }
+        values[option] = value;
+        return true;
+    }
+    std::optional<companions::ScannerValue> value(const std::string& option) override {
+        const auto found = values.find(option);
+        return found == values.end() ? std::nullopt : std::optional(found->second);
+    }
+    companions::ScannerStatus start() override {
+        if (frames.empty()) {
+            return companions::ScannerStatus::noDocuments;
+        }
+        sent_ = 0;
+        return companions::ScannerStatus::good;
+    }
+    std::optional<companions::FrameParameters> parameters() override { return frames.front().parameters; }
+    companions::ScannerStatus read(std::span<std::uint8_t> buffer, std::size_t& length) override {
+        if (hangs) {
+            waitForCancel();
+            return companions::ScannerStatus::cancelled;
+        }
+        const Frame& frame = frames.front();
+        length = std::min({buffer.size(), frame.bytes.size() - sent_, std::size_t{7}});
+        std::copy_n(frame.bytes.begin() + static_cast<std::ptrdiff_t>(sent_), length, buffer.begin());
+        sent_ += length;
+        if (length > 0) {
+            return companions::ScannerStatus::good;
+        }
+        const companions::ScannerStatus end = frame.end;
+        frames.pop_front();
+        return end;
+    }
+    void cancel() override {
+        const std::lock_guard lock(mutex_);
+        ++cancelCount_;
+        changed_.notify_all();
+    }
+
+    /// Returns once the scanner hangs in a `read`.
+    void waitUntilHanging() {
+        std::unique_lock lock(mutex_);
+        changed_.wait(lock, [this] { return isHanging_; });
+    }
+    int cancelCount() {
+        const std::lock_guard lock(mutex_);
+        return cancelCount_;
+    }
+
+    std::vector<companions::ScannerOption> allOptions;
+    std::string refused; ///< the option that cannot be set after all
+    Values values;
+    std::deque<Frame> frames;
+    bool hangs = false;
+
+private:
+    void waitForCancel() {
+        std::unique_lock lock(mutex_);
+        isHanging_ = true;
+        changed_.notify_all();
+        changed_.wait(lock, [this] { return cancelCount_ > 0; });
+    }
+
+    std::size_t sent_ = 0;
+    std::mutex mutex_;
+    std::condition_variable changed_;
+    bool isHanging_ = false;
+    int cancelCount_ = 0;
+};
+
+inline companions::ScannerOption textOption(const std::string& name, std::vector<std::string> texts) {
+    companions::ScannerOption option;
+    option.name = name;
+    option.settable = true;
+    option.isText = true;
+    option.texts = std::move(texts);
+    return option;
+}
+
+inline companions::ScannerOption rangeOption(const std::string& name, double least, double most) {
+    companions::ScannerOption option;
+    option.name = name;
+    option.settable = true;
+    option.unit = companions::ScannerOption::Unit::millimetres;
+    option.least = least;
+    option.most = most;
+    return option;
+}
+
+/// A grey page of one shade, 8 bits a pixel.
+inline FakeScanner::Frame greyFrame(std::size_t width, std::size_t height, std::uint8_t shade) {
+    FakeScanner::Frame frame;
+    frame.parameters.pixelsPerLine = width;
+    frame.parameters.bytesPerLine = width;
+    frame.parameters.lines = height;
+    frame.bytes.assign(width * height, shade);
+    return frame;
+}
+
+} // namespace trigora::test

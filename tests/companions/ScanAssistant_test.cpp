@@ -1,0 +1,246 @@
+#include "companions/PScanAssistant/ScanAssistant.h"
+
+#include "tests/companions/FakeScanner.h"
+#include "tests/fakes/PlatformTest.h"
+
+#include <chrono>
+#include <filesystem>
+#include <thread>
+
+namespace trigora::companions {
+namespace {
+
+using namespace test;
+
+constexpr const char* confirm = "ReplyScannerConfirmationDistributedNotification";
+constexpr const char* confirmed = "DidFinishScannerConfirmationDistributedNotification";
+constexpr const char* scanNow = "ReplyScanDistributedNotification";
+constexpr const char* scanned = "DidFinishScanDistributedNotification";
+constexpr const char* whoIsAt = "ReplyDriverNameWithIPAddressDistributedNotification";
+constexpr const char* itIs = "DidGetDriverNameWithIPAddressDistributedNotification";
+
+/// Hands out one scanner under its device name and keeps it for the test to look at.
+class FakeScanners final : public Scanners {
+public:
+    std::vector<AttachedScanner> list() override { return attached; }
+    std::unique_ptr<Scanner> open(const std::string& device) override {
+        opened.push_back(device);
+        return device == available ? std::make_unique<Borrowed>(scanner) : nullptr;
+    }
+
+    std::vector<AttachedScanner> attached;
+    std::string available = "test:0";
+    FakeScanner scanner;
+    std::vector<std::string> opened;
+
+private:
+    /// The scanner outlives each opening of it.
+    class Borrowed final : public Scanner {
+    public:
+        explicit Borrowed(FakeScanner& scanner) : scanner_(scanner) {}
+        std::vector<ScannerOption> options() override { return scanner_.options(); }
+        bool set(const std::string& option, const ScannerValue& value) override {
+            return scanner_.set(option, value);
+        }
+        std::optional<ScannerValue> value(const std::string& option) override {
+            return scanner_.value(option);
+        }
+        ScannerStatus start() override { return scanner_.start(); }
+        std::optional<FrameParameters> parameters() override { return scanner_.parameters(); }
+        ScannerStatus read(std::span<std::uint8_t> buffer, std::size_t& length) override {
+            return scanner_.read(buffer, length);
+        }
+        void cancel() override { scanner_.cancel(); }
+
+    private:
+        FakeScanner& scanner_;
+    };
+};
+
+class ScanAssistantTest : public PlatformTest {
+protected:
+    ScanAssistantTest() {
+        writeFile(ScannerDirectory::installedPath(), "[Scanner A]\nDevice=test:0\nModelID=0F01\n"
+                                                     "[Addresses]\n10.0.0.7=Scanner A\n");
+        scans = home + "/Scans";
+    }
+
+    void begin() {
+        assistant = std::make_unique<ScanAssistant>(
+            scanners, [this](const std::string& folder) { return onDisk(folder); }, 120);
+        for (const char* name : {confirmed, scanned, itIs}) {
+            notifications.observe(name, [this](const platform::Notification& notification) {
+                answers.emplace_back(notification.name, notification.userInfo.value_or(Dictionary{}));
+            });
+        }
+    }
+
+    /// Sends a request and turns the loop until so many more answers have come; they are handed back.
+    std::vector<std::pair<std::string, Dictionary>> ask(const std::string& name, const Dictionary& request,
+                                                        std::size_t answerCount = 1) {
+        answers.clear();
+        notifications.receive(name, request);
+        waitForAnswers(answerCount);
+        return answers;
+    }
+    void waitForAnswers(std::size_t count) {
+        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+        while (answers.size() < count && std::chrono::steady_clock::now() < deadline) {
+            loop.runPending();
+            std::this_thread::yield(); // the scanner thread is at work
+        }
+        ASSERT_EQ(answers.size(), count);
+    }
+    Dictionary scanRequest(const std::string& driver = "Scanner A") const {
+        return {
+            {"ScanSettings", Dictionary{{"driverName", driver}, {"folderPath", scans}, {"fileFormat", 2}}}};
+    }
+    static Array files(const Dictionary& answer) {
+        return platform::arrayAt(answer, "ScanResult").value_or(Array{"(none)"});
+    }
+
+    FakeScanners scanners;
+    std::string scans;
+    std::unique_ptr<ScanAssistant> assistant;
+    std::vector<std::pair<std::string, Dictionary>> answers;
+};
+
+TEST_F(ScanAssistantTest, ConfirmsAScannerWithWhatItIs) {
+    begin();
+    const auto [name, answer] = ask(confirm, {{"DriverName", "Scanner A"}}).at(0);
+    EXPECT_EQ(name, confirmed);
+    EXPECT_EQ(platform::integerAt(answer, "ScannerConfirmResult"), 0);
+    EXPECT_EQ(platform::textAt(answer, "ScannerVersion"), "3.0");
+    const Dictionary updated = platform::dictionaryAt(answer, "UpdatedDeviceInfo").value_or(Dictionary{});
+    const Dictionary device = platform::dictionaryAt(updated, "Scanner A").value_or(Dictionary{});
+    EXPECT_EQ(platform::integerAt(device, "DeviceInfoModelID"), 0x0F01);
+    EXPECT_EQ(device.size(), 18U);
+}
+
+TEST_F(ScanAssistantTest, AMissingScannerIsAnsweredToo) {
+    begin();
+    EXPECT_EQ(ask(confirm, {{"DriverName", "Scanner B"}}).at(0).second,
+              (Dictionary{{"ScannerConfirmResult", -1}}));
+    EXPECT_EQ(ask(confirm, {}).at(0).second, (Dictionary{{"ScannerConfirmResult", -1}}));
+    EXPECT_EQ(files(ask(scanNow, scanRequest("Scanner B")).at(0).second), Array{"Scan is not succeed!"});
+}
+
+TEST_F(ScanAssistantTest, FindsTheScannerThatADriverNameStandsFor) {
+    scanners.attached = {{"net:10.0.0.12:x", "Pelox", "Flat 10"},
+                         {"net:10.0.0.1:y", "Pelox", "Flat 1"},
+                         {"usb:1", "Other", "Scanner"}};
+    const std::string settings = "~/Library/Preferences/PELOX/Trigora/Settings/ScannerDrivers.ini";
+    writeFile(settings, "[Mine]\nDevice=usb:1\n[Scanner A]\nDevice=usb:2\n");
+    begin();
+    const std::array<std::pair<Dictionary, std::vector<std::string>>, 8> cases{{
+        {{{"DriverName", "Mine"}}, {"usb:1"}},
+        {{{"DriverName", "Scanner A"}}, {"usb:2"}}, // the user's word counts first
+        {{{"DriverName", "usb:1"}}, {"usb:1"}},
+        {{{"DriverName", "pelox flat 1"}}, {"net:10.0.0.1:y"}},
+        {{{"DriverName", "Flat 10"}}, {"net:10.0.0.12:x"}},
+        {{{"DriverName", "?"}, {"IPAddress", "10.0.0.1"}}, {"net:10.0.0.1:y"}},
+        {{{"DriverName", "?"}, {"IPAddress", "0.0.0.1"}}, {}},
+        {{{"DriverName", "?"}, {"IPAddress", "L"}}, {}},
+    }};
+    for (const auto& [request, opened] : cases) {
+        scanners.opened.clear();
+        ask(confirm, request);
+        EXPECT_EQ(scanners.opened, opened) << Value(request).description();
+    }
+}
+
+TEST_F(ScanAssistantTest, ScansIntoTheFolderAndTellsTheFiles) {
+    begin();
+    scanners.scanner.frames = {greyFrame(8, 8, 0), greyFrame(8, 8, 0)};
+    EXPECT_EQ(files(ask(scanNow, scanRequest()).at(0).second), Array{scans + "/img001.bmp"});
+    EXPECT_EQ(files(ask(scanNow, scanRequest()).at(0).second), Array{scans + "/img002.bmp"});
+    EXPECT_TRUE(std::filesystem::exists(scans + "/img001.bmp"));
+    // Nothing is left on the scanner.
+    EXPECT_EQ(files(ask(scanNow, scanRequest()).at(0).second), Array{"Scan is not succeed!"});
+}
+
+TEST_F(ScanAssistantTest, ScansIntoFoldersOfTheInstallationAndIntoTheDocuments) {
+    begin();
+    Dictionary shared = scanRequest();
+    shared["ScanSettings"] =
+        Dictionary{{"driverName", "Scanner A"}, {"folderPath", "/Users/Shared/In"}, {"fileFormat", 2}};
+    scanners.scanner.frames = {greyFrame(8, 8, 0), greyFrame(8, 8, 0)};
+    EXPECT_EQ(files(ask(scanNow, shared).at(0).second), Array{"/Users/Shared/In/img001.bmp"});
+    EXPECT_TRUE(exists("/Users/Shared/In/img001.bmp"));
+
+    Dictionary relative = scanRequest();
+    relative["ScanSettings"] = Dictionary{{"driverName", "Scanner A"}, {"folderPath", "../x"}};
+    const std::string documents = platform::current().folders.documents().value_or("(none)");
+    EXPECT_EQ(files(ask(scanNow, relative).at(0).second), Array{documents + "/img001.pdf"});
+}
+
+TEST_F(ScanAssistantTest, TheCurrentDriverStandsInForNone) {
+    begin();
+    notifications.receive("ReplySetCurrentDriverDistributedNotification",
+                          Dictionary{{"CurrentDriverName", "Scanner A"}});
+    scanners.scanner.frames = {greyFrame(8, 8, 0)};
+    EXPECT_EQ(files(ask(scanNow, scanRequest("NOT SETUP")).at(0).second), Array{scans + "/img001.bmp"});
+    notifications.receive("DidFinishLaunchingSADistributedNotification");
+    EXPECT_EQ(files(ask(scanNow, scanRequest("NOT SETUP")).at(0).second), Array{"Scan is not succeed!"});
+}
+
+TEST_F(ScanAssistantTest, AScannerThatHangsIsGivenUpAndSoIsWhatWaitsForIt) {
+    begin();
+    scanners.scanner.hangs = true;
+    scanners.scanner.frames = {greyFrame(8, 8, 0)};
+    notifications.receive(scanNow, scanRequest());
+    notifications.receive(confirm, Dictionary{{"DriverName", "Scanner A"}});
+    scanners.scanner.waitUntilHanging();
+    loop.advance(119);
+    EXPECT_TRUE(answers.empty());
+    loop.advance(2);
+    ASSERT_EQ(answers.size(), 2U);
+    EXPECT_EQ(files(answers[0].second), Array{"Scan is not succeed!"});
+    EXPECT_EQ(answers[1].second, (Dictionary{{"ScannerConfirmResult", -1}}));
+    EXPECT_TRUE(assistant->end());
+    loop.runPending();
+    EXPECT_EQ(answers.size(), 2U); // no second answer when it has come back
+}
+
+TEST_F(ScanAssistantTest, QuitsDuringAScanAndLeavesNoFile) {
+    begin();
+    scanners.scanner.hangs = true;
+    scanners.scanner.frames = {greyFrame(8, 8, 0)};
+    notifications.receive(scanNow, scanRequest());
+    scanners.scanner.waitUntilHanging();
+    notifications.receive("ReplySAQuitDistributedNotification");
+    EXPECT_TRUE(assistant->end());
+    EXPECT_GT(scanners.scanner.cancelCount(), 0);
+    loop.runPending();
+    EXPECT_TRUE(answers.empty());
+    EXPECT_TRUE(std::filesystem::is_empty(scans));
+}
+
+TEST_F(ScanAssistantTest, TellsWhichDriverServesANetworkAddress) {
+    scanners.attached = {{"net:10.0.0.8:x", "Pelox", "Flat 10"}};
+    begin();
+    EXPECT_EQ(ask(whoIsAt, {{"IPAddress", "10.0.0.7"}}).at(0).second,
+              (Dictionary{{"DriverName", "Scanner A"}}));
+    EXPECT_EQ(ask(whoIsAt, {{"IPAddress", "10.0.0.8"}}).at(0).second,
+              (Dictionary{{"DriverName", "Pelox Flat 10"}}));
+    EXPECT_EQ(ask(whoIsAt, {{"IPAddress", "10.0.0.9"}}).at(0).second, Dictionary{});
+}
+
+TEST_F(ScanAssistantTest, StartsTheScanningApplicationOnlyFromAmongTheInstalledOnes) {
+    const std::string application = "/Applications/Pelox Software/PELOX Scan.app";
+    makeFolder(application);
+    makeFolder("/Users/Shared/Evil.app");
+    begin();
+    const auto launch = [&](const std::string& path) {
+        journal.take();
+        notifications.receive("ReplyLaunchPlScanDistributedNotification",
+                              Dictionary{{"PlScanSettings", Dictionary{{"NextAssistantPath", path}}}});
+        return journal.take();
+    };
+    EXPECT_EQ(launch(application), Lines{"launch application " + application});
+    EXPECT_EQ(launch("/Users/Shared/Evil.app"), Lines{});
+    EXPECT_EQ(launch("/Applications/../Users/Shared/Evil.app"), Lines{});
+}
+
+} // namespace
+} // namespace trigora::companions

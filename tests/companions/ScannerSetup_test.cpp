@@ -1,0 +1,150 @@
+#include "companions/PScanAssistant/ScannerSetup.h"
+
+#include "companions/PScanAssistant/DeviceInformation.h"
+#include "tests/companions/FakeScanner.h"
+
+#include <gtest/gtest.h>
+
+namespace trigora::companions {
+namespace {
+
+using namespace test;
+
+ScannerOption switchOption(const std::string& name) {
+    ScannerOption option;
+    option.name = name;
+    option.settable = true;
+    option.isBoolean = true;
+    return option;
+}
+
+TEST(ScannerSetupTest, SourcesAreFoundUnderTheNamesThatScannersGiveThem) {
+    using enum DocumentSource;
+    struct Case {
+        std::vector<ScannerOption> options;
+        FakeScanner::Values state;
+        DocumentSource wanted;
+        FakeScanner::Values expected;
+        bool takesPages;
+    };
+    const ScannerOption plain = textOption("source", {"Flatbed", "Automatic Document Feeder"});
+    const ScannerOption three = textOption("source", {"FlatBed", "ADF Front", "ADF Back", "ADF Duplex"});
+    const ScannerOption feederOnly = textOption("source", {"ADF", "Transparency Unit"});
+    const ScannerOption mode = textOption("adf-mode", {"Simplex", "Duplex"});
+    const std::array<Case, 12> cases{{
+        {{plain}, {}, automatic, {{"source", "Flatbed"}}, false},
+        {{plain}, {{"page-loaded", true}}, automatic, {{"source", "Automatic Document Feeder"}}, true},
+        {{plain}, {{"page-loaded", true}}, table, {{"source", "Flatbed"}}, false},
+        {{plain}, {}, feeder, {{"source", "Automatic Document Feeder"}}, true},
+        {{plain}, {}, duplexFeeder, {{"source", "Flatbed"}}, false},
+        {{three}, {}, feeder, {{"source", "ADF Front"}}, true},
+        {{three}, {}, duplexFeeder, {{"source", "ADF Duplex"}}, true},
+        {{feederOnly}, {}, automatic, {{"source", "ADF"}}, true},
+        {{feederOnly}, {}, table, {{"source", "ADF"}}, true},
+        {{plain, mode},
+         {},
+         duplexFeeder,
+         {{"source", "Automatic Document Feeder"}, {"adf-mode", "Duplex"}},
+         true},
+        {{feederOnly, switchOption("duplex")}, {}, feeder, {{"source", "ADF"}, {"duplex", false}}, true},
+        {{}, {}, feeder, {}, false},
+    }};
+    for (std::size_t i = 0; i < cases.size(); ++i) {
+        SCOPED_TRACE(i);
+        FakeScanner scanner;
+        scanner.allOptions = cases[i].options;
+        scanner.values = cases[i].state;
+        ScanSettings settings;
+        settings.documentSource = cases[i].wanted;
+        const std::optional<ScannerSetup> setup = setUp(scanner, settings);
+        ASSERT_TRUE(setup);
+        scanner.values.erase("page-loaded");
+        for (const auto& [name, value] : cases[i].expected) {
+            EXPECT_EQ(scanner.values[name], value) << name;
+        }
+        EXPECT_EQ(scanner.values.size(), cases[i].expected.size());
+        EXPECT_EQ(setup->takesPages, cases[i].takesPages);
+    }
+}
+
+TEST(ScannerSetupTest, ModesDepthsResolutionAndAreaComeAsNearAsTheScannerCan) {
+    ScannerOption depth;
+    depth.name = "depth";
+    depth.settable = true;
+    depth.numbers = {1, 8, 16};
+    ScannerOption resolution;
+    resolution.name = "resolution";
+    resolution.settable = true;
+    resolution.numbers = {75, 150, 600};
+    ScannerOption height = rangeOption("br-y", 0, 4000);
+    height.unit = ScannerOption::Unit::pixels;
+    const ScannerOption lineArt = textOption("mode", {"Lineart", "Gray", "Color"});
+    const ScannerOption greyOnly = textOption("mode", {"Gray", "Color"});
+
+    struct Case {
+        ScannerOption mode;
+        ImageType type;
+        std::string chosen;
+        std::optional<ScannerValue> depth;
+    };
+    const std::array<Case, 4> cases{{{lineArt, ImageType::colour, "Color", 8.0},
+                                     {lineArt, ImageType::blackAndWhite, "Lineart", std::nullopt},
+                                     {greyOnly, ImageType::blackAndWhite, "Gray", 1.0},
+                                     {textOption("mode", {"Color"}), ImageType::grey, "Color", 8.0}}};
+    for (const Case& one : cases) {
+        FakeScanner scanner;
+        scanner.allOptions = {one.mode, depth, resolution, rangeOption("br-x", 0, 200), height};
+        ScanSettings settings;
+        settings.imageType = one.type;
+        settings.resolution = 200;
+        settings.paper = {210, 297};
+        const std::optional<ScannerSetup> setup = setUp(scanner, settings);
+        ASSERT_TRUE(setup);
+        EXPECT_EQ(setup->resolution, 150);
+        EXPECT_EQ(scanner.value("mode"), ScannerValue(one.chosen));
+        EXPECT_EQ(scanner.value("depth"), one.depth);
+        EXPECT_EQ(scanner.value("br-x"), ScannerValue(200.0));
+        EXPECT_EQ(scanner.value("br-y"), ScannerValue(1753.0)); // 297 millimetres at 150 dots per inch
+    }
+}
+
+TEST(ScannerSetupTest, AScannerThatRefusesWhatItOfferedIsNotScannedWith) {
+    for (const std::string option : {"source", "mode", "resolution"}) {
+        FakeScanner scanner;
+        scanner.allOptions = {textOption("source", {"Flatbed"}), textOption("mode", {"Gray"}),
+                              rangeOption("resolution", 50, 600)};
+        scanner.refused = option;
+        EXPECT_FALSE(setUp(scanner, ScanSettings{})) << option;
+    }
+}
+
+TEST(ScannerSetupTest, TheAgentIsToldOfEveryAreaAndLimit) {
+    FakeScanner scanner;
+    scanner.allOptions = {textOption("source", {"Flatbed", "ADF", "ADF Duplex"}),
+                          rangeOption("resolution", 75, 1200), rangeOption("br-x", 0, 215.9),
+                          rangeOption("br-y", 0, 297.18)};
+    scanner.values["page-loaded"] = true;
+    DriverEntry entry;
+    entry.modelID = 0x0F01;
+    EXPECT_EQ(deviceInformation(scanner, entry), (Dictionary{{"DeviceInfoModelID", 0x0F01},
+                                                             {"DeviceInfoFlatbedScanAreaWidth", 2159},
+                                                             {"DeviceInfoFlatbedScanAreaHeight", 2972},
+                                                             {"DeviceInfoAdfScanAreaWidth", 2159},
+                                                             {"DeviceInfoAdfScanAreaHeight", 2972},
+                                                             {"DeviceInfoDuplexAdfScanAreaWidth", 2159},
+                                                             {"DeviceInfoDuplexAdfScanAreaHeight", 2972},
+                                                             {"DeviceInfoEnableFlat", true},
+                                                             {"DeviceInfoEnableADF", true},
+                                                             {"DeviceInfoEnableDuplex", true},
+                                                             {"DeviceInfoIsADFHasPaper", true},
+                                                             {"DeviceInfoXdpiMin", 75},
+                                                             {"DeviceInfoXdpiMax", 1200},
+                                                             {"DeviceInfoYdpiMin", 75},
+                                                             {"DeviceInfoYdpiMax", 1200},
+                                                             {"DeviceInfoIsSupportNoneUI", true},
+                                                             {"DeviceInfoIsRunICAMode", false},
+                                                             {"DeviceInfoIsDeviceConnected", true}}));
+}
+
+} // namespace
+} // namespace trigora::companions

@@ -1,0 +1,53 @@
+#include "tools/Report.h"
+
+#include "platform/Formats.h"
+#include "platform/Platform.h"
+
+#include <algorithm>
+
+namespace trigora::tools {
+
+namespace {
+
+/// Characters, as far as a terminal shows one in each column.
+std::size_t widthOf(const std::string& text) {
+    return static_cast<std::size_t>(std::ranges::count_if(
+        text, [](char character) { return (static_cast<unsigned char>(character) & 0xC0U) != 0x80U; }));
+}
+
+} // namespace
+
+std::string printable(std::string text) {
+    std::ranges::replace_if(
+        text, [](unsigned char byte) { return byte < 0x20 || byte == 0x7F; }, '?');
+    return text;
+}
+
+std::string textOrDash(const std::optional<std::string>& text) {
+    return text && !text->empty() ? *text : "-";
+}
+
+Value valueOrNothing(const std::optional<std::string>& text) { return text ? Value(*text) : Value(); }
+
+void printJson(std::ostream& out, const Value& value) {
+    out << platform::current().json.write(value) << '\n';
+}
+
+void Table::print(std::ostream& out) const {
+    std::vector<std::size_t> widths;
+    for (const auto& row : rows_) {
+        widths.resize(std::max(widths.size(), row.size()));
+        for (std::size_t i = 0; i < row.size(); ++i) {
+            widths[i] = std::max(widths[i], widthOf(row[i]));
+        }
+    }
+    for (const auto& row : rows_) {
+        std::string line;
+        for (std::size_t i = 0; i < row.size(); ++i) {
+            line += printable(row[i]) + std::string(widths[i] - widthOf(row[i]) + 2, ' ');
+        }
+        out << line.substr(0, line.find_last_not_of(' ') + 1) << '\n';
+    }
+}
+
+} // namespace trigora::tools

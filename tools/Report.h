@@ -1,0 +1,42 @@
+#pragma once
+
+#include "platform/Value.h"
+#include "tools/Arguments.h"
+
+#include <optional>
+#include <ostream>
+#include <string>
+#include <vector>
+
+/// How commands print: text for people, or one JSON object for programs.
+namespace trigora::tools {
+
+// Options that many commands have.
+constexpr Option jsonOption{"json", "", "one JSON object for programs instead of text"};
+constexpr Option rootOption{"root", "DIR", "where the system is installed (default: TRIGORA_ROOT, else /)"};
+constexpr Option modelOption{"model", "ID", "scanner model, four hexadecimal digits, e.g. 00FE"};
+
+/// The text with control characters shown as "?".
+std::string printable(std::string text);
+/// The text, or "-" for none and for an empty one.
+std::string textOrDash(const std::optional<std::string>& text);
+/// The text, or nothing for none.
+Value valueOrNothing(const std::optional<std::string>& text);
+
+/// Prints a value as one line of JSON.
+void printJson(std::ostream& out, const Value& value);
+
+/// Rows of text in columns that are as wide as their widest cell.
+class Table {
+public:
+    explicit Table(std::vector<std::string> headings) { rows_.push_back(std::move(headings)); }
+
+    void add(std::vector<std::string> row) { rows_.push_back(std::move(row)); }
+    bool isEmpty() const { return rows_.size() < 2; }
+    void print(std::ostream& out) const;
+
+private:
+    std::vector<std::vector<std::string>> rows_;
+};
+
+} // namespace trigora::tools

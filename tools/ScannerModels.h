@@ -1,0 +1,42 @@
+#pragma once
+
+#include "tools/Arguments.h"
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace trigora {
+class TrScannerDriverInformation;
+}
+
+namespace trigora::tools {
+
+/// A scanner model or driver that the installed files, or the user's, tell of.
+struct KnownScanner {
+    std::optional<std::string> driverName; ///< none for a model that only has capabilities
+    std::optional<std::string> modelID;    ///< four digits; none when the driver's entry names none
+    bool isOfUser = false;                 ///< whether the entry is the user's own
+};
+
+/// The drivers in ascending order of their names, then the models that no driver names.
+std::vector<KnownScanner> knownScanners();
+
+/// A driver as the agent makes one for a model, with the name of a known driver of that model.
+std::shared_ptr<TrScannerDriverInformation> driverOfModel(const std::string& modelID);
+/// Whether the capability file has an entry for the model.
+bool hasCapabilities(const std::string& modelID);
+
+/// The driver that "--model" names; null without the option. Throws a `Failure` for what is no model ID.
+std::shared_ptr<TrScannerDriverInformation> driverOption(const Arguments& arguments);
+/// The driver's model ID; none for no driver.
+std::optional<std::string> modelOf(const std::shared_ptr<TrScannerDriverInformation>& driver);
+/// What to note about the model, e.g. that nothing is known of it; none when all is well.
+std::optional<std::string> modelNote(const std::shared_ptr<TrScannerDriverInformation>& driver);
+/// " of model 0F01", or nothing for no driver.
+std::string ofModel(const std::shared_ptr<TrScannerDriverInformation>& driver);
+/// " --model 0F01", or nothing for no driver.
+std::string modelOptionText(const std::shared_ptr<TrScannerDriverInformation>& driver);
+
+} // namespace trigora::tools
