@@ -1,5 +1,6 @@
 #include "tools/Command.h"
 #include "tools/CommandListen.h"
+#include "tools/CommandPanel.h"
 #include "tools/CommandPress.h"
 
 #include <array>
@@ -7,7 +8,7 @@
 namespace trigora::tools {
 
 std::span<const Command> commands() {
-    static const std::array all{pressCommand(), listenCommand()};
+    static const std::array all{pressCommand(), listenCommand(), panelCommand()};
     return all;
 }
 
