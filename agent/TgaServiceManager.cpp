@@ -30,6 +30,7 @@ TgaServiceManager::TgaServiceManager() { SM_Initialize(); }
 TgaServiceManager::~TgaServiceManager() {
     SM_RemoveAppleEvent();
     SM_RemoveDistributedNotification();
+    platform::current().runLoop.cancelTimer(tidyUpTimer_);
     SM_Dealloc();
 }
 

@@ -2,6 +2,7 @@
 
 #include "platform/AppleEvents.h"
 #include "platform/DistributedNotifications.h"
+#include "platform/RunLoop.h"
 #include "platform/Value.h"
 
 #include <cstdint>
@@ -29,6 +30,9 @@ class TrScannerDriverInformation;
 ///     Apple Event 'PLsc'/'OPtw'                               -> launch, ask for confirmation
 ///     "DidFinishScannerConfirmationDistributedNotification"   -> map, look up, run the project
 ///     "DidFinishScanDistributedNotification"                  -> the runner's action, tidy up
+///
+/// A scan assistant that exits without an answer ends the run that it was at work for; a press that waits for
+/// its confirmation is put to a new one, once.
 ///
 /// A second press while one waits for its confirmation replaces it: the later press wins. Every press that
 /// fails, and every scan that ends, posts "ScanEventDidFinishNotification" exactly once.
@@ -111,6 +115,20 @@ private:
     const Dictionary* deviceTableRow(const std::optional<std::string>& modelName,
                                      const std::optional<std::string>& driverKey) const;
 
+    /// Asks the scan assistant whether the scanner of an event is there.
+    static void requestConfirmation(const Dictionary& event);
+
+    // When the scan assistant exits without an answer.
+
+    /// Hears of the running scan assistant's end.
+    void watchScanAssistant();
+    void scanAssistantDidExit();
+    /// Ends the run that the scan assistant left behind, and asks a new one for the press that still waits.
+    void tidyUpAfterScanAssistant();
+    /// Ends a project's run that no scan assistant is at work for any more.
+    static void endRunOfDeadScanAssistant();
+    void repeatRequestForConfirmation();
+
     // What the other applications report.
     void SM_ScanDidFinish(const platform::Notification& notification);
     void SM_PeloxScanLaunchingDidFinish(const platform::Notification& notification);
@@ -132,6 +150,11 @@ private:
     std::vector<std::unique_ptr<TgaSurveillant>> mutableArray_MonitorFolder;
     std::optional<Dictionary> dictionary_TestScanInfo; ///< only while a test scan is being started
     std::optional<std::string> string_ScannerName;     ///< guarded by mutex_
+
+    std::optional<std::int32_t> watchedScanAssistant_; ///< its process ID
+    platform::RunLoop::TimerID tidyUpTimer_ = 0;       ///< 0 when there is none
+    bool isPressWaiting_ = false;                      ///< for the confirmation of its scanner
+    bool mayRepeatRequest_ = false;                    ///< once for each press
 
     mutable std::mutex mutex_;
     std::vector<platform::DistributedNotifications::ObserverID> observers_;

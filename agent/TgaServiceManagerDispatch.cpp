@@ -81,19 +81,28 @@ void TgaServiceManager::SM_HandleScanEvent(const platform::AppleEvent& event, pl
     if (!scanEvent) {
         return;
     }
+    endRunOfDeadScanAssistant();
     Dictionary current = currentEventOf(*scanEvent);
-    const std::optional<std::string> driverName = platform::textAt(current, "driverName");
-    Dictionary request;
-    if (driverName) {
-        request["DriverName"] = *driverName;
-    }
-    if (const auto address = addressOfDriver(driverName)) {
-        request["IPAddress"] = *address;
+    if (const auto address = addressOfDriver(platform::textAt(current, "driverName"))) {
         current["IPAddress"] = *address;
     }
-    setCurrentEvent(std::move(current));
+    setCurrentEvent(current);
     TrLaunchApplicationManager::sharedLaunchApplicationManager()->launchScanAssistantWithWait();
     PSlog("%s Leave [Line %d] ", name, __LINE__);
+    requestConfirmation(current);
+    isPressWaiting_ = true;
+    mayRepeatRequest_ = true;
+    watchScanAssistant();
+}
+
+void TgaServiceManager::requestConfirmation(const Dictionary& event) {
+    Dictionary request;
+    if (const auto driverName = platform::textAt(event, "driverName")) {
+        request["DriverName"] = *driverName;
+    }
+    if (const auto address = platform::textAt(event, "IPAddress")) {
+        request["IPAddress"] = *address;
+    }
     platform::current().notifications.post("ReplyScannerConfirmationDistributedNotification", request, true);
 }
 
@@ -154,6 +163,7 @@ void TgaServiceManager::SM_ScannerConfirmationDidFinish(const platform::Notifica
     }
     PSlog("%s Leave [Line %d] ", name, __LINE__);
     setCurrentEvent(std::nullopt);
+    isPressWaiting_ = false;
 }
 
 bool TgaServiceManager::confirmAction(const Dictionary& userInfo) {
@@ -254,6 +264,7 @@ bool TgaServiceManager::SM_EventAction(const std::string& eventID,
         project->setIPAddressAtScanSettings(address);
         project->setProjectID(project->projectID()); // puts the ID into the scan settings again
         TrProjectManager::sharedProjectManager()->runProject(project, driver, eventID, address);
+        watchScanAssistant();
     }
     PSlog("%s Leave [Line %d] isEventAction_BOOL = %d", name, __LINE__, isEventAction);
     return isEventAction;

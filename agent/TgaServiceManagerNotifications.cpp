@@ -106,6 +106,7 @@ std::int32_t TgaServiceManager::SM_RunTestScan(const Dictionary& deviceInfo) {
     }
     TrProjectManager::sharedProjectManager()->runProject(project, driver, *eventID,
                                                          addressOfDriver(driver->driverName()));
+    watchScanAssistant();
     return 0;
 }
 

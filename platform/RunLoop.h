@@ -18,6 +18,9 @@ public:
     virtual TimerID addRepeatingTimer(double seconds, std::function<void()> handler) = 0;
     /// Does nothing for a timer that is gone. Main thread only.
     virtual void cancelTimer(TimerID timer) = 0;
+    /// Calls the handler once, when the process has exited; soon, when there is no such process (any more).
+    /// Main thread only.
+    virtual void whenProcessExits(std::int32_t processID, std::function<void()> handler) = 0;
     /// Queues work for the main thread and returns at once. Any thread.
     virtual void performOnMainThread(std::function<void()> work) = 0;
     /// Turns until `stop`; gives the exit code that `stop` was told.

@@ -91,6 +91,11 @@ bool TrLaunchApplicationManager::isLaunchScanAssistant() const {
     return LAM_IsLaunchApplication(scanAssistantName);
 }
 
+std::optional<std::int32_t> TrLaunchApplicationManager::scanAssistantProcessID() const {
+    const std::optional<platform::ProcessInformation> process = processNamed(scanAssistantName);
+    return process ? std::optional(process->processID) : std::nullopt;
+}
+
 std::int32_t TrLaunchApplicationManager::launchScanAssistant() const {
     constexpr const char* function = "-[TrLaunchApplicationManager launchScanAssistant]";
     PSlog("%s Enter [Line %d] ", function, __LINE__);

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -30,6 +31,8 @@ public:
     std::uint32_t LAM_ApplicationActiveTime(const std::string& name) const;
 
     bool isLaunchScanAssistant() const;
+    /// None when the assistant does not run.
+    std::optional<std::int32_t> scanAssistantProcessID() const;
     /// Starts the assistant; one that runs already is made to behave as if just launched. 0, or -1 when it
     /// is not installed.
     std::int32_t launchScanAssistant() const;

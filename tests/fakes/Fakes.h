@@ -74,6 +74,9 @@ public:
         return lastTimer_;
     }
     void cancelTimer(TimerID timer) override { timers_.erase(timer); }
+    void whenProcessExits(std::int32_t processID, std::function<void()> handler) override {
+        exitHandlers_.emplace(processID, std::move(handler));
+    }
     void performOnMainThread(std::function<void()> work) override {
         const std::lock_guard lock(mutex_);
         work_.push_back(std::move(work));
@@ -84,6 +87,8 @@ public:
     }
     void stop(int exitCode) override { exitCode_ = exitCode; }
 
+    /// Has those called who wait for the process's exit.
+    void processExited(std::int32_t processID);
     /// Does the handed-in work, also what that work hands in.
     void runPending();
     /// Moves time on, firing the timers that come due and doing the work handed in.
@@ -100,6 +105,7 @@ private:
     FakeClock& clock_;
     std::map<TimerID, Timer> timers_;
     TimerID lastTimer_ = 0;
+    std::multimap<std::int32_t, std::function<void()>> exitHandlers_;
     std::mutex mutex_;
     std::deque<std::function<void()>> work_;
     int exitCode_ = 0;
@@ -177,6 +183,8 @@ public:
     /// Ends every process of that name.
     void exit(const std::string& name);
 
+    /// Called with the ID of each process that has ended.
+    std::function<void(std::int32_t)> onExit;
     /// Whether launches succeed.
     bool launches = true;
     /// Called at each launch with path and arguments.
@@ -187,6 +195,9 @@ private:
         platform::ProcessInformation information;
         double listedFrom;
     };
+
+    /// Ends those that the condition holds for.
+    void remove(const std::function<bool(const platform::ProcessInformation&)>& condition);
 
     FakeClock& clock_;
     Journal& journal_;

@@ -41,6 +41,14 @@ std::string sendLine(const platform::AppleEventTarget& target, const platform::A
 
 } // namespace
 
+void FakeRunLoop::processExited(std::int32_t processID) {
+    const auto [first, last] = exitHandlers_.equal_range(processID);
+    for (auto entry = first; entry != last; ++entry) {
+        performOnMainThread(std::move(entry->second));
+    }
+    exitHandlers_.erase(first, last);
+}
+
 void FakeRunLoop::runPending() {
     for (;;) {
         std::function<void()> work;
@@ -172,8 +180,7 @@ std::optional<std::int32_t> FakeProcesses::launch(const std::string& executableP
 
 int FakeProcesses::waitForExit(std::int32_t processID) {
     journal_.add("wait " + std::to_string(processID));
-    const std::lock_guard lock(mutex_);
-    std::erase_if(entries_, [&](const Entry& entry) { return entry.information.processID == processID; });
+    remove([&](const auto& process) { return process.processID == processID; });
     return 0;
 }
 
@@ -184,8 +191,26 @@ std::int32_t FakeProcesses::appear(const std::string& name, std::uint32_t type, 
 }
 
 void FakeProcesses::exit(const std::string& name) {
-    const std::lock_guard lock(mutex_);
-    std::erase_if(entries_, [&](const Entry& entry) { return entry.information.name == name; });
+    remove([&](const auto& process) { return process.name == name; });
+}
+
+void FakeProcesses::remove(const std::function<bool(const platform::ProcessInformation&)>& condition) {
+    std::vector<std::int32_t> ended;
+    {
+        const std::lock_guard lock(mutex_);
+        std::erase_if(entries_, [&](const Entry& entry) {
+            const bool ends = condition(entry.information);
+            if (ends) {
+                ended.push_back(entry.information.processID);
+            }
+            return ends;
+        });
+    }
+    for (const std::int32_t processID : ended) {
+        if (onExit) {
+            onExit(processID);
+        }
+    }
 }
 
 TemporaryFolder::TemporaryFolder() {
@@ -221,6 +246,7 @@ PlatformTest::PlatformTest()
     std::filesystem::create_directories(root_.path());
     std::filesystem::create_directories(home);
     platform::install(&platform_);
+    processes.onExit = [this](std::int32_t processID) { loop.processExited(processID); };
 }
 
 PlatformTest::~PlatformTest() {

@@ -1,5 +1,6 @@
 #include "tests/integration/RunningAgentTest.h"
 
+#include <algorithm>
 #include <csignal>
 
 namespace trigora {
@@ -68,6 +69,19 @@ TEST_F(AgentTest, WorksOnAfterTheAssistantDied) {
     EXPECT_TRUE(sendRecord(scanEventBytes("XY-1", "D1", 1)));
     EXPECT_TRUE(waitForExit(*assistant));
     EXPECT_EQ(assistant->exitStatus(), 9);
+    expectBoundPressWorks();
+}
+
+TEST_F(AgentTest, WorksOnAfterTheAssistantDiedInTheMiddle) {
+    startAgent();
+    startAssistant();
+    script("once 0");
+    EXPECT_TRUE(sendRecord(scanEventBytes("XY-1", "D1", 1)));
+    EXPECT_TRUE(waitForExit(*assistant));
+    EXPECT_TRUE(waitUntil([this] {
+        const Lines heard = takeHeard();
+        return std::find(heard.begin(), heard.end(), "ScanEventDidFinishNotification") != heard.end();
+    }));
     expectBoundPressWorks();
 }
 

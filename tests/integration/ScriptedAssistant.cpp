@@ -2,6 +2,7 @@
 // "assistant.script" in the installation root at that moment:
 //
 //     confirm RESULT   answers with the result, for a scanner with the model ID 0x123
+//     once RESULT      answers the first time, and ends as after a crash the next time
 //     die              ends at once, as after a crash
 //     wait             does nothing
 //
@@ -33,12 +34,14 @@ void answer(trigora::platform::BusNotifications& notifications, const Notificati
     std::string verb;
     int result = 0;
     script >> verb >> result;
-    if (verb == "die") {
+    static bool hasAnswered = false;
+    if (verb == "die" || (verb == "once" && hasAnswered)) {
         std::_Exit(9);
     }
-    if (verb != "confirm") {
+    if (verb == "wait") {
         return;
     }
+    hasAnswered = true;
     const auto driver = trigora::platform::textAt(request.userInfo.value_or(Dictionary{}), "DriverName");
     const Dictionary device{{"DeviceInfoModelID", 0x123}};
     notifications.post("DidFinishScannerConfirmationDistributedNotification",

@@ -4,6 +4,7 @@
 
 #include <sys/epoll.h>
 #include <sys/eventfd.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -67,6 +68,23 @@ struct LinuxRunLoop::SignalHandler {
     EventSourcePointer source;
 };
 
+/// Owns the descriptor that stands for the process.
+struct LinuxRunLoop::ExitHandler {
+    ExitHandler(LinuxRunLoop& itsLoop, int itsDescriptor, std::function<void()> itsHandler)
+        : loop(itsLoop), descriptor(itsDescriptor), handler(std::move(itsHandler)) {}
+    ExitHandler(const ExitHandler&) = delete;
+    ExitHandler& operator=(const ExitHandler&) = delete;
+    ~ExitHandler() {
+        source.reset();
+        close(descriptor);
+    }
+
+    LinuxRunLoop& loop;
+    int descriptor;
+    std::function<void()> handler;
+    EventSourcePointer source;
+};
+
 LinuxRunLoop::LinuxRunLoop() : wakeDescriptor_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK | EFD_SEMAPHORE)) {
     check(wakeDescriptor_ < 0 ? -errno : 0, "eventfd");
     sd_event* event = nullptr;
@@ -116,6 +134,28 @@ void LinuxRunLoop::fire(TimerID id) {
     timer.due = nextDue(timer.due, timer.period);
     sd_event_source_set_time(timer.source.get(), timer.due);
     sd_event_source_set_enabled(timer.source.get(), SD_EVENT_ONESHOT);
+}
+
+void LinuxRunLoop::whenProcessExits(std::int32_t processID, std::function<void()> handler) {
+    const auto descriptor = static_cast<int>(syscall(SYS_pidfd_open, processID, 0));
+    if (descriptor < 0) {
+        performOnMainThread(std::move(handler));
+        return;
+    }
+    auto made = std::make_unique<ExitHandler>(*this, descriptor, std::move(handler));
+    sd_event_source* source = nullptr;
+    check(sd_event_add_io(event_.get(), &source, descriptor, EPOLLIN, processExited, made.get()),
+          "sd_event_add_io");
+    made->source.reset(source);
+    exitHandlers_.push_back(std::move(made));
+}
+
+int LinuxRunLoop::processExited(sd_event_source*, int, std::uint32_t, void* handler) {
+    auto& exited = *static_cast<ExitHandler*>(handler);
+    const std::function<void()> call = std::move(exited.handler);
+    std::erase_if(exited.loop.exitHandlers_, [&](const auto& entry) { return entry.get() == &exited; });
+    guarded(call);
+    return 0;
 }
 
 void LinuxRunLoop::performOnMainThread(std::function<void()> work) {

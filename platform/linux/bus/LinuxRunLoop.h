@@ -27,6 +27,7 @@ public:
     /// Periods are held between one millisecond and a hundred years.
     TimerID addRepeatingTimer(double seconds, std::function<void()> handler) override;
     void cancelTimer(TimerID timer) override;
+    void whenProcessExits(std::int32_t processID, std::function<void()> handler) override;
     void performOnMainThread(std::function<void()> work) override;
     /// A `stop` told before `run` counts, so that none is lost; `run` may be called again afterwards.
     int run() override;
@@ -42,10 +43,13 @@ public:
 private:
     struct Timer;
     struct SignalHandler;
+    struct ExitHandler;
 
     static int timerFired(sd_event_source* source, std::uint64_t due, void* timer);
     static int workArrived(sd_event_source* source, int descriptor, std::uint32_t events, void* loop);
     static int signalArrived(sd_event_source* source, const signalfd_siginfo* information, void* handler);
+
+    static int processExited(sd_event_source* source, int descriptor, std::uint32_t events, void* handler);
 
     void fire(TimerID id);
     void performNext();
@@ -57,6 +61,7 @@ private:
     std::map<TimerID, std::unique_ptr<Timer>> timers_;
     TimerID lastTimer_ = 0;
     std::vector<std::unique_ptr<SignalHandler>> signalHandlers_;
+    std::vector<std::unique_ptr<ExitHandler>> exitHandlers_;
 
     std::mutex mutex_;
     std::deque<std::function<void()>> work_; // guarded by mutex_
