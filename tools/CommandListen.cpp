@@ -115,6 +115,7 @@ ExitCode listen(const Arguments& arguments, std::ostream& out, std::ostream& err
     Listener listener(arguments, out);
     int result = listener.start(bus->get());
     if (result >= 0) {
+        err << "Listening." << std::endl; // from now on nothing is missed
         result = listenUntilOver(bus->get(), listener, deadline);
     }
     if (result < 0) {
