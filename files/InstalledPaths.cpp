@@ -24,6 +24,8 @@ std::string deviceTableFile() { return resource("Assistants/Trigora/Resources/De
 
 std::string scannerCapabilityFile() { return resource("Assistants/Scan Assistant/ScannerDevCap.ini"); }
 
+std::string scannerDriversFile() { return resource("Assistants/Scan Assistant/ScannerDrivers.ini"); }
+
 std::string eventFolder() { return resource("Common/EventInfo"); }
 
 std::string defaultJobEventFile() { return eventFolder() + "/Job.plg"; }
@@ -107,6 +109,8 @@ std::string formerButtonBindingsFile(const std::optional<std::string>& modelID) 
 }
 
 std::string watchedFolderSettingsFile() { return settingsFolder() + "/WatchedFolderSetting.plist"; }
+
+std::string userScannerDriversFile() { return settingsFolder() + "/ScannerDrivers.ini"; }
 
 std::string formerWatchedFolderSettingsFile(int number) {
     return settingsFolder() + "/WatchedFolderSetting" + std::to_string(number) + ".plist";

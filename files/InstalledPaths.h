@@ -16,6 +16,8 @@ std::string resourcesFolder();
 std::string deviceTableFile();
 /// What each scanner model can do: "ScannerDevCap.ini".
 std::string scannerCapabilityFile();
+/// The scanner drivers that the scan assistant knows: "ScannerDrivers.ini".
+std::string scannerDriversFile();
 /// Holds the installed event files (extension "plg").
 std::string eventFolder();
 /// The event file that new job events are made from.
@@ -79,6 +81,8 @@ std::string formerSettingsFolder();
 std::string buttonBindingsFile(const std::optional<std::string>& modelID);
 std::string formerButtonBindingsFile(const std::optional<std::string>& modelID);
 std::string watchedFolderSettingsFile();
+/// The user's own "ScannerDrivers.ini", which counts before the installed one.
+std::string userScannerDriversFile();
 /// An earlier version kept each watched folder in a file of its own: 1, 2 or 3.
 std::string formerWatchedFolderSettingsFile(int number);
 std::string formerWatchedFolderBindingsFile();

@@ -23,6 +23,19 @@ std::optional<std::string> PxIniParser::valueWithFilePath(const std::string& pat
     return entry == section->second.end() ? std::nullopt : std::optional(entry->second);
 }
 
+std::vector<std::string> PxIniParser::sectionNamesWithFilePath(const std::string& path) {
+    if (!files_.contains(path)) {
+        INI_ReadWithPath(path);
+    }
+    std::vector<std::string> names;
+    if (const auto file = files_.find(path); file != files_.end()) {
+        for (const auto& [name, entries] : file->second) {
+            names.push_back(name);
+        }
+    }
+    return names;
+}
+
 void PxIniParser::removeItemAtPath(const std::string& path) { files_.erase(path); }
 
 void PxIniParser::removeAllItems() { files_.clear(); }

@@ -7,6 +7,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace trigora {
 
@@ -21,6 +22,8 @@ public:
     /// None where the file, the section or the key is missing. Names compare exactly.
     std::optional<std::string> valueWithFilePath(const std::string& path, const std::string& sectionString,
                                                  const std::string& keyString);
+    /// The names of the file's sections in ascending order; empty where the file cannot be read.
+    std::vector<std::string> sectionNamesWithFilePath(const std::string& path);
     void removeItemAtPath(const std::string& path);
     void removeAllItems();
 
