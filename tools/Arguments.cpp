@@ -1,5 +1,7 @@
 #include "tools/Arguments.h"
 
+#include "tools/Command.h"
+
 #include <algorithm>
 #include <charconv>
 
@@ -82,6 +84,25 @@ std::variant<std::int64_t, UsageError> Arguments::integer(std::string_view optio
                           " to " + std::to_string(most)};
     }
     return *value;
+}
+
+std::int64_t Arguments::requireInteger(std::string_view option, std::int64_t least, std::int64_t most) const {
+    const auto value = integer(option, least, least, most);
+    if (const auto* error = std::get_if<UsageError>(&value)) {
+        throw Failure(wrongUsage, error->sentence);
+    }
+    return std::get<std::int64_t>(value);
+}
+
+const std::vector<std::string>&
+Arguments::requireOperands(std::initializer_list<std::string_view> names) const {
+    if (operands_.size() < names.size()) {
+        throw Failure(wrongUsage, std::string(names.begin()[operands_.size()]) + " is missing");
+    }
+    if (operands_.size() > names.size()) {
+        throw Failure(wrongUsage, "what is " + operands_[names.size()] + "?");
+    }
+    return operands_;
 }
 
 } // namespace trigora::tools

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <initializer_list>
 #include <map>
 #include <optional>
 #include <span>
@@ -38,6 +39,10 @@ public:
     /// that was not given reads as the default.
     std::variant<std::int64_t, UsageError> integer(std::string_view option, std::int64_t byDefault,
                                                    std::int64_t least, std::int64_t most) const;
+    /// The same for an option that was given, but throws a `Failure`.
+    std::int64_t requireInteger(std::string_view option, std::int64_t least, std::int64_t most) const;
+    /// The operands, which must be as many as there are names; else a `Failure` that names what is missing.
+    const std::vector<std::string>& requireOperands(std::initializer_list<std::string_view> names) const;
     const std::vector<std::string>& operands() const { return operands_; }
 
 private:

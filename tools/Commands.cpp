@@ -1,14 +1,25 @@
 #include "tools/Command.h"
+#include "tools/CommandActions.h"
+#include "tools/CommandBind.h"
+#include "tools/CommandDrivers.h"
+#include "tools/CommandEvents.h"
 #include "tools/CommandListen.h"
 #include "tools/CommandPanel.h"
 #include "tools/CommandPress.h"
+#include "tools/CommandProject.h"
+#include "tools/CommandProjects.h"
+#include "tools/CommandWatch.h"
 
 #include <array>
 
 namespace trigora::tools {
 
 std::span<const Command> commands() {
-    static const std::array all{pressCommand(), listenCommand(), panelCommand()};
+    static const std::array all{eventsCommand(),      projectsCommand(),   actionsCommand(),
+                                driversCommand(),     bindCommand(),       unbindCommand(),
+                                watchCommand(),       unwatchCommand(),    projectNewCommand(),
+                                projectCopyCommand(), projectSetCommand(), projectDeleteCommand(),
+                                pressCommand(),       listenCommand(),     panelCommand()};
     return all;
 }
 

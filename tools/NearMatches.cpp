@@ -55,13 +55,22 @@ std::vector<std::string> nearMatches(std::string_view word, const std::vector<st
 }
 
 std::string didYouMean(std::string_view word, const std::vector<std::string>& candidates) {
-    const std::vector<std::string> matches = nearMatches(word, candidates);
+    return listOfMatches(nearMatches(word, candidates), {});
+}
+
+std::string listOfMatches(const std::vector<std::string>& near, const std::vector<std::string>& all) {
+    const std::vector<std::string>& shown = near.empty() ? all : near;
     std::string text;
-    for (std::size_t i = 0; i < matches.size(); ++i) {
-        const char* separator = i == 0 ? "; did you mean " : i + 1 == matches.size() ? " or " : ", ";
-        text += separator + matches[i];
+    for (std::size_t i = 0; i < shown.size(); ++i) {
+        const bool isLast = i + 1 == shown.size();
+        if (i == 0) {
+            text += near.empty() ? "; there are " : "; did you mean ";
+        } else {
+            text += !isLast ? ", " : near.empty() ? " and " : " or ";
+        }
+        text += shown[i];
     }
-    return matches.empty() ? text : text + "?";
+    return near.empty() ? text : text + "?";
 }
 
 } // namespace trigora::tools

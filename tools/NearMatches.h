@@ -12,5 +12,7 @@ std::vector<std::string> nearMatches(std::string_view word, const std::vector<st
 
 /// "; did you mean A, B or C?", or nothing without a near match.
 std::string didYouMean(std::string_view word, const std::vector<std::string>& candidates);
+/// The same for matches that are known already; "; there are A, B" for all there are when none is near.
+std::string listOfMatches(const std::vector<std::string>& near, const std::vector<std::string>& all);
 
 } // namespace trigora::tools

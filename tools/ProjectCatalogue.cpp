@@ -49,13 +49,15 @@ std::optional<std::string> applicationOfInstalledAction(const std::string& actio
 }
 
 /// The application that the project's action names, whether or not it is there.
-std::optional<std::string> namedApplication(const TrProjectInformation& project, const std::string& actionID) {
+std::optional<std::string> namedApplication(const TrProjectInformation& project,
+                                            const std::string& actionID) {
     const auto& action = project.actionInformation();
     if (action && action->applicationPath()) {
         return action->applicationPath();
     }
     if (actionID == userApplicationAction) {
-        return valueInFile(project.projectFilePath().value_or(""), "Event_Launch_MacX", "AppPath").value_or("");
+        return valueInFile(project.projectFilePath().value_or(""), "Event_Launch_MacX", "AppPath")
+            .value_or("");
     }
     return applicationOfInstalledAction(actionID);
 }
@@ -111,7 +113,8 @@ void addFilesLeftOut(ListedProjects& projects, const std::string& folder, Origin
         if (std::ranges::find(projects, path, &ListedProject::path) != projects.end()) {
             continue;
         }
-        ListedProject entry{.origin = origin, .path = path, .project = {}, .isAvailable = false, .problem = {}};
+        ListedProject entry{
+            .origin = origin, .path = path, .project = {}, .isAvailable = false, .problem = {}};
         const auto project = TrProjectInformation::initWithPath(path);
         if (project->projectID() || project->type()) {
             entry.project = project;
@@ -209,12 +212,7 @@ const ListedProject& requireProject(const ListedProjects& projects, const std::s
             near.push_back(candidate.idAndName());
         }
     }
-    std::string sentence = "there is no project " + printable(projectID);
-    const std::vector<std::string>& shown = near.empty() ? all : near;
-    for (std::size_t i = 0; i < shown.size(); ++i) {
-        sentence += (i > 0 ? ", " : near.empty() ? "; there are " : "; did you mean ") + shown[i];
-    }
-    throw Failure(notFound, sentence + (near.empty() || shown.empty() ? "" : "?"));
+    throw Failure(notFound, "there is no project " + printable(projectID) + listOfMatches(near, all));
 }
 
 Dictionary describedProject(const ListedProject& listed) {

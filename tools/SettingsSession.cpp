@@ -88,13 +88,15 @@ SettingsSession::SettingsSession()
                                     paths::resourcesFolder() +
                                     "; say with --root or TRIGORA_ROOT below which folder it lies");
     }
-    platform_.reset(new platform::Platform{
-        former_.runLoop,       former_.clock,         former_.notifications, former_.appleEvents,
-        former_.processes,     former_.workspace,     former_.bundles,       *fileSystem_,
-        former_.fileContents,  former_.fileMetadata,  former_.folders,       former_.textEncodings,
-        former_.propertyLists, former_.json,          former_.messageDigest, former_.images,
-        former_.userDefaults,  former_.systemInformation, former_.alertPanel, former_.stringTable,
-        former_.console,       former_.idConverter,   former_.lowMemory,     former_.sharedInstances});
+    platform_.reset(
+        new platform::Platform{former_.runLoop,       former_.clock,        former_.notifications,
+                               former_.appleEvents,   former_.processes,    former_.workspace,
+                               former_.bundles,       *fileSystem_,         former_.fileContents,
+                               former_.fileMetadata,  former_.folders,      former_.textEncodings,
+                               former_.propertyLists, former_.json,         former_.messageDigest,
+                               former_.images,        former_.userDefaults, former_.systemInformation,
+                               former_.alertPanel,    former_.stringTable,  former_.console,
+                               former_.idConverter,   former_.lowMemory,    former_.sharedInstances});
     platform::install(platform_.get());
     forgetWhatWasRead();
 }
@@ -127,8 +129,9 @@ std::vector<std::string> damagedWatchedFolderFiles() {
 }
 
 std::string damageSentence(const std::string& path) {
-    return path + " is damaged or cannot be read; it was left as it is. Put a good copy in its place, or move "
-                  "it away to begin anew";
+    return path +
+           " is damaged or cannot be read; it was left as it is. Put a good copy in its place, or move "
+           "it away to begin anew";
 }
 
 void requireUndamaged(const std::vector<std::string>& damagedFiles) {

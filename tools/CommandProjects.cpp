@@ -1,0 +1,83 @@
+#include "tools/CommandProjects.h"
+
+#include "catalogue/TrActionInformation.h"
+#include "projects/TrProjectInformation.h"
+#include "tools/ProjectCatalogue.h"
+#include "tools/Report.h"
+#include "tools/ScannerModels.h"
+#include "tools/SettingsSession.h"
+
+#include <array>
+
+namespace trigora::tools {
+
+namespace {
+
+constexpr std::array projectsOptions{
+    modelOption, Option{"folder", "", "only the projects for watched folders"}, jsonOption, rootOption};
+
+constexpr std::string_view projectsExamples = "  trigoractl projects\n"
+                                              "  trigoractl projects --model 0F01\n"
+                                              "  trigoractl projects --folder --json\n";
+
+std::string applicationName(const ListedProject& listed) {
+    const auto action = listed.project ? listed.project->actionInformation() : nullptr;
+    return textOrDash(action ? action->projectApplicationName() : std::nullopt);
+}
+
+void print(const ListedProjects& projects, std::ostream& out) {
+    Table table({"PROJECT", "NAME", "LIST", "TYPE", "THEN OPENS", "AVAILABLE", "PROBLEM"});
+    for (const ListedProject& listed : projects) {
+        const TrProjectInformation* project = listed.project.get();
+        table.add({textOrDash(listed.id()), textOrDash(project ? project->projectName() : std::nullopt),
+                   originName(listed.origin), textOrDash(project ? project->type() : std::nullopt),
+                   applicationName(listed), listed.isAvailable ? "yes" : "no", listed.problem.value_or("")});
+    }
+    table.print(out);
+}
+
+ExitCode projects(const Arguments& arguments, std::ostream& out, std::ostream& err) {
+    const SettingsSession session;
+    const auto driver = driverOption(arguments);
+    const bool onlyFolders = arguments.has("folder");
+    if (onlyFolders && driver) {
+        throw Failure(wrongUsage, "projects for watched folders belong to no model");
+    }
+    ListedProjects listed = onlyFolders ? ListedProjects() : scanProjects(driver);
+    if (!driver) {
+        for (ListedProject& project : folderProjects()) {
+            listed.push_back(std::move(project));
+        }
+    }
+    if (arguments.has("json")) {
+        Array described;
+        for (const ListedProject& project : listed) {
+            described.push_back(describedProject(project));
+        }
+        printJson(out, Dictionary{{"model", valueOrNothing(modelOf(driver))}, {"projects", described}});
+    } else {
+        print(listed, out);
+    }
+    if (const auto note = modelNote(driver)) {
+        err << "trigoractl: " << *note << '\n';
+    }
+    return done;
+}
+
+} // namespace
+
+Command projectsCommand() {
+    return {.name = "projects",
+            .operands = "",
+            .summary = "Lists the projects and says why one is not available.",
+            .options = projectsOptions,
+            .run = projects,
+            .details =
+                "With a model, its own list counts: that of the model if it keeps its projects apart,\n"
+                "else the one that all other models share. The projects that come with a device are\n"
+                "put into its list when it is first used.\n",
+            .examples = projectsExamples,
+            .usesPlatform = true};
+}
+
+} // namespace trigora::tools

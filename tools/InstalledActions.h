@@ -1,0 +1,30 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace trigora {
+class TrActionInformation;
+}
+
+namespace trigora::tools {
+
+struct InstalledAction {
+    std::string path; ///< of the action file
+    std::shared_ptr<TrActionInformation> action;
+    std::string namedApplication; ///< as the file names it, whether or not it is there
+};
+
+/// In the order of their files.
+std::vector<InstalledAction> installedActions();
+
+/// The installed action with that ID, with its application. Throws a `Failure` that lists near matches when
+/// there is none, and when its application is missing.
+std::shared_ptr<TrActionInformation> requireAction(const std::string& actionID);
+/// An action that opens an application of the user's choice. Throws a `Failure` when there is none at the
+/// path, or when project files cannot hold the path.
+std::shared_ptr<TrActionInformation> actionOfApplication(const std::string& path);
+
+} // namespace trigora::tools
