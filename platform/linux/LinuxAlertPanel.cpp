@@ -95,10 +95,10 @@ private:
         return 0;
     }
 
-    /// Servers also say so after the action, whichever way they order the two.
+    /// Servers also say so after the action, but the first signal ends the wait.
     static int closed(sd_bus_message* signal, void* alert, sd_bus_error*) {
         auto* self = static_cast<Alert*>(alert);
-        if (!self->answer_ && self->concernsThis(signal)) {
+        if (self->concernsThis(signal)) {
             self->answer_ = AlertAnswer::closed;
         }
         return 0;
@@ -110,7 +110,7 @@ private:
         const char* oldOwner = "";
         const char* newOwner = "";
         const bool isRead = ::sd_bus_message_read(signal, "sss", &name, &oldOwner, &newOwner) > 0;
-        if (isRead && !self->answer_ && std::string(name) == server && self->server_ == oldOwner) {
+        if (isRead && std::string(name) == server && self->server_ == oldOwner) {
             self->answer_ = AlertAnswer::closed;
         }
         return 0;

@@ -59,7 +59,6 @@ public:
         }
         table_ = static_cast<std::size_t>(*table);
         known_.resize(static_cast<std::size_t>(*count));
-        entered_.resize(known_.size());
         return extentOf(*root, 0).has_value();
     }
 
@@ -78,17 +77,14 @@ private:
         return result;
     }
 
-    /// None when the object breaks a limit, reaches beyond the file or contains itself.
+    /// None when the object breaks a limit or reaches beyond the file. One that contains itself is nested
+    /// without end.
     std::optional<Extent> extentOf(std::uint64_t index, int level) {
         if (index >= known_.size() || level > deepestPropertyList) {
             return std::nullopt;
         }
         const auto object = static_cast<std::size_t>(index);
         if (!known_[object]) {
-            if (entered_[object]) {
-                return std::nullopt;
-            }
-            entered_[object] = true;
             known_[object] = measure(object, level);
         }
         const std::optional<Extent>& extent = known_[object];
@@ -158,7 +154,6 @@ private:
     std::size_t referenceSize_ = 0;
     std::size_t table_ = 0;
     std::vector<std::optional<Extent>> known_; ///< by object
-    std::vector<bool> entered_;                ///< a second entry before it is known is a circle
 };
 
 } // namespace
