@@ -12,6 +12,7 @@
 #include "platform/FileSystem.h"
 #include "platform/Formats.h"
 #include "platform/Text.h"
+#include "projects/DeviceProjects.h"
 #include "projects/ProjectFileName.h"
 #include "projects/TrProjectInformation.h"
 
@@ -110,24 +111,6 @@ void adoptOwnScanSettings(const std::string& path) {
         project->setScanSettings(*settings->dictionary());
     }
     project->writeProjectInformation();
-}
-
-/// Where the installed projects of a device lie; none for a device without any.
-std::optional<std::string> deviceProjectFolder(const TrScannerDriverInformation& driver) {
-    const std::string devices = paths::deviceSettingsFolder();
-    std::string device = appendingPathComponent(devices, *driver.deviceSettingAlias());
-    if (!existsAt(device)) {
-        device = appendingPathComponent(devices, "Model" + driver.hexadecimalModelID().value_or(""));
-    }
-    const std::string projects = appendingPathComponent(device, "AppInfo1");
-    const auto country = TrFilePathUtility::sharedFilePathUtility()->currentCountry();
-    for (const std::string& language : {country.value_or("en"), std::string("en")}) {
-        const std::string folder = appendingPathComponent(projects, language);
-        if (existsAt(folder)) {
-            return folder;
-        }
-    }
-    return std::nullopt;
 }
 
 } // namespace
@@ -290,10 +273,7 @@ void TrProjectManager::setupDefaultProjectFolder(const std::shared_ptr<TrScanner
     if (!existsAt(folder)) {
         paths->createFolderPath(folder);
     }
-    if (!driver || !driver->isDependency() || !driver->deviceSettingAlias()) {
-        return;
-    }
-    if (const auto projects = deviceProjectFolder(*driver)) {
+    if (const auto projects = driver ? deviceProjectFolder(*driver) : std::nullopt) {
         paths->copyFolderPath(*projects, folder);
         PM_ConvertPredefinedProjectName(folder);
     }

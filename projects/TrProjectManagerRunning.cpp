@@ -1,4 +1,4 @@
-// Running a project: the one running flag, the choice of the runner, and what the scanning side is told.
+// Running a project: the one running flag, what the runner is given, and what the scanning side is told.
 
 #include "projects/TrProjectManager.h"
 
@@ -9,19 +9,14 @@
 #include "platform/Desktop.h"
 #include "platform/DistributedNotifications.h"
 #include "platform/Text.h"
+#include "projects/ActionRunnerChoice.h"
 #include "projects/ProjectRunning.h"
 #include "projects/TrProjectInformation.h"
 #include "runners/RunnerInputs.h"
-#include "runners/TgaActionRunnerCopy.h"
-#include "runners/TgaActionRunnerEPS.h"
-#include "runners/TgaActionRunnerLauncher.h"
+#include "runners/TgaActionRunner.h"
 #include "runners/TgaActionRunnerManager.h"
-#include "runners/TgaActionRunnerPageManager.h"
-#include "runners/TgaActionRunnerPeloxScan.h"
 #include "runners/TrLaunchApplicationManager.h"
 
-#include <algorithm>
-#include <array>
 #include <string_view>
 
 namespace trigora {
@@ -33,44 +28,7 @@ constexpr const char* runProjectName = "-[TrProjectManager runProject:withDriver
 constexpr std::int16_t alreadyRunning = -1;
 constexpr std::int16_t noRunner = -2;
 
-// The choice of the runner.
-
 using RunnerPointer = std::shared_ptr<TgaActionRunner>;
-
-template <typename Runner> RunnerPointer make() { return std::make_shared<Runner>(); }
-RunnerPointer makeNone() { return nullptr; }
-
-constexpr std::int32_t anyProjectID = -1;
-
-/// Which runner serves the projects of a type and ID.
-struct RunnerChoice {
-    std::string_view projectType;
-    std::int32_t projectID; ///< or `anyProjectID`
-    RunnerPointer (*make)();
-};
-
-/// The first row that fits decides; every other project gets the launcher.
-constexpr std::array runnerChoices{
-    RunnerChoice{"0x8002", 110, make<TgaActionRunnerPeloxScan>},
-    RunnerChoice{"0x8002", 520, make<TgaActionRunnerPeloxScan>},
-    RunnerChoice{"0x8002", 910, make<TgaActionRunnerPageManager>},
-    RunnerChoice{"0x8002", 911, make<TgaActionRunnerPageManager>},
-    RunnerChoice{"0x8002", 912, make<TgaActionRunnerPageManager>},
-    RunnerChoice{"0x8002", 340, make<TgaActionRunnerCopy>},
-    RunnerChoice{"0x8002", 380, make<TgaActionRunnerEPS>},
-    RunnerChoice{"0x8003", 500, make<TgaActionRunnerLauncher>},
-    RunnerChoice{"0x8003", anyProjectID, makeNone},
-};
-
-RunnerPointer makeRunner(const TrProjectInformation& project) {
-    const std::int32_t projectID = platform::integerValue(project.projectID().value_or(""));
-    const auto fits = [&](const RunnerChoice& choice) {
-        return project.type() == choice.projectType &&
-               (choice.projectID == anyProjectID || choice.projectID == projectID);
-    };
-    const auto choice = std::find_if(runnerChoices.begin(), runnerChoices.end(), fits);
-    return choice == runnerChoices.end() ? make<TgaActionRunnerLauncher>() : choice->make();
-}
 
 // What a runner is given.
 
@@ -228,7 +186,7 @@ TrProjectManager::PMRA_CreateActionRunner(const std::shared_ptr<TrScannerDriverI
                                           const std::shared_ptr<TrProjectInformation>& project,
                                           const std::optional<std::string>& eventID,
                                           const std::optional<std::string>& ipAddress) {
-    RunnerPointer runner = project ? makeRunner(*project) : nullptr;
+    RunnerPointer runner = project ? actionRunnerChoice(*project).make() : nullptr;
     if (!runner) {
         return nullptr;
     }
