@@ -95,12 +95,6 @@ private:
     std::int32_t SM_FeatureBitOfModelID(const std::optional<std::string>& modelID) const;
     bool SM_EventAction(const std::string& eventID, const std::optional<Dictionary>& deviceInfo,
                         const std::optional<std::string>& scannerVersion);
-    static std::shared_ptr<TrScannerDriverInformation>
-    driverOfEvent(const std::string& driverName, const std::optional<Dictionary>& deviceInfo,
-                  const std::optional<std::string>& scannerVersion);
-    /// The project bound to the event for this driver; none when there is none or it is not available.
-    static std::shared_ptr<TrProjectInformation>
-    projectOfEvent(const std::string& eventID, const std::shared_ptr<TrScannerDriverInformation>& driver);
     /// 375 for a driver that the maker's ID converter knows, else the version of the installed scan-settings
     /// application, 0 without one.
     std::int32_t SM_PeloxScanSettingVersion(const std::optional<std::string>& driverName) const;
@@ -112,9 +106,6 @@ private:
     void SM_ReadDevInfFile();
     static Dictionary SM_ConvertDevInfoDictionaryFromString(const std::string& line,
                                                             const std::vector<std::string>& keyList);
-    const Dictionary* deviceTableRow(const std::optional<std::string>& modelName,
-                                     const std::optional<std::string>& driverKey) const;
-
     /// Asks the scan assistant whether the scanner of an event is there.
     static void requestConfirmation(const Dictionary& event);
 
