@@ -1,5 +1,6 @@
 #include "companions/PScanAssistant/ScannerDirectory.h"
 
+#include "files/InstalledPaths.h"
 #include "files/PxIniParser.h"
 #include "platform/Text.h"
 
@@ -49,19 +50,11 @@ std::optional<std::string> deviceOf(const std::vector<AttachedScanner>& scanners
 
 } // namespace
 
-std::string ScannerDirectory::installedPath() {
-    return "/Applications/Pelox Software/Trigora.app/Contents/Resources/Assistants/Scan Assistant/"
-           "ScannerDrivers.ini";
-}
-
-std::string ScannerDirectory::userPath() {
-    return platform::expandingTildeInPath("~/Library/Preferences/PELOX/Trigora/Settings/ScannerDrivers.ini");
-}
-
 std::optional<std::string> ScannerDirectory::value(const std::string& section, const std::string& key) const {
     const auto parser = PxIniParser::sharedParser();
-    const std::optional<std::string> own = parser->valueWithFilePath(userPath(), section, key);
-    return own ? own : parser->valueWithFilePath(installedPath(), section, key);
+    const std::optional<std::string> own =
+        parser->valueWithFilePath(paths::userScannerDriversFile(), section, key);
+    return own ? own : parser->valueWithFilePath(paths::scannerDriversFile(), section, key);
 }
 
 DriverEntry ScannerDirectory::entry(const std::string& driverName, const std::string& address) const {

@@ -29,9 +29,6 @@ public:
     /// Forgets what the files said.
     void reload();
 
-    static std::string installedPath();
-    static std::string userPath();
-
 private:
     std::optional<std::string> value(const std::string& section, const std::string& key) const;
 };

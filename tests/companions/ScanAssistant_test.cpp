@@ -1,5 +1,6 @@
 #include "companions/PScanAssistant/ScanAssistant.h"
 
+#include "files/InstalledPaths.h"
 #include "tests/companions/FakeScanner.h"
 #include "tests/fakes/PlatformTest.h"
 
@@ -60,8 +61,8 @@ private:
 class ScanAssistantTest : public PlatformTest {
 protected:
     ScanAssistantTest() {
-        writeFile(ScannerDirectory::installedPath(), "[Scanner A]\nDevice=test:0\nModelID=0F01\n"
-                                                     "[Addresses]\n10.0.0.7=Scanner A\n");
+        writeFile(paths::scannerDriversFile(), "[Scanner A]\nDevice=test:0\nModelID=0F01\n"
+                                               "[Addresses]\n10.0.0.7=Scanner A\n");
         scans = home + "/Scans";
     }
 
@@ -129,8 +130,7 @@ TEST_F(ScanAssistantTest, FindsTheScannerThatADriverNameStandsFor) {
     scanners.attached = {{"net:10.0.0.12:x", "Pelox", "Flat 10"},
                          {"net:10.0.0.1:y", "Pelox", "Flat 1"},
                          {"usb:1", "Other", "Scanner"}};
-    const std::string settings = "~/Library/Preferences/PELOX/Trigora/Settings/ScannerDrivers.ini";
-    writeFile(settings, "[Mine]\nDevice=usb:1\n[Scanner A]\nDevice=usb:2\n");
+    writeFile(paths::userScannerDriversFile(), "[Mine]\nDevice=usb:1\n[Scanner A]\nDevice=usb:2\n");
     begin();
     const std::array<std::pair<Dictionary, std::vector<std::string>>, 8> cases{{
         {{{"DriverName", "Mine"}}, {"usb:1"}},
