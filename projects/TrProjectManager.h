@@ -125,8 +125,8 @@ private:
     std::optional<ProjectMenu> PM_ProjectMenuWithProjectList(const ProjectList& list, bool isContainNoAction,
                                                              bool isShowImage, bool isAddDescription);
 
-    /// Makes the runner the current one and tells the scanning side to scan, or that the scanner is confirmed.
-    /// 0, or -2 when there is no runner for a project that does not scan.
+    /// Makes the runner the current one and tells the scanning side to scan, or that the scanner is
+    /// confirmed. 0, or -2 when there is no runner for a project that does not scan.
     static std::int16_t PMRA_StartProject(const std::shared_ptr<TrProjectInformation>& project,
                                           const std::shared_ptr<TrScannerDriverInformation>& driver,
                                           const std::optional<std::string>& eventID,
