@@ -13,8 +13,8 @@ namespace {
 constexpr std::array<std::string_view, 4> installedPrefixes = {"/Applications", "/Library", "/Users/Shared",
                                                                "/usr/bin/osascript"};
 /// Where programs of the installed tree lie.
-constexpr std::array<std::string_view, 2> programPlaces = {"/Applications/Pelox Software/",
-                                                           "/usr/bin/osascript"};
+constexpr std::array<std::string_view, 3> programPlaces = {"/Applications/Pelox Software/",
+                                                           "/usr/bin/osascript", "/usr/bin/trigoractl"};
 
 /// Whether the path is the folder or lies below it.
 bool isWithin(std::string_view path, std::string_view folder) {

@@ -278,5 +278,23 @@ TEST_F(RealProcesses, OsascriptRunsScriptsByTheirOwnInterpreter) {
     }
 }
 
+TEST_F(RealProcesses, AProgramFindsTheRootThatItIsInstalledIn) {
+    const std::string tree = home + "/tree";
+    writeFile("~/tree/Library/script", "#!/bin/sh\nexit 4\n");
+    const std::pair<std::string, int> places[] = {
+        {"/usr/bin/osascript", 4},      {"/usr/bin/trigoractl", 4},
+        {"/usr/bin/osascript2", 127},   {"/Applications/Pelox Software/Trigora.app/Contents/MacOS/x", 4},
+        {"/Applications/other/x", 127},
+    };
+    for (const auto& [place, status] : places) {
+        fs::create_directories(fs::path(tree + place).parent_path());
+        fs::copy_file(TRIGORA_OSASCRIPT, tree + place);
+        const auto id =
+            processes.launch("/usr/bin/env", {"-u", "TRIGORA_ROOT", tree + place, "/Library/script"});
+        ASSERT_TRUE(id);
+        EXPECT_EQ(processes.waitForExit(*id), status) << place;
+    }
+}
+
 } // namespace
 } // namespace trigora::platform
