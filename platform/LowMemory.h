@@ -22,6 +22,8 @@ public:
     /// The bytes from the address up to a NUL, or up to the limit when there is none before it. None for
     /// the address 0 and when the memory cannot be read: a wrong address is no crash.
     virtual std::optional<std::string> textAt(std::uint32_t address, std::size_t limit) = 0;
+    /// Whether that many bytes from the address on can be read; nothing at the address 0 can.
+    virtual bool isReadable(std::uint32_t address, std::size_t size) = 0;
 };
 
 } // namespace trigora::platform

@@ -180,6 +180,15 @@ bool isValidUtf8(std::string_view text) {
     return true;
 }
 
+std::string_view utf8Prefix(std::string_view text, std::size_t mostBytes) {
+    std::size_t length = std::min(text.size(), mostBytes);
+    const auto isInsideCharacter = [&] { return (static_cast<unsigned char>(text[length]) & 0xC0) == 0x80; };
+    while (length > 0 && length < text.size() && isInsideCharacter()) {
+        --length;
+    }
+    return text.substr(0, length);
+}
+
 std::string uppercased(std::string_view text) {
     return converted(text,
                      [](char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c; });

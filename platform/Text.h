@@ -32,6 +32,8 @@ std::string replacingOccurrences(std::string_view text, std::string_view of, std
 std::size_t utf16Length(std::string_view text);
 /// Whether the bytes are well-formed UTF-8.
 bool isValidUtf8(std::string_view text);
+/// The longest beginning of UTF-8 text that takes no more bytes than that and ends with a whole character.
+std::string_view utf8Prefix(std::string_view text, std::size_t mostBytes);
 /// ASCII letters only.
 std::string uppercased(std::string_view text);
 std::string lowercased(std::string_view text);

@@ -96,4 +96,16 @@ std::optional<std::string> LinuxLowMemory::textAt(std::uint32_t address, std::si
     return address == 0 && text.empty() ? std::nullopt : std::optional(text);
 }
 
+bool LinuxLowMemory::isReadable(std::uint32_t address, std::size_t size) {
+    const auto page = static_cast<std::uint64_t>(sysconf(_SC_PAGESIZE));
+    const std::uint64_t end = std::uint64_t{address} + size;
+    char byte = 0;
+    for (std::uint64_t next = address; next < end; next = next - next % page + page) {
+        if (next > UINT32_MAX || copyIfReadable(static_cast<std::uint32_t>(next), &byte, 1) != 1) {
+            return false;
+        }
+    }
+    return address != 0;
+}
+
 } // namespace trigora::platform

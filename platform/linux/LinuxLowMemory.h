@@ -12,6 +12,7 @@ public:
     std::shared_ptr<void> allocate(std::size_t size) override;
     std::uint32_t addressOfFunction(void (*function)()) override;
     std::optional<std::string> textAt(std::uint32_t address, std::size_t limit) override;
+    bool isReadable(std::uint32_t address, std::size_t size) override;
 
 private:
     std::mutex mutex_;
