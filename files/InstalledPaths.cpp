@@ -74,8 +74,6 @@ std::string photoApplication() { return makersApplication("Fotilo.app"); }
 
 std::string documentCaptureApplication() { return makersApplication("Scrivana.app"); }
 
-std::string documentCaptureApplicationMisspelt() { return "/Application/Pelox Software/Scrivana.app"; }
-
 std::string quilloApplication() { return makersApplication("Pelox Quillo.app"); }
 
 std::string quilloButtonManagerModule() {

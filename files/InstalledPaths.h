@@ -56,9 +56,6 @@ std::string scanSettingsApplicationInUtilities();
 std::string copyApplication();
 std::string photoApplication();
 std::string documentCaptureApplication();
-/// The document-capture application below "/Application": the folder's name lacks its last letter, and
-/// nothing is expected to be there.
-std::string documentCaptureApplicationMisspelt();
 std::string quilloApplication();
 std::string quilloButtonManagerModule();
 std::string fotrixApplication();

@@ -22,7 +22,8 @@ struct FileSpecification {
 };
 
 /// Knows the agent's folders and files, the user's language, and how folders are made and copied. None of
-/// the path operations makes the folder that it names. Main thread only.
+/// the path operations makes the folder that it names. Main thread only, except that the paths of the network
+/// scan's files and `createFolderPath` may be asked for on any thread.
 class TrFilePathUtility {
 public:
     static std::shared_ptr<TrFilePathUtility> sharedFilePathUtility() {
