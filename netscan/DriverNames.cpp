@@ -12,10 +12,11 @@
 
 #include <algorithm>
 #include <atomic>
-#include <cstring>
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
+#include <utility>
 
 namespace trigora {
 
@@ -48,10 +49,11 @@ private:
     bool isTaken_;
 };
 
+/// The name ends before a NUL, and is cut between two characters when it is too long.
 void copyName(const std::string& name, char* destination) {
-    const std::size_t length = std::min(strnlen(name.c_str(), name.size()), driverNameSize - 1);
-    std::copy_n(name.begin(), length, destination);
-    destination[length] = 0;
+    const std::string_view copied = platform::utf8Prefix(name.c_str(), driverNameSize - 1);
+    std::copy(copied.begin(), copied.end(), destination);
+    destination[copied.size()] = 0;
 }
 
 std::shared_ptr<platform::Bundle> scanSettingsApplication() {
@@ -71,7 +73,8 @@ std::optional<std::string> nameInReply(const platform::AppleEvent& reply) {
     const auto begin = answer->bytes.begin() + prefix;
     const auto end =
         answer->bytes.begin() + static_cast<std::ptrdiff_t>(std::min(answer->bytes.size(), mostBytes));
-    return std::string(begin, std::find(begin, end, 0));
+    std::string name(begin, std::find(begin, end, 0));
+    return platform::isValidUtf8(name) ? std::optional(std::move(name)) : std::nullopt;
 }
 
 std::int32_t askScanSettingsApplication(const char* productID, char* destination) {

@@ -13,14 +13,16 @@
 #include "usbscan/TgaButtonManager.h"
 
 #include <cstring>
-#include <exception>
+#include <string_view>
 
 namespace trigora {
 
 namespace {
 
-/// No text of a module is longer.
+/// No text in a record is longer.
 constexpr std::size_t longestText = 4096;
+/// An error's text is cut behind so many bytes.
+constexpr std::size_t longestErrorText = 65536;
 /// The system that brought the driver which can be asked for its name.
 constexpr std::int32_t newerSystemVersion = 0x1060;
 
@@ -103,19 +105,22 @@ std::int32_t discoveryCallBack(const _NSMDiscovery* discovery, void* context) {
     try {
         auto* manager = static_cast<TgaNetworkSettingsManager*>(static_cast<PanelEventContext*>(context));
         return manager->answerDiscovery(*discovery);
-    } catch (const std::exception&) {
+    } catch (...) {
         return NSM_SCANNER_NOT_SERVED;
     }
 }
 
 std::int32_t errorCallback(std::int32_t, std::int32_t, const char* text, void*) {
     try {
-        const std::string message =
-            text == nullptr ? std::string() : std::string(text, strnlen(text, longestText));
-        if (text != nullptr && platform::isValidUtf8(message)) {
-            writeErrorLog(message);
+        if (text == nullptr) {
+            return 1;
         }
-    } catch (const std::exception&) {
+        const std::size_t length = strnlen(text, longestErrorText + 1); // one more shows where to cut
+        const std::string_view message = platform::utf8Prefix({text, length}, longestErrorText);
+        if (platform::isValidUtf8(message)) {
+            writeErrorLog(std::string(message));
+        }
+    } catch (...) {
         // The module has nobody to tell.
     }
     return 1;

@@ -1,5 +1,6 @@
 #include "netscan/PanelDriver.h"
 
+#include "agent/PSlog.h"
 #include "files/InstalledPaths.h"
 #include "platform/Bundles.h"
 #include "platform/LowMemory.h"
@@ -17,13 +18,12 @@ void pdCallback(std::uint32_t, void*, std::uint32_t) {}
 /// Panels below this version get the old kind of list.
 constexpr std::int32_t firstNewListVersion = 110;
 
-PanelOpenBlock openBlockFor(const std::string& ipAddress) {
+PanelOpenBlock openBlockFor(const std::string& ipAddress, address32 progressCallback) {
     PanelOpenBlock block{};
     block.connectionKind = 2;
     const std::size_t length = std::min(ipAddress.size(), sizeof block.ipAddress - 1);
     std::copy_n(ipAddress.begin(), length, block.ipAddress);
-    block.progressCallback =
-        platform::current().lowMemory.addressOfFunction(reinterpret_cast<void (*)()>(&pdCallback));
+    block.progressCallback = progressCallback;
     return block;
 }
 
@@ -33,12 +33,21 @@ bool isOldJobList(std::int32_t protocolVersion) { return protocolVersion < first
 
 std::shared_ptr<PanelDriver> PanelDriver::create() {
     std::shared_ptr<platform::Bundle> module = platform::current().bundles.create(paths::panelDriverModule());
-    return module ? std::make_shared<PanelDriver>(std::move(module)) : nullptr;
+    if (!module) {
+        return nullptr;
+    }
+    const address32 progressCallback =
+        platform::current().lowMemory.addressOfFunction(reinterpret_cast<void (*)()>(&pdCallback));
+    if (progressCallback == 0) {
+        PSlog("%s [Line %d] no address below 4 GiB for pdCallback", "PanelDriver", __LINE__);
+        return nullptr;
+    }
+    return std::make_shared<PanelDriver>(std::move(module), progressCallback);
 }
 
 bool PanelDriver::open(const std::string& ipAddress, PanelConnection& connection) const {
     auto* open = platform::functionNamed<PDOpenFunction>(*module_, "PDOpen");
-    const PanelOpenBlock block = openBlockFor(ipAddress);
+    const PanelOpenBlock block = openBlockFor(ipAddress, progressCallback_);
     return open != nullptr && open(&block, &connection.handle, &connection.context) != 0;
 }
 

@@ -29,10 +29,12 @@ struct EncodedJobData {
 /// The panel driver module. A function that it does not export fails. Any thread.
 class PanelDriver {
 public:
-    /// Null when the module is not installed. Its code is loaded with the first function that is called.
+    /// Null when the module is not installed, or its progress call-back has no address below 4 GiB. Its code
+    /// is loaded with the first function that is called.
     static std::shared_ptr<PanelDriver> create();
 
-    explicit PanelDriver(std::shared_ptr<platform::Bundle> module) : module_(std::move(module)) {}
+    PanelDriver(std::shared_ptr<platform::Bundle> module, address32 progressCallback)
+        : module_(std::move(module)), progressCallback_(progressCallback) {}
 
     bool open(const std::string& ipAddress, PanelConnection& connection) const;
     bool lock(PanelConnection& connection) const;
@@ -54,6 +56,7 @@ public:
 
 private:
     std::shared_ptr<platform::Bundle> module_;
+    address32 progressCallback_;
 };
 
 } // namespace trigora

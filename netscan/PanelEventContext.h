@@ -3,6 +3,7 @@
 #include "platform/Value.h"
 
 #include <atomic>
+#include <memory>
 #include <optional>
 #include <string>
 
@@ -24,8 +25,9 @@ private:
     std::atomic<bool> _isErrorRecoveryAvailable = false;
 };
 
-/// What the handling of panel events needs of the network settings. Any thread.
-class PanelEventContext : public PanelJobFlags {
+/// What the handling of panel events needs of the network settings. Any thread. Work that waits for the main
+/// thread does not keep it alive.
+class PanelEventContext : public PanelJobFlags, public std::enable_shared_from_this<PanelEventContext> {
 public:
     /// The driver that serves the scanner with a product ID, as far as it is known.
     virtual std::optional<std::string> dsNameWithScopeList(const std::string& productID) const = 0;

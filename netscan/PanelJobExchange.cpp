@@ -12,7 +12,6 @@
 #include "projects/ProjectRunning.h"
 #include "usbscan/TgaButtonManager.h"
 
-#include <exception>
 #include <utility>
 
 namespace trigora {
@@ -91,7 +90,7 @@ std::int32_t eventCallback(_NSMEvent* event, std::int32_t kind, void* data, std:
                            void* context) {
     try {
         return dispatch(event, kind, data, reserved, context);
-    } catch (const std::exception&) {
+    } catch (...) {
         return PANEL_RESULT_FAILED;
     }
 }
@@ -118,8 +117,11 @@ std::int32_t RunScanJobV2(_NSMEvent*, std::int32_t, void* data, std::int32_t, vo
                    {"driverName", *name},
                    {"IPAddress", *address}});
     platform::current().runLoop.performOnMainThread(
-        [&manager, event = Dictionary{{"DriverName", *name}, {"IPAddress", *address}}] {
-            manager.processNetworkScanEvent(event);
+        [handler = manager.weak_from_this(),
+         event = Dictionary{{"DriverName", *name}, {"IPAddress", *address}}] {
+            if (const std::shared_ptr<PanelEventContext> alive = handler.lock()) {
+                alive->processNetworkScanEvent(event);
+            }
         });
     return PANEL_RESULT_DONE;
 }

@@ -21,9 +21,10 @@ std::uint8_t codeOf(const Key& key, const std::pair<Key, std::uint8_t> (&table)[
     return found == table + count ? otherwise : found->second;
 }
 
-/// Numbers of a job are 32 bits; missing ones read 0.
+/// Numbers of a job are 32 bits, larger ones as near as can be; missing ones read 0.
 std::int32_t numberAt(const Dictionary& dictionary, std::string_view key) {
-    return static_cast<std::int32_t>(platform::integerAt(dictionary, key).value_or(0));
+    const std::int64_t number = platform::integerAt(dictionary, key).value_or(0);
+    return static_cast<std::int32_t>(std::clamp<std::int64_t>(number, INT32_MIN, INT32_MAX));
 }
 
 std::uint8_t imageTypeCode(std::int32_t pixelDataType) {

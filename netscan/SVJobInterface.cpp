@@ -61,9 +61,7 @@ std::vector<Dictionary> SVJobInterface::jobs() const {
     std::vector<Dictionary> jobs;
     if (list && list->array() != nullptr) {
         for (const Value& job : *list->array()) {
-            if (job.dictionary() != nullptr) {
-                jobs.push_back(*job.dictionary());
-            }
+            jobs.push_back(job.dictionary() == nullptr ? Dictionary() : *job.dictionary());
         }
     }
     return jobs;

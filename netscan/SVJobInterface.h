@@ -31,7 +31,8 @@ public:
     SVJobInterface& operator=(const SVJobInterface&) = delete;
     ~SVJobInterface();
 
-    /// The job dictionaries, described in modules/job_interface.h; what is no dictionary is left out.
+    /// The job dictionaries, described in modules/job_interface.h. What is no dictionary counts as a job
+    /// without settings, because jobs are started by their place in the list.
     std::vector<Dictionary> jobs() const;
     bool isPushScanSupported() const;
     bool isOfficeFormatSupported() const;

@@ -40,7 +40,13 @@ void TgaNetworkSettingsManager::NSM_Initialize() {
     NSM_SetNetworkScanName(std::nullopt);
 }
 
-void TgaNetworkSettingsManager::NSM_Dealloc() { NSM_UnloadNetScanBundle(); }
+void TgaNetworkSettingsManager::NSM_Dealloc() {
+    NSM_StopService();
+    // Threads of a service that does not stop are still in the module's code: that stays where it is.
+    if (!bool_IsStartService) {
+        NSM_UnloadNetScanBundle();
+    }
+}
 
 void TgaNetworkSettingsManager::readNetworkScanSettingsFile() {
     const Dictionary settings = readSettings();
@@ -101,19 +107,19 @@ bool TgaNetworkSettingsManager::isCompareVersionAboveKeyVersion(const std::strin
     return false;
 }
 
-void TgaNetworkSettingsManager::NSM_LoadNetScanBundle() {
+std::int32_t TgaNetworkSettingsManager::NSM_LoadNetScanBundle() {
     if (bundleRef_NetScan) {
-        return;
+        return 0;
     }
     platform::Bundles& bundles = platform::current().bundles;
     const std::shared_ptr<platform::Bundle> agent = bundles.mainBundle();
     bundleRef_NetScan = agent ? bundles.create(paths::networkScanModule(agent->path())) : nullptr;
     if (!bundleRef_NetScan) {
-        return;
+        return 0;
     }
     if (!bundleRef_NetScan->loadExecutable()) {
         NSM_UnloadNetScanBundle();
-        return;
+        return 0;
     }
     platform::Bundle& module = *bundleRef_NetScan;
     startServiceProc = platform::functionNamed<NSMStartServiceFunction>(module, "NSMStartService");
@@ -122,9 +128,7 @@ void TgaNetworkSettingsManager::NSM_LoadNetScanBundle() {
     terminalProc = platform::functionNamed<NSMTerminalFunction>(module, "NSMTerminal");
     setPCNameProc = platform::functionNamed<NSMSetPCNameFunction>(module, "NSMSetPCName");
     getPCNameProc = platform::functionNamed<NSMGetPCNameFunction>(module, "NSMGetPCName");
-    if (initProc != nullptr) {
-        initProc();
-    }
+    return initProc == nullptr ? 0 : initProc();
 }
 
 void TgaNetworkSettingsManager::NSM_UnloadNetScanBundle() {

@@ -78,7 +78,8 @@ private:
     std::int32_t NSM_StopService();
     /// -1 without a name or without a module that takes one, else what the module answered.
     std::int32_t NSM_SetClientPCName(const std::optional<std::string>& name);
-    void NSM_LoadNetScanBundle();
+    /// What the module's start-up answered; 0 when it was loaded before or cannot be loaded.
+    std::int32_t NSM_LoadNetScanBundle();
     void NSM_UnloadNetScanBundle();
 
     /// The answer to a scanner that announces itself.
