@@ -1,5 +1,6 @@
 #include "usbscan/TgaUsbSettingsManager.h"
 
+#include "agent/Guarded.h"
 #include "agent/PSlog.h"
 #include "files/InstalledPaths.h"
 #include "modules/network_scan.h"
@@ -9,10 +10,10 @@
 #include "netscan/PanelJobOffer.h"
 #include "netscan/SVJobInterface.h"
 #include "platform/Bundles.h"
+#include "platform/LowMemory.h"
 #include "platform/Text.h"
 
 #include <cstring>
-#include <exception>
 #include <optional>
 #include <utility>
 
@@ -22,15 +23,11 @@ namespace {
 
 using platform::fourCharCode;
 
-/// Such as "PID 012a".
-std::string productIDText(std::uint32_t pid) {
-    std::string digits;
-    do {
-        digits.insert(digits.begin(), "0123456789abcdef"[pid % 16]);
-        pid /= 16;
-    } while (pid != 0);
-    return "PID " + std::string(digits.size() < 4 ? 4 - digits.size() : 0, '0') + digits;
-}
+constexpr std::uint32_t announcementClass = fourCharCode("PLsc");
+constexpr std::uint32_t announcementID = fourCharCode("UbPo");
+
+/// No panel's choices take more bytes.
+constexpr std::uint32_t mostEncodedBytes = 1U << 24;
 
 void logChoices(const stRecvJobData& choices) {
     PSlog("stRecvJobData.ucImageType = %d", choices.ucImageType);
@@ -43,12 +40,24 @@ void logChoices(const stRecvJobData& choices) {
     PSlog("stRecvJobData.ucPrintNum= %d", choices.ucPrintNum);
 }
 
-stRecvJobData choicesInRecord(const UsbPanelScanJobInfo& record, const PanelDriver& panelDriver) {
+/// Whether a record's encoded data can be handed on: it is there, or there is none.
+bool isReadable(const UsbPanelScanJobInfo& record) {
+    return (record.jobData == 0 && record.jobDataLength == 0) ||
+           (record.jobDataLength <= mostEncodedBytes &&
+            platform::current().lowMemory.isReadable(record.jobData, record.jobDataLength));
+}
+
+/// None when the record refers to memory that is not there.
+std::optional<stRecvJobData> choicesInRecord(const UsbPanelScanJobInfo& record,
+                                             const PanelDriver& panelDriver) {
     stRecvJobData choices{};
-    if (panelDriver.canDecode()) {
+    if (!panelDriver.canDecode()) {
+        PSlog("decodeJobData can not loaded");
+    } else if (isReadable(record)) {
         choices = panelDriver.decode(record.jobData, record.jobDataLength);
     } else {
-        PSlog("decodeJobData can not loaded");
+        PSlog("%s [Line %d] the encoded choices cannot be read", "DoJobStart", __LINE__);
+        return std::nullopt;
     }
     logChoices(choices);
     return choices;
@@ -79,7 +88,7 @@ std::int32_t answerJobStart(const SVJobInterface& jobInterface, const UsbPanelSc
     return resultFor(isDone);
 }
 
-std::int32_t answerRequest(std::int32_t kind, UsbPanelScanJobInfo& record, TgaUsbSettingsManager& manager) {
+std::int32_t answerRequest(std::int32_t kind, UsbPanelScanJobInfo* record, TgaUsbSettingsManager& manager) {
     PSlog("Start Usb Event");
     const std::shared_ptr<PanelDriver> panelDriver = PanelDriver::create();
     if (!panelDriver) {
@@ -87,7 +96,7 @@ std::int32_t answerRequest(std::int32_t kind, UsbPanelScanJobInfo& record, TgaUs
         return PANEL_RESULT_FAILED;
     }
     const std::shared_ptr<SVJobInterface> jobInterface =
-        TgaUsbSettingsManager::JobIF(productIDText(manager.pid()));
+        TgaUsbSettingsManager::JobIF(stringWithFormat("PID %04x", manager.pid()));
     if (!jobInterface) {
         PSlog("jobif is null");
         return PANEL_RESULT_FAILED;
@@ -95,9 +104,11 @@ std::int32_t answerRequest(std::int32_t kind, UsbPanelScanJobInfo& record, TgaUs
     switch (kind) {
     case PSML_STRUCT_PANELSCAN_JOBLIST:
         PSlog("PSML_STRUCT_PANELSCAN_JOBLIST");
-        return resultFor(TgaUsbSettingsManager::DoJobList(*jobInterface, record, *panelDriver, manager));
+        return resultFor(record != nullptr &&
+                         TgaUsbSettingsManager::DoJobList(*jobInterface, *record, *panelDriver, manager));
     case PSML_STRUCT_PANELSCAN_START:
-        return answerJobStart(*jobInterface, record, *panelDriver, manager);
+        return record == nullptr ? resultFor(false)
+                                 : answerJobStart(*jobInterface, *record, *panelDriver, manager);
     case PSML_STRUCT_PANELSCAN_END:
         PSlog("PSML_STRUCT_PANELSCAN_END");
         return resultFor(jobInterface->completeJobInContext());
@@ -108,12 +119,20 @@ std::int32_t answerRequest(std::int32_t kind, UsbPanelScanJobInfo& record, TgaUs
 
 } // namespace
 
+TgaUsbSettingsManager::~TgaUsbSettingsManager() {
+    if (isRegistered_) {
+        platform::current().appleEvents.removeEventHandler(announcementClass, announcementID);
+    }
+}
+
 void TgaUsbSettingsManager::registerEvent() {
     platform::current().appleEvents.setEventHandler(
-        fourCharCode("PLsc"), fourCharCode("UbPo"),
+        announcementClass, announcementID,
         [this](const platform::AppleEvent& event, platform::AppleEvent& reply) {
-            handleScanEvent(event, reply);
+            guarded("-[TgaUsbSettingsManager handleScanEvent:withReplyEvent:]",
+                    [&] { handleScanEvent(event, reply); });
         });
+    isRegistered_ = true;
 }
 
 void TgaUsbSettingsManager::handleScanEvent(const platform::AppleEvent& event, platform::AppleEvent&) {
@@ -136,15 +155,15 @@ void TgaUsbSettingsManager::start() {
         bundleRef_UsbScan = agent ? bundles.create(paths::usbScanModule(agent->path())) : nullptr;
         if (!bundleRef_UsbScan) {
             PSlog("UsbScanBundle Not Found");
-            return;
-        }
-        if (!bundleRef_UsbScan->loadExecutable()) {
+        } else if (!bundleRef_UsbScan->loadExecutable()) {
             PSlog("UsbScanBundle CFBundleLoadExecutable fails");
             bundleRef_UsbScan.reset();
             return;
         }
     }
-    auto* startEvent = platform::functionNamed<StartEventFunction>(*bundleRef_UsbScan, "StartEvent");
+    auto* startEvent = bundleRef_UsbScan
+                           ? platform::functionNamed<StartEventFunction>(*bundleRef_UsbScan, "StartEvent")
+                           : nullptr;
     if (startEvent == nullptr) {
         PSlog("StartEvent proc not found");
         return;
@@ -182,7 +201,7 @@ bool TgaUsbSettingsManager::DoJobList(const SVJobInterface& jobInterface, UsbPan
 bool TgaUsbSettingsManager::DoJobStart(const SVJobInterface& jobInterface, const UsbPanelScanJobInfo& record,
                                        const PanelDriver& panelDriver, const PanelJobFlags& manager,
                                        bool& isBusy) {
-    const stRecvJobData choices = choicesInRecord(record, panelDriver);
+    const std::optional<stRecvJobData> choices = choicesInRecord(record, panelDriver);
     if (record.command != PANEL_COMMAND_START) {
         logCommand(record.command);
         return sendJobCommand(jobInterface, record.command).value_or(true);
@@ -191,21 +210,24 @@ bool TgaUsbSettingsManager::DoJobStart(const SVJobInterface& jobInterface, const
         isBusy = true;
         return false;
     }
+    if (!choices) {
+        return false;
+    }
     PSlog("jobif invokeJobAtIndex");
-    const Dictionary options = optionsForChoices(choices, record.timeout, manager);
+    const Dictionary options = optionsForChoices(*choices, record.timeout, manager);
     PSlog("Options For SV = %@", options);
     return jobInterface.invokeJobAtIndex(record.jobIndex, std::nullopt, options);
 }
 
 std::int32_t UsbEventCallbackProc(void*, std::int32_t kind, UsbPanelScanJobInfo* record, std::int32_t,
                                   void* context) {
-    if (record == nullptr || context == nullptr) {
+    if (context == nullptr) {
         return PANEL_RESULT_FAILED;
     }
     try {
         auto* manager = static_cast<TgaUsbSettingsManager*>(static_cast<PanelJobFlags*>(context));
-        return answerRequest(kind, *record, *manager);
-    } catch (const std::exception&) {
+        return answerRequest(kind, record, *manager);
+    } catch (...) {
         return PANEL_RESULT_FAILED;
     }
 }

@@ -29,6 +29,7 @@ public:
     }
 
     TgaUsbSettingsManager() = default;
+    ~TgaUsbSettingsManager();
     TgaUsbSettingsManager(const TgaUsbSettingsManager&) = delete;
     TgaUsbSettingsManager& operator=(const TgaUsbSettingsManager&) = delete;
 
@@ -50,13 +51,14 @@ public:
     /// data lies where a record cannot refer to it.
     static bool DoJobList(const SVJobInterface& jobInterface, UsbPanelScanJobInfo& record,
                           const PanelDriver& panelDriver, PanelJobFlags& manager);
-    /// Starts a job, or sends it a command. False when it is refused, or when the application is busy, which
-    /// sets the flag.
+    /// Starts a job, or sends it a command. False when it is refused, when the record's data cannot be read,
+    /// or when the application is busy, which sets the flag.
     static bool DoJobStart(const SVJobInterface& jobInterface, const UsbPanelScanJobInfo& record,
                            const PanelDriver& panelDriver, const PanelJobFlags& manager, bool& isBusy);
 
 private:
     std::shared_ptr<platform::Bundle> bundleRef_UsbScan;
+    bool isRegistered_ = false;
     std::atomic<std::uint32_t> pid_ = 0;
 };
 
