@@ -96,9 +96,7 @@ std::optional<std::string> localAddressOfVersion(std::int32_t version) {
 }
 
 ScanSettingsVersion scanSettingsVersion(const std::optional<std::string>& driverName) {
-    platform::IDConverter& converter = platform::current().idConverter;
-    if (driverName && converter.hasModelIDWithTwainID() &&
-        converter.PS2GetModelIDWithTwainID(*driverName, modelIDBufferSize) == 0) {
+    if (platform::isKnownDriver(driverName, modelIDBufferSize)) {
         return {versionOfKnownDriver, ScanSettingsVersion::Source::driver, {}};
     }
     for (const std::string& path :

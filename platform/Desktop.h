@@ -79,4 +79,7 @@ public:
     virtual std::optional<std::string> PS2GetTwainIDWithProductID(const std::string& productID) = 0;
 };
 
+/// Whether the ID converter can look drivers up and knows this one; false without a name.
+bool isKnownDriver(const std::optional<std::string>& driverName, std::size_t bufferSize);
+
 } // namespace trigora::platform

@@ -72,6 +72,12 @@ std::string mainBundleIdentifier() {
     return textAt(bundle->infoDictionary(), "CFBundleIdentifier").value_or(lastPathComponent(bundle->path()));
 }
 
+bool isKnownDriver(const std::optional<std::string>& driverName, std::size_t bufferSize) {
+    IDConverter& converter = current().idConverter;
+    return driverName && converter.hasModelIDWithTwainID() &&
+           converter.PS2GetModelIDWithTwainID(*driverName, bufferSize) == 0;
+}
+
 std::optional<std::string> firstPreferredLanguage() {
     const std::optional<Value> languages = current().userDefaults.value("AppleLanguages");
     const Array* list = languages ? languages->array() : nullptr;

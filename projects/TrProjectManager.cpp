@@ -260,9 +260,7 @@ bool TrProjectManager::isAvailableProject(const std::shared_ptr<TrProjectInforma
 }
 
 bool TrProjectManager::isPeloxScan2(const std::optional<std::string>& driverName) {
-    platform::IDConverter& converter = platform::current().idConverter;
-    return driverName && converter.hasModelIDWithTwainID() &&
-           converter.PS2GetModelIDWithTwainID(*driverName, modelIDBufferSize) == 0;
+    return platform::isKnownDriver(driverName, modelIDBufferSize);
 }
 
 // A driver's own folder.

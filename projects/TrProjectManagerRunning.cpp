@@ -54,17 +54,11 @@ int passParameter(const std::optional<std::string>& actionOption) {
     return actionOption == "0x0002" ? 1 : -1;
 }
 
-bool isServedByNewerScanApplication(const std::optional<std::string>& driverName) {
-    constexpr std::size_t bufferSize = 256;
-    platform::IDConverter& converter = platform::current().idConverter;
-    return driverName && converter.hasModelIDWithTwainID() &&
-           converter.PS2GetModelIDWithTwainID(*driverName, bufferSize) == 0;
-}
-
 std::optional<std::string> nextAssistantPath(const std::optional<std::string>& applicationPath,
                                              const std::optional<std::string>& driverName) {
+    constexpr std::size_t modelIDBufferSize = 256;
     if (applicationPath && applicationPath->ends_with("PELOX Scan.app") &&
-        isServedByNewerScanApplication(driverName)) {
+        platform::isKnownDriver(driverName, modelIDBufferSize)) {
         return paths::newerScanApplication();
     }
     return applicationPath;
