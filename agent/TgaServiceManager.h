@@ -108,6 +108,8 @@ private:
                                                             const std::vector<std::string>& keyList);
     /// Asks the scan assistant whether the scanner of an event is there.
     static void requestConfirmation(const Dictionary& event);
+    /// Tells the other applications that a button event or a scan is over, however it went.
+    static void postScanEventDidFinish();
 
     // When the scan assistant exits without an answer.
 

@@ -67,7 +67,7 @@ void TgaServiceManager::endRunOfDeadScanAssistant() {
           "-[TgaServiceManager endRunOfDeadScanAssistant]", __LINE__);
     runnerManager->setCurrentActionRunner(nullptr);
     projectManager->setRunningProjectStatus(false);
-    platform::current().notifications.post("ScanEventDidFinishNotification", std::nullopt, false);
+    postScanEventDidFinish();
 }
 
 void TgaServiceManager::repeatRequestForConfirmation() {
@@ -85,7 +85,7 @@ void TgaServiceManager::repeatRequestForConfirmation() {
     }
     isPressWaiting_ = false;
     setCurrentEvent(std::nullopt);
-    platform::current().notifications.post("ScanEventDidFinishNotification", std::nullopt, false);
+    postScanEventDidFinish();
 }
 
 } // namespace trigora

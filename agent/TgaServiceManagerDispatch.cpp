@@ -105,7 +105,7 @@ void TgaServiceManager::SM_ScannerConfirmationDidFinish(const platform::Notifica
     if (isFailed) {
         PSlog("%s [Line %d] receiveError", name, __LINE__);
         TrLaunchApplicationManager::sharedLaunchApplicationManager()->terminateScanAssistant();
-        platform::current().notifications.post("ScanEventDidFinishNotification", std::nullopt, false);
+        postScanEventDidFinish();
     }
     PSlog("%s Leave [Line %d] ", name, __LINE__);
     setCurrentEvent(std::nullopt);

@@ -15,10 +15,6 @@ namespace trigora {
 
 namespace {
 
-void postScanEventDidFinish() {
-    platform::current().notifications.post("ScanEventDidFinishNotification", std::nullopt, false);
-}
-
 Dictionary userInfoOf(const platform::Notification& notification) {
     return notification.userInfo.value_or(Dictionary{});
 }
@@ -35,6 +31,10 @@ std::vector<std::string> textsOf(const Array& list) {
 }
 
 } // namespace
+
+void TgaServiceManager::postScanEventDidFinish() {
+    platform::current().notifications.post("ScanEventDidFinishNotification", std::nullopt, false);
+}
 
 void TgaServiceManager::SM_ScanDidFinish(const platform::Notification& notification) {
     const std::optional<Array> scanResult = platform::arrayAt(userInfoOf(notification), "ScanResult");

@@ -273,6 +273,48 @@ TEST_F(TgaServiceManagerTest, LetsTheLaterPressWin) {
     EXPECT_EQ(platform::textAt(launched.value_or(Dictionary{}), "EventID"), "102");
 }
 
+TEST_F(TgaServiceManagerTest, TellsThePressInTheLog) {
+    installEvent("101");
+    start();
+    makeFolder("/Users/Shared/PELOX/Button");
+    // What the service manager said since the last call, each line from its operation's name on, without the
+    // numbers of source lines.
+    const auto told = [this] {
+        Lines messages;
+        for (const std::string& line : console.take()) {
+            if (const auto operation = line.find("-[TgaServiceManager "); operation != std::string::npos) {
+                const std::string message = line.substr(operation + 20);
+                const auto number = message.find("[Line ");
+                messages.push_back(message.substr(0, number) + message.substr(message.find(']', number) + 1));
+            }
+        }
+        return messages;
+    };
+    const std::string handle = "SM_HandleScanEvent:withReplyEvent:] ";
+    const std::string confirmed = "SM_ScannerConfirmationDidFinish:] ";
+    const std::string check = "SM_CheckEventInfo:scannerVersion:] ";
+    const std::string run = "SM_EventAction:deviceInfo:scannerVersion:] ";
+
+    press("XY-1", "D1", 1);
+    EXPECT_EQ(told(), (Lines{handle + "Enter   ", handle + "Leave   "}));
+    confirm("D1", 0x123);
+    EXPECT_EQ(told(),
+              (Lines{confirmed + "Enter   ", confirmed + " result_Int = 0 ", confirmed + " confirmAction ",
+                     check + "  ", check + " driverName_String = D1 ", run + "Enter   ",
+                     run + "Leave  isEventAction_BOOL = 1 ", check + "Leave   ", confirmed + "Leave   "}));
+    confirm("D1", 0x123, 5); // ends the scan that runs
+    EXPECT_EQ(told(),
+              (Lines{confirmed + "Enter   ", confirmed + " result_Int = 5 ", confirmed + " executeAction ",
+                     confirmed + " receiveError ", confirmed + "Leave   "}));
+    press("XY-1", "", 1);
+    told();
+    confirm("D1", 0x123);
+    EXPECT_EQ(told(), (Lines{confirmed + "Enter   ", confirmed + " result_Int = 0 ",
+                             confirmed + " confirmAction ", check + "  ",
+                             check + " driverName_String = (null) ", confirmed + " SM_CheckEventInfo fails ",
+                             confirmed + " receiveError ", confirmed + "Leave   "}));
+}
+
 TEST_F(TgaServiceManagerTest, EndsARunningScanWithTheConfirmation) {
     installEvent("101");
     start();
