@@ -123,7 +123,8 @@ private:
     std::size_t at_ = 1;
 };
 
-std::string decimalDigits(std::uint64_t number, int base) {
+/// In lower case.
+std::string digitsOf(std::uint64_t number, int base) {
     std::array<char, 24> buffer{};
     const auto end = std::to_chars(buffer.data(), buffer.data() + buffer.size(), number, base).ptr;
     return {buffer.data(), end};
@@ -140,17 +141,6 @@ std::chars_format charsFormat(char lowerLetter) {
     default:
         return std::chars_format::fixed;
     }
-}
-
-/// Shortens a text to that many bytes without cutting a character apart.
-std::string shortened(const std::string& text, std::size_t length) {
-    if (length >= text.size()) {
-        return text;
-    }
-    while (length > 0 && (static_cast<unsigned char>(text[length]) & 0xC0) == 0x80) {
-        --length;
-    }
-    return text.substr(0, length);
 }
 
 std::string timeText(std::int64_t seconds) {
@@ -266,8 +256,8 @@ private:
     }
 
     std::string limited(const std::string& text) const {
-        return conversion_.precision < 0 ? text
-                                         : shortened(text, static_cast<std::size_t>(conversion_.precision));
+        const auto most = static_cast<std::size_t>(std::max(conversion_.precision, 0));
+        return conversion_.precision < 0 ? text : std::string(platform::utf8Prefix(text, most));
     }
 
     std::string character() const {
@@ -277,7 +267,7 @@ private:
 
     std::string unsignedDigits(int base) const {
         const std::uint64_t mask = argument_.bits_ == 32 ? 0xFFFFFFFF : ~std::uint64_t{0};
-        return decimalDigits(static_cast<std::uint64_t>(argument_.integer_) & mask, base);
+        return digitsOf(static_cast<std::uint64_t>(argument_.integer_) & mask, base);
     }
 
     std::string unsignedNumber(int base, std::string_view prefix) const {
@@ -289,7 +279,7 @@ private:
     std::string signedNumber() const {
         const bool negative = argument_.integer_ < 0;
         const auto number = static_cast<std::uint64_t>(argument_.integer_);
-        return filled(signText(negative), withLeadingZeros(decimalDigits(negative ? 0 - number : number, 10)),
+        return filled(signText(negative), withLeadingZeros(digitsOf(negative ? 0 - number : number, 10)),
                       conversion_.precision < 0);
     }
 
@@ -341,11 +331,6 @@ private:
     const LogArgument& argument_;
     const Conversion& conversion_;
 };
-
-std::string LogArgument::formatted(std::string_view conversion) const {
-    const auto read = conversion.empty() ? std::nullopt : ConversionReader(conversion).read();
-    return read ? ArgumentFormatter(*this, *read).text() : std::string(conversion);
-}
 
 std::string stringWithFormat(std::string_view format, std::span<const LogArgument> arguments) {
     std::string result;

@@ -32,10 +32,6 @@ public:
           bits_(sizeof(number) > 4 ? 64 : 32) {}
     LogArgument(std::floating_point auto number) : kind_(Kind::real), real_(static_cast<double>(number)) {}
 
-    /// In the form that a conversion such as "%03ld", "%s" or "%@" asks for. A conversion that does not suit
-    /// the argument gives its plain text; one that is no conversion is given back as it stands.
-    std::string formatted(std::string_view conversion) const;
-
 private:
     friend class ArgumentFormatter;
     enum class Kind { text, integer, real };
@@ -49,8 +45,9 @@ private:
 
 /// Text with its conversions replaced by the arguments in turn: "%@", printf's, and both with a place
 /// such as "%2$@"; "%%" is a percent sign. Formats may come from translated tables, so nothing in them can
-/// do harm: what is no conversion ("%n", "%*d") and one without an argument are left as they stand, widths
-/// and precisions end at 255, and a surplus argument is passed over.
+/// do harm: what is no conversion ("%n", "%*d") and one without an argument are left as they stand, one that
+/// does not suit its argument gives the argument's plain text, widths and precisions end at 255, and a
+/// surplus argument is passed over.
 std::string stringWithFormat(std::string_view format, std::span<const LogArgument> arguments);
 
 template <typename... Arguments>
