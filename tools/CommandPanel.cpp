@@ -40,6 +40,19 @@ constexpr std::array panelOptions{
     Option{"json", "", "the answers of the simulated modules, one JSON object per line"},
 };
 
+constexpr std::string_view panelDetails =
+    R"(session plays all from the scanner's announcement to the end of job N (1 when not given) and stops at
+the first step that fails; the other words are single steps. A network scanner announces itself, a USB scanner
+is connected. pick takes job N of the list that was sent last. The capabilities are a sum: 1 office formats,
+2 error recovery, 4 continue scanning, 8 jobs that must not be edited.
+
+The agent must have been started with TRIGORA_SIMULATORS and with the simulated modules installed.
+)";
+constexpr std::string_view panelExamples = R"(  trigoractl panel session
+  trigoractl panel session 2 --usb --pid 0x12A
+  trigoractl panel pick 1 --choices resolution=3,saveFormat=4
+)";
+
 struct NumberOption {
     const char* option;
     const char* key; ///< in a command to the simulators
@@ -204,7 +217,9 @@ Command panelCommand() {
                         "scan|error",
             .summary = "Plays the user at a scanner's control panel, with the simulated modules.",
             .options = panelOptions,
-            .run = runPanel};
+            .run = runPanel,
+            .details = panelDetails,
+            .examples = panelExamples};
 }
 
 } // namespace trigora::tools
