@@ -68,7 +68,7 @@ SessionBus::Delivery SessionBus::sendToAgent(const AppleEvent& event, std::strin
         error = "the event could not be put into a message";
         return Delivery::refused;
     }
-    sd_bus_error busError = SD_BUS_ERROR_NULL;
+    sd_bus_error busError{};
     const int result = sd_bus_call(bus_.get(), message.get(), answerTimeOutMicroseconds, &busError, nullptr);
     Delivery delivery = Delivery::handled;
     if (result < 0) {
