@@ -102,7 +102,7 @@ ExitCode runCommand(const Command& command, std::span<const std::string> words, 
     if (const auto* error = std::get_if<UsageError>(&parsed)) {
         return complain(err, *error);
     }
-    const Arguments& arguments = std::get<Arguments>(parsed);
+    const auto& arguments = std::get<Arguments>(parsed);
     if (command.operands.empty() && !arguments.operands().empty()) {
         return complain(err, {"what is " + arguments.operands().front() + "?"});
     }
