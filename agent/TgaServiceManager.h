@@ -17,7 +17,6 @@ namespace trigora {
 
 class TgaSurveillant;
 class TrProjectInformation;
-class TrScannerDriverInformation;
 
 /// The centre of the agent: takes the scanner driver's button event, finds the project bound to it and has
 /// it run, and hears what the other applications report.

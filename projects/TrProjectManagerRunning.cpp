@@ -8,7 +8,6 @@
 #include "files/InstalledPaths.h"
 #include "platform/Desktop.h"
 #include "platform/DistributedNotifications.h"
-#include "platform/Text.h"
 #include "projects/ActionRunnerChoice.h"
 #include "projects/ProjectRunning.h"
 #include "projects/TrProjectInformation.h"
