@@ -66,6 +66,9 @@ public:
         string_DefaultProjectID = std::move(projectID);
     }
 
+    /// Of the file that it was read from; none for an event that was read from none.
+    const std::optional<std::string>& eventFilePath() const { return string_EventFilePath; }
+
     /// From the shared image cache; null when the file is missing or no picture.
     std::shared_ptr<const platform::Image> iconImage() const;
 

@@ -90,6 +90,8 @@ public:
     virtual std::string home() = 0;
     /// The user's documents folder, made when missing; none when that fails.
     virtual std::optional<std::string> documents() = 0;
+    /// Where `documents` is, or would be made.
+    virtual std::string documentsPath() = 0;
     /// The folder that holds the applications; none when there is none.
     virtual std::optional<std::string> applications() = 0;
 };

@@ -56,6 +56,7 @@ public:
 
     std::string home() override;
     std::optional<std::string> documents() override;
+    std::string documentsPath() override;
     std::optional<std::string> applications() override;
 
 private:

@@ -49,6 +49,12 @@ std::string LinuxFolders::home() {
 }
 
 std::optional<std::string> LinuxFolders::documents() {
+    const std::string folder = documentsPath();
+    return LinuxFileSystem(root_).createDirectory(folder, true, std::nullopt) ? std::optional(folder)
+                                                                              : std::nullopt;
+}
+
+std::string LinuxFolders::documentsPath() {
     const std::string configuration = absolutePathVariable("XDG_CONFIG_HOME");
     const std::string file =
         appendingPathComponent(configuration.empty() ? home() + "/.config" : configuration, "user-dirs.dirs");
@@ -59,8 +65,7 @@ std::optional<std::string> LinuxFolders::documents() {
         const std::string named = documentsFolderOfLine(line, home());
         folder = named.empty() ? folder : named;
     }
-    return LinuxFileSystem(root_).createDirectory(folder, true, std::nullopt) ? std::optional(folder)
-                                                                              : std::nullopt;
+    return folder;
 }
 
 std::optional<std::string> LinuxFolders::applications() {

@@ -229,8 +229,8 @@ TemporaryFolder::~TemporaryFolder() {
 
 std::optional<std::string> TestFolders::documents() {
     std::error_code error;
-    std::filesystem::create_directories(home_ + "/Documents", error);
-    return home_ + "/Documents";
+    std::filesystem::create_directories(documentsPath(), error);
+    return documentsPath();
 }
 
 PlatformTest::PlatformTest()

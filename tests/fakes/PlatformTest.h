@@ -34,6 +34,7 @@ public:
 
     std::string home() override { return home_; }
     std::optional<std::string> documents() override;
+    std::string documentsPath() override { return home_ + "/Documents"; }
     std::optional<std::string> applications() override { return "/Applications"; }
 
 private:
