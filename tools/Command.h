@@ -19,6 +19,7 @@ enum ExitCode : int {
     wrongUsage = 2,  ///< the command line makes no sense
     unreachable = 3, ///< there is no session bus, or no agent on it
     notFound = 3,    ///< what the command line names does not exist or is not available
+    wouldNotRun = 3, ///< a rehearsed press would run no project
 };
 
 /// Ends a command from within with an exit code and a sentence about what is wrong and what to do.

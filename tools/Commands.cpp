@@ -3,6 +3,7 @@
 #include "tools/CommandBind.h"
 #include "tools/CommandDrivers.h"
 #include "tools/CommandEvents.h"
+#include "tools/CommandExplain.h"
 #include "tools/CommandListen.h"
 #include "tools/CommandPanel.h"
 #include "tools/CommandPress.h"
@@ -15,11 +16,11 @@
 namespace trigora::tools {
 
 std::span<const Command> commands() {
-    static const std::array all{eventsCommand(),      projectsCommand(),   actionsCommand(),
-                                driversCommand(),     bindCommand(),       unbindCommand(),
-                                watchCommand(),       unwatchCommand(),    projectNewCommand(),
-                                projectCopyCommand(), projectSetCommand(), projectDeleteCommand(),
-                                pressCommand(),       listenCommand(),     panelCommand()};
+    static const std::array all{
+        eventsCommand(),     projectsCommand(),    actionsCommand(),    driversCommand(),
+        bindCommand(),       unbindCommand(),      watchCommand(),      unwatchCommand(),
+        projectNewCommand(), projectCopyCommand(), projectSetCommand(), projectDeleteCommand(),
+        pressCommand(),      listenCommand(),      panelCommand(),      explainPressCommand()};
     return all;
 }
 

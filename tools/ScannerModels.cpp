@@ -105,18 +105,19 @@ bool hasCapabilities(const std::string& modelID) {
     return std::ranges::find(models, modelID) != models.end();
 }
 
-std::shared_ptr<TrScannerDriverInformation> driverOption(const Arguments& arguments) {
-    const std::optional<std::string> given = arguments.text("model");
-    if (!given) {
-        return nullptr;
-    }
-    if (!isModelID(*given)) {
-        throw Failure(wrongUsage, *given +
+std::string requireModelID(const std::string& text) {
+    if (!isModelID(text)) {
+        throw Failure(wrongUsage, text +
                                       " is no model ID: that is four hexadecimal digits such as 00FE, not "
                                       "0000; trigoractl drivers lists those that are known" +
-                                      didYouMean(*given, knownModels()));
+                                      didYouMean(text, knownModels()));
     }
-    return driverOfModel(platform::uppercased(*given));
+    return platform::uppercased(text);
+}
+
+std::shared_ptr<TrScannerDriverInformation> driverOption(const Arguments& arguments) {
+    const std::optional<std::string> given = arguments.text("model");
+    return given ? driverOfModel(requireModelID(*given)) : nullptr;
 }
 
 std::optional<std::string> modelOf(const std::shared_ptr<TrScannerDriverInformation>& driver) {

@@ -28,6 +28,8 @@ std::shared_ptr<TrScannerDriverInformation> driverOfModel(const std::string& mod
 /// Whether the capability file has an entry for the model.
 bool hasCapabilities(const std::string& modelID);
 
+/// The model ID in capital letters. Throws a `Failure` for what is none.
+std::string requireModelID(const std::string& text);
 /// The driver that "--model" names; null without the option. Throws a `Failure` for what is no model ID.
 std::shared_ptr<TrScannerDriverInformation> driverOption(const Arguments& arguments);
 /// The driver's model ID; none for no driver.
