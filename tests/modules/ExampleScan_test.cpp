@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <dlfcn.h>
 #include <future>
 #include <optional>
@@ -14,6 +15,7 @@ struct FakeAgent {
     std::int32_t answer = NSM_SCANNER_SERVED;
     std::promise<std::string> announced;
     std::promise<std::string> asked;
+    std::shared_future<void> answers; ///< an announcement is answered once this is ready
     bool isAsked = false;
 };
 
@@ -23,6 +25,9 @@ std::int32_t discover(const _NSMDiscovery* discovery, void* context) {
     auto& agent = *static_cast<FakeAgent*>(context);
     agent.announced.set_value(textAt(discovery->productID) + "|" + textAt(discovery->versionInformation) +
                               "|" + textAt(discovery->ipAddress));
+    if (agent.answers.valid()) {
+        agent.answers.wait();
+    }
     return agent.answer;
 }
 
@@ -68,6 +73,18 @@ TEST_F(ExampleScanTest, StopsAndStartsAgain) {
         EXPECT_FALSE(agent.isAsked) << "nobody serves the scanner";
     }
     EXPECT_EQ(stop(), 1) << "stopped already";
+}
+
+TEST_F(ExampleScanTest, StopsWhenItsCallBackHasReturned) {
+    FakeAgent agent;
+    std::promise<void> answer;
+    agent.answers = answer.get_future();
+    start(agent);
+    agent.announced.get_future().wait();
+    auto stopped = std::async(std::launch::async, [this] { return stop(); });
+    EXPECT_EQ(stopped.wait_for(std::chrono::milliseconds(50)), std::future_status::timeout);
+    answer.set_value();
+    EXPECT_EQ(stopped.get(), 1);
 }
 
 } // namespace

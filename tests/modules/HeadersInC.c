@@ -13,14 +13,49 @@
     } while (0)
 
 size_t recordFilledInC(int number, unsigned char* bytes) {
-    const _NSMDiscovery discovery = {{1, 2}, 0x11121314, 0x21222324, 0x31323334};
-    const NSMScanRequest request = {"P", "M", "I", 0x01020304};
-    const _PSMLPANELSCANJOBINFO job = {"P", "I", "ABCDEFGHIJKL", {0}, 1, 2, 3, 4, 0x0506};
-    const PanelOpenBlock block = {2, {0}, "1.2.3.4", {0}, 0x41424344, {0}};
-    const PanelJobHeader header = {PANEL_PASSWORD_MD5, "digestdigestdige"};
-    const PanelJobEntry entry = {0x51525354, 1, 2, 3, 4, 0x0605, 7, 8, 0, 9, 10, 0, {0}};
-    const stRecvJobData choices = {1, 2, 3, 4, 5, 6, 7, 8};
-    const UsbPanelScanJobInfo usb = {{0}, "ABCDEFGHIJKL", {0}, 1, 2, 3, 4, 5, 0x61626364, 6};
+    const _NSMDiscovery discovery = {.reserved = {1, 2},
+                                     .productID = 0x11121314,
+                                     .versionInformation = 0x21222324,
+                                     .ipAddress = 0x31323334};
+    const NSMScanRequest request = {
+        .productID = "P", .modelName = "M", .ipAddress = "I", .eventStatus = 0x01020304};
+    const _PSMLPANELSCANJOBINFO job = {.productID = "P",
+                                       .ipAddress = "I",
+                                       .hardwareAddress = "ABCDEFGHIJKL",
+                                       .jobIndex = 1,
+                                       .capabilityFlags = 2,
+                                       .command = 3,
+                                       .timeout = 4,
+                                       .protocolVersion = 0x0506};
+    const PanelOpenBlock block = {
+        .connectionKind = 2, .ipAddress = "1.2.3.4", .progressCallback = 0x41424344};
+    const PanelJobHeader header = {.passwordKind = PANEL_PASSWORD_MD5, .password = "digestdigestdige"};
+    const PanelJobEntry entry = {.wcJobName = 0x51525354,
+                                 .ucJobNumber = 1,
+                                 .jobFlags = 2,
+                                 .ucImageType = 3,
+                                 .ucResolution = 4,
+                                 .usCustomResolution = 0x0605,
+                                 .ucScanningDevice = 7,
+                                 .ucDocumentSize = 8,
+                                 .ucSaveFormat = 9,
+                                 .destinationType = 10};
+    const stRecvJobData choices = {.ucImageType = 1,
+                                   .ucResolution = 2,
+                                   .ucScanningDevice = 3,
+                                   .ucDocumentSize = 4,
+                                   .ucDocumentOrientation = 5,
+                                   .ucSaveFormat = 6,
+                                   .ucScanToNo = 7,
+                                   .ucPrintNum = 8};
+    const UsbPanelScanJobInfo usb = {.hardwareAddress = "ABCDEFGHIJKL",
+                                     .jobIndex = 1,
+                                     .capabilityFlags = 2,
+                                     .command = 3,
+                                     .timeout = 4,
+                                     .protocolVersion = 5,
+                                     .jobData = 0x61626364,
+                                     .jobDataLength = 6};
     switch (number) {
     case 0:
         GIVE(discovery);
