@@ -1,0 +1,190 @@
+#include "agent/TgaServiceManager.h"
+#include "platform/LowMemory.h"
+#include "tests/netscan/NetworkPanelTest.h"
+
+#include <filesystem>
+
+namespace trigora {
+namespace {
+
+using test::Lines;
+
+class Discovery : public test::NetworkPanelTest {
+protected:
+    Discovery() {
+        announcement.productID = lowText("PID 0142");
+        announcement.versionInformation = lowText("1.0");
+        announcement.ipAddress = lowText("192.168.0.1");
+    }
+    std::int32_t announce() {
+        return discoveryCallBack(&announcement, static_cast<PanelEventContext*>(manager.get()));
+    }
+    /// A system and a driver of the maker that can tell driver names, and a scan assistant.
+    void installNewerDriver(const std::string& version = "5.3.3") {
+        writePropertyList(paths::imageCaptureDriver() + "/Contents/Info.plist",
+                          Dictionary{{"CFBundleShortVersionString", version}});
+        writeFile(paths::scanAssistantExecutable(), "");
+    }
+    /// From now on the scan assistant tells the driver's name when it is asked.
+    void answerWithDriverName() {
+        TgaServiceManager::sharedServiceManager()->setupService();
+        notifications.onPost("ReplyDriverNameWithIPAddressDistributedNotification", [this](const auto&) {
+            processes.exit("PScanAssistant");
+            notifications.receive("DidGetDriverNameWithIPAddressDistributedNotification",
+                                  Dictionary{{"DriverName", "Told"}});
+        });
+    }
+
+    _NSMDiscovery announcement{};
+};
+
+const std::string request = "post! ReplyDriverNameWithIPAddressDistributedNotification "
+                            "{IPAddress = 192.168.0.1;}";
+
+TEST_F(Discovery, AScannerThatNobodyKnowsIsNotServed) {
+    EXPECT_EQ(announce(), 2);
+    EXPECT_EQ(journal.take(), Lines{});
+    EXPECT_EQ(manager->dsNameWithScopeList("PID 0142"), std::nullopt);
+    EXPECT_EQ(discoveryCallBack(nullptr, static_cast<PanelEventContext*>(manager.get())), 2);
+    EXPECT_EQ(discoveryCallBack(&announcement, nullptr), 2);
+}
+
+TEST_F(Discovery, ANameOnceFoundIsKept) {
+    idConverter.twainIDs["PID 0142"] = "GX Scanner";
+    EXPECT_EQ(announce(), 1);
+    EXPECT_EQ(manager->dsNameWithScopeList("PID 0142"), "GX Scanner");
+    idConverter.twainIDs.clear();
+    EXPECT_EQ(announce(), 1);
+    announcement.versionInformation = lowText("Ver 2");
+    jobs.supportsPushScan = false;
+    EXPECT_EQ(announce(), 1);
+    EXPECT_EQ(journal.take(), Lines{});
+    announcement.productID = lowText("PID 0143");
+    EXPECT_EQ(announce(), 2) << "another scanner";
+}
+
+TEST_F(Discovery, AScannerWithJobListsIsServedByTheJobInterface) {
+    idConverter.twainIDs["PID 0142"] = "not asked for";
+    for (const char* version : {"Ver", "x Ver.2"}) {
+        announcement.versionInformation = lowText(version);
+        EXPECT_EQ(announce(), 1);
+        jobs.supportsPushScan = false;
+        EXPECT_EQ(announce(), 2);
+        jobs.areThere = false;
+        EXPECT_EQ(announce(), 2);
+        jobs.areThere = jobs.supportsPushScan = true;
+        EXPECT_EQ(journal.take(), Lines(3, "jobs for PID 0142"));
+    }
+    EXPECT_EQ(manager->dsNameWithScopeList("PID 0142"), std::nullopt);
+    announcement.versionInformation = lowText("ver");
+    EXPECT_EQ(announce(), 1) << "the converter knows it";
+    EXPECT_EQ(journal.take(), Lines{});
+}
+
+TEST_F(Discovery, AScannerOfTheButtonManagerIsServedWithoutAsking) {
+    startButtonManager();
+    jobs.supportsPushScan = false;
+    for (const char* version : {"1.0", "Ver"}) {
+        announcement.versionInformation = lowText(version);
+        EXPECT_EQ(announce(), 1);
+    }
+    EXPECT_EQ(journal.take(), Lines{});
+    EXPECT_EQ(manager->dsNameWithScopeList("PID 0142"), std::nullopt);
+}
+
+TEST_F(Discovery, TheScanAssistantIsAskedForTheDriversName) {
+    installNewerDriver();
+    answerWithDriverName();
+    EXPECT_EQ(announce(), 1);
+    const Lines lines = journal.take();
+    EXPECT_EQ(lines, (Lines{"launch " + paths::scanAssistantExecutable(), request}));
+    EXPECT_EQ(manager->dsNameWithScopeList("PID 0142"), "Told");
+    EXPECT_EQ(announce(), 1);
+    EXPECT_EQ(journal.take(), Lines{});
+}
+
+TEST_F(Discovery, OnlyARecentDriverOnARecentSystemIsAsked) {
+    struct {
+        std::int32_t system;
+        std::optional<std::string> driver;
+        bool hasAddress, isAsked;
+    } const rows[] = {{0x1060, "5.3.3", true, true},       {0x105F, "5.3.3", true, false},
+                      {0x1060, "5.3.2", true, false},      {0x1060, "4.9", true, true},
+                      {0x1060, std::nullopt, true, false}, {0x1060, "5.3.3", false, false}};
+    for (const auto& row : rows) {
+        systemInformation.version = row.system;
+        remove(paths::imageCaptureDriver());
+        if (row.driver) {
+            installNewerDriver(*row.driver);
+        }
+        const address32 address = announcement.ipAddress;
+        announcement.ipAddress = row.hasAddress ? address : 0;
+        EXPECT_EQ(announce(), 2);
+        announcement.ipAddress = address;
+        const Lines lines = journal.take();
+        EXPECT_EQ(!lines.empty() && lines.back() == request, row.isAsked) << row.system;
+        EXPECT_EQ(lines.empty(), !row.isAsked);
+        processes.exit("PScanAssistant");
+    }
+    installNewerDriver();
+    remove(paths::scanAssistantExecutable());
+    EXPECT_EQ(announce(), 2);
+    EXPECT_EQ(journal.take(), Lines{}) << "no assistant";
+}
+
+TEST_F(Discovery, TheAnswerIsWaitedForByProcessorTime) {
+    installNewerDriver();
+    processes.appear("PScanAssistant");
+    clock.processorShare = 0.25;
+    int sleeps = 0;
+    clock.onSleep = [&] { ++sleeps; };
+    EXPECT_EQ(announce(), 2);
+    EXPECT_EQ(sleeps, 400);
+    EXPECT_EQ(journal.take(), Lines{request});
+}
+
+TEST_F(Discovery, AddressesThatLeadNowhereAreNoTexts) {
+    // The last bytes of a page with nothing behind them.
+    const std::size_t page = 4096;
+    auto* pages = static_cast<char*>(trigora_low_alloc(2 * page));
+    ASSERT_NE(pages, nullptr);
+    trigora_low_free(pages + page, page);
+    char* const unterminated = pages + page - 3;
+    std::fill_n(unterminated, 3, 'V');
+    idConverter.twainIDs["PID 0142"] = "GX Scanner";
+    const address32 productID = announcement.productID;
+    for (const address32 wrong : {0U, 0x10U, trigora_address32(pages + page), trigora_address32(unterminated),
+                                  0xFFFFFFFFU, lowText("\xC3")}) {
+        announcement.productID = wrong;
+        EXPECT_EQ(announce(), 2) << wrong;
+        announcement.productID = productID;
+        announcement.versionInformation = announcement.ipAddress = wrong;
+        EXPECT_EQ(announce(), 1) << wrong;
+        platform::releaseShared<TgaNetworkSettingsManager>();
+        manager = TgaNetworkSettingsManager::sharedNetworkSettingsManager();
+    }
+    trigora_low_free(pages, page);
+}
+
+TEST_F(Discovery, TheLastErrorIsKeptForEverybody) {
+    const std::string file = "~/Library/Preferences/PELOX/Trigora/Settings/NetWorkLogInfo.plist";
+    const auto kept = [&] { return readPropertyList(file); };
+    EXPECT_EQ(errorCallback(1, 2, nullptr, nullptr), 1);
+    EXPECT_EQ(errorCallback(1, 2, "\xFF", nullptr), 1);
+    EXPECT_FALSE(exists(file));
+    EXPECT_EQ(errorCallback(1, 2, "first", nullptr), 1);
+    EXPECT_EQ(errorCallback(1, 2, "Gerät weg", nullptr), 1);
+    EXPECT_EQ(kept(), (Dictionary{{"NetWorkLogInfo", "Gerät weg"}}));
+    EXPECT_EQ(std::filesystem::status(onDisk(file)).permissions(), std::filesystem::perms(0666));
+    EXPECT_EQ(errorCallback(1, 2, "\xC3", nullptr), 1);
+    EXPECT_EQ(kept(), (Dictionary{{"NetWorkLogInfo", "Gerät weg"}}));
+    const std::string half(65535, 'x');
+    EXPECT_EQ(errorCallback(1, 2, (half + "ä and more").c_str(), nullptr), 1);
+    EXPECT_EQ(kept(), (Dictionary{{"NetWorkLogInfo", half}}));
+    remove(file);
+    makeFolder(file);
+    EXPECT_EQ(errorCallback(1, 2, "no place", nullptr), 1);
+}
+
+} // namespace
+} // namespace trigora

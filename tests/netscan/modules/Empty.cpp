@@ -1,0 +1,4 @@
+// A module that exports nothing that anybody looks for.
+extern "C" {
+int functions;
+}
