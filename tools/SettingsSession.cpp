@@ -81,29 +81,67 @@ private:
     bool mayChange_ = false;
 };
 
+/// Says where the documents folder would be instead of making it.
+class SettingsSession::CarefulFolders final : public platform::Folders {
+public:
+    explicit CarefulFolders(platform::Folders& folders) : folders_(folders) {}
+
+    void allowChanges() { mayChange_ = true; }
+
+    std::string home() override { return folders_.home(); }
+    std::optional<std::string> documents() override {
+        return mayChange_ ? folders_.documents() : folders_.documentsPath();
+    }
+    std::string documentsPath() override { return folders_.documentsPath(); }
+    std::optional<std::string> applications() override { return folders_.applications(); }
+
+private:
+    platform::Folders& folders_;
+    bool mayChange_ = false;
+};
+
 SettingsSession::SettingsSession()
-    : former_(platform::current()), fileSystem_(std::make_unique<CarefulFileSystem>(former_.fileSystem)) {
+    : former_(platform::current()), fileSystem_(std::make_unique<CarefulFileSystem>(former_.fileSystem)),
+      folders_(std::make_unique<CarefulFolders>(former_.folders)) {
     if (!former_.fileSystem.isDirectory(paths::resourcesFolder())) {
         throw Failure(notFound, "the system is not installed here: there is no folder " +
                                     paths::resourcesFolder() +
                                     "; say with --root or TRIGORA_ROOT below which folder it lies");
     }
-    platform_.reset(
-        new platform::Platform{former_.runLoop,       former_.clock,        former_.notifications,
-                               former_.appleEvents,   former_.processes,    former_.workspace,
-                               former_.bundles,       *fileSystem_,         former_.fileContents,
-                               former_.fileMetadata,  former_.folders,      former_.textEncodings,
-                               former_.propertyLists, former_.json,         former_.messageDigest,
-                               former_.images,        former_.userDefaults, former_.systemInformation,
-                               former_.alertPanel,    former_.stringTable,  former_.console,
-                               former_.idConverter,   former_.lowMemory,    former_.sharedInstances});
+    platform_.reset(new platform::Platform{former_.runLoop,
+                                           former_.clock,
+                                           former_.notifications,
+                                           former_.appleEvents,
+                                           former_.processes,
+                                           former_.workspace,
+                                           former_.bundles,
+                                           *fileSystem_,
+                                           former_.fileContents,
+                                           former_.fileMetadata,
+                                           *folders_,
+                                           former_.textEncodings,
+                                           former_.propertyLists,
+                                           former_.json,
+                                           former_.messageDigest,
+                                           former_.images,
+                                           former_.userDefaults,
+                                           former_.systemInformation,
+                                           former_.alertPanel,
+                                           former_.stringTable,
+                                           former_.console,
+                                           former_.idConverter,
+                                           former_.lowMemory,
+                                           former_.sharedInstances});
     platform::install(platform_.get());
     forgetWhatWasRead();
 }
 
 SettingsSession::~SettingsSession() { platform::install(&former_); }
 
-void SettingsSession::allowChanges() { fileSystem_->allowChanges(); }
+void SettingsSession::allowChanges() {
+    fileSystem_->allowChanges();
+    folders_->allowChanges();
+}
 
 void SettingsSession::prepareProjectsOf(const std::shared_ptr<TrScannerDriverInformation>& driver) {
     const std::string folder =

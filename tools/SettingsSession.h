@@ -35,9 +35,11 @@ public:
 
 private:
     class CarefulFileSystem;
+    class CarefulFolders;
 
     platform::Platform& former_;
     std::unique_ptr<CarefulFileSystem> fileSystem_;
+    std::unique_ptr<CarefulFolders> folders_;
     std::unique_ptr<platform::Platform> platform_;
 };
 

@@ -140,6 +140,7 @@ TEST_F(ProjectTest, DeletingRemovesOneProjectAndNoMore) {
 }
 
 TEST_F(ProjectTest, WhatCannotBeWrittenLeavesNothingBehind) {
+    makeFolder("~/Documents");
     writeFile("~/Library/Preferences/PELOX/Trigora/AppInfo1", "no folder");
     const auto before = tree();
     EXPECT_EQ(run({"project", "new", "A"}).code, failed);

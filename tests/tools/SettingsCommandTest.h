@@ -37,7 +37,6 @@ protected:
     static constexpr const char* folderChange = "post MonitorFolderSettingsDidChangeNotification";
 
     void SetUp() override {
-        makeFolder("~/Documents");
         makeFolder("~/Scans");
         makeFolder("/Applications/Viewer.app");
         installEvent("Start", "EventID=100\nShow=0x0110\nProject=610,500,700\nDefaultProject=610\n"
