@@ -1,6 +1,7 @@
 #include "tools/Command.h"
 #include "tools/CommandActions.h"
 #include "tools/CommandBind.h"
+#include "tools/CommandCheck.h"
 #include "tools/CommandDrivers.h"
 #include "tools/CommandEvents.h"
 #include "tools/CommandExplain.h"
@@ -16,11 +17,12 @@
 namespace trigora::tools {
 
 std::span<const Command> commands() {
-    static const std::array all{
-        eventsCommand(),     projectsCommand(),    actionsCommand(),    driversCommand(),
-        bindCommand(),       unbindCommand(),      watchCommand(),      unwatchCommand(),
-        projectNewCommand(), projectCopyCommand(), projectSetCommand(), projectDeleteCommand(),
-        pressCommand(),      listenCommand(),      panelCommand(),      explainPressCommand()};
+    static const std::array all{eventsCommand(),       projectsCommand(),   actionsCommand(),
+                                driversCommand(),      bindCommand(),       unbindCommand(),
+                                watchCommand(),        unwatchCommand(),    projectNewCommand(),
+                                projectCopyCommand(),  projectSetCommand(), projectDeleteCommand(),
+                                pressCommand(),        listenCommand(),     panelCommand(),
+                                explainPressCommand(), checkCommand()};
     return all;
 }
 

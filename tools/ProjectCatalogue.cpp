@@ -24,20 +24,6 @@ using Origin = ListedProject::Origin;
 
 constexpr const char* userApplicationAction = "900";
 
-std::optional<std::string> valueInFile(const std::string& path, const char* section, const char* key) {
-    return PxIniParser::sharedParser()->valueWithFilePath(path, section, key);
-}
-
-std::vector<std::string> filesInFolder(const std::string& folder, std::string_view extension) {
-    std::vector<std::string> paths;
-    for (const std::string& name : exDirectoryContentsAtPath(folder).value_or(std::vector<std::string>())) {
-        if (platform::pathExtension(name) == extension) {
-            paths.push_back(platform::appendingPathComponent(folder, name));
-        }
-    }
-    return paths;
-}
-
 /// The application that an installed action names; none when no such action is installed.
 std::optional<std::string> applicationOfInstalledAction(const std::string& actionID) {
     for (const std::string& path : filesInFolder(paths::actionFolder(), "adi")) {
@@ -136,6 +122,20 @@ Origin originOf(const TrProjectInformation& project) {
 }
 
 } // namespace
+
+std::optional<std::string> valueInFile(const std::string& path, const char* section, const char* key) {
+    return PxIniParser::sharedParser()->valueWithFilePath(path, section, key);
+}
+
+std::vector<std::string> filesInFolder(const std::string& folder, std::string_view extension) {
+    std::vector<std::string> paths;
+    for (const std::string& name : exDirectoryContentsAtPath(folder).value_or(std::vector<std::string>())) {
+        if (platform::pathExtension(name) == extension) {
+            paths.push_back(platform::appendingPathComponent(folder, name));
+        }
+    }
+    return paths;
+}
 
 std::string ListedProject::id() const { return project ? project->projectID().value_or("") : ""; }
 

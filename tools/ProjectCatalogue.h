@@ -6,6 +6,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace trigora::tools {
@@ -32,6 +33,11 @@ struct ListedProject {
     std::string idAndName() const;
 };
 using ListedProjects = std::vector<ListedProject>;
+
+/// The value of a key in a section of a file of sections; none where any of the three is missing.
+std::optional<std::string> valueInFile(const std::string& path, const char* section, const char* key);
+/// The files of a folder with that extension, in ascending order of their names.
+std::vector<std::string> filesInFolder(const std::string& folder, std::string_view extension);
 
 /// "predefined", "own", "folder" or "no action".
 std::string originName(ListedProject::Origin origin);
