@@ -178,7 +178,7 @@ TEST_F(ScanAssistantTest, TheCurrentDriverStandsInForNone) {
     begin();
     notifications.receive("ReplySetCurrentDriverDistributedNotification",
                           Dictionary{{"CurrentDriverName", "Scanner A"}});
-    scanners.scanner.frames = {greyFrame(8, 8, 0)};
+    scanners.scanner.frames = {greyFrame(8, 8, 0), greyFrame(8, 8, 0)};
     EXPECT_EQ(files(ask(scanNow, scanRequest("NOT SETUP")).at(0).second), Array{scans + "/img001.bmp"});
     notifications.receive("DidFinishLaunchingSADistributedNotification");
     EXPECT_EQ(files(ask(scanNow, scanRequest("NOT SETUP")).at(0).second), Array{"Scan is not succeed!"});

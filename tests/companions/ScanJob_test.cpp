@@ -36,7 +36,7 @@ ScanSettings settingsFor(FileFormat format, ImageType type, double resolution = 
     settings.fileFormat = format;
     settings.imageType = type;
     settings.resolution = resolution;
-    settings.paper = {105, 148};
+    settings.paper = {118, 138};
     return settings;
 }
 
@@ -75,9 +75,9 @@ TEST_F(ScanJobTest, EveryPictureFormatHoldsWhatTheScannerSaw) {
                 const std::vector<SeenPicture> pages = format.read(path(format.name));
                 ASSERT_EQ(pages.size(), 1U);
                 const SeenPicture& page = pages.front();
-                // 105 by 148 millimetres at 100 dots per inch.
-                EXPECT_NEAR(static_cast<double>(page.width), 413, 2);
-                EXPECT_NEAR(static_cast<double>(page.height), 583, 2);
+                // 118 by 138 millimetres at 100 dots per inch; no side of the grid mirrors the other.
+                EXPECT_NEAR(static_cast<double>(page.width), 465, 2);
+                EXPECT_NEAR(static_cast<double>(page.height), 543, 2);
                 EXPECT_EQ(page.resolution, 100);
                 EXPECT_GT(page.at(20, 20) & 0xFFU, 0xF0U);
                 EXPECT_LT(page.at(59, 20), 0x101010U);
@@ -86,6 +86,28 @@ TEST_F(ScanJobTest, EveryPictureFormatHoldsWhatTheScannerSaw) {
                 std::filesystem::remove(path(format.name));
             }
         }
+    }
+}
+
+TEST_F(ScanJobTest, ColoursStayWhatTheyAre) {
+    for (const FormatCase& format : pictureFormats) {
+        SCOPED_TRACE(format.name);
+        FakeScanner scanner;
+        FakeScanner::Frame frame = greyFrame(32 * 3, 32, 0);
+        frame.parameters.content = FrameParameters::Content::colour;
+        frame.parameters.pixelsPerLine = 32;
+        for (std::size_t pixel = 0; pixel < 32 * 32; ++pixel) {
+            frame.bytes[pixel * 3 + (pixel % 32 < 16 ? 0 : 2)] = 255; // red, and blue beside it
+        }
+        scanner.frames = {frame};
+        ASSERT_EQ(scan(scanner, settingsFor(format.format, ImageType::colour, 100)).failure, "");
+        const std::vector<SeenPicture> pages = format.read(path(format.name));
+        ASSERT_EQ(pages.size(), 1U);
+        EXPECT_EQ(pages[0].at(8, 16) >> 20U, 0xFU);
+        EXPECT_LT(pages[0].at(8, 16) & 0xFFFFU, 0x1000U);
+        EXPECT_GT(pages[0].at(24, 16) & 0xFFU, 0xF0U);
+        EXPECT_LT(pages[0].at(24, 16) >> 8U, 0x1000U);
+        std::filesystem::remove(path(format.name));
     }
 }
 
@@ -126,8 +148,8 @@ TEST_F(ScanJobTest, TheFeederFillsOneDocumentOrOneFileAPage) {
         EXPECT_TRUE(pdf.starts_with("%PDF-"));
         EXPECT_NE(pdf.find("%%EOF"), std::string::npos);
         EXPECT_EQ(occurrences(pdf, "/Type /Page\n"), 10U);
-        // 105 millimetres are 297.6 points.
-        EXPECT_EQ(occurrences(pdf, "/MediaBox [ 0 0 29"), 10U);
+        // 118 millimetres are 334.5 points.
+        EXPECT_EQ(occurrences(pdf, "/MediaBox [ 0 0 33"), 10U);
         EXPECT_EQ(occurrences(pdf, type == ImageType::colour ? "/DCTDecode" : "/CCITTFaxDecode"), 10U);
     }
     auto scanner = device.open();
