@@ -168,20 +168,16 @@ void apply(TrProjectInformation& project, const Changes& changes) {
 }
 
 /// What a command on one project prints.
-ChangeReport reportOn(const std::string& what, TrProjectInformation& project, const std::string& id,
+ChangeReport reportOn(const std::string& what, const TrProjectInformation& project, const std::string& id,
                       const Target& target) {
-    ListedProject listed{.origin = target.store.isOfFolders() ? ListedProject::Origin::folder
-                                                              : ListedProject::Origin::own,
-                         .path = project.projectFilePath().value_or(""),
-                         .project = {},
-                         .isAvailable = true,
-                         .problem = {}};
-    ChangeReport report;
-    report.sentence = what;
-    report.facts = {{"project", id},
-                    {"list", originName(listed.origin)},
-                    {"model", valueOrNothing(modelOf(target.driver))},
-                    {"file", listed.path}};
+    const auto origin =
+        target.store.isOfFolders() ? ListedProject::Origin::folder : ListedProject::Origin::own;
+    ChangeReport report{.sentence = what,
+                        .facts = {{"project", id},
+                                  {"list", originName(origin)},
+                                  {"model", valueOrNothing(modelOf(target.driver))},
+                                  {"file", valueOrNothing(project.projectFilePath())}},
+                        .notes = {}};
     report.addNote(modelNote(target.driver));
     return report;
 }
