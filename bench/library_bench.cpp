@@ -1,0 +1,158 @@
+// Measures single functions of the system on real files, in a temporary root and home.
+
+#include "bench/Distribution.h"
+#include "catalogue/TrMonitorEventInformation.h"
+#include "files/InstalledPaths.h"
+#include "files/TrFilePathUtility.h"
+#include "monitor/TgaSurveillant.h"
+#include "netscan/PanelDriver.h"
+#include "netscan/PanelJobList.h"
+#include "netscan/TgaNetworkSettingsManager.h"
+#include "platform/LowMemory.h"
+#include "tests/fakes/PlatformTest.h"
+
+#include <benchmark/benchmark.h>
+
+#include <cstring>
+#include <dirent.h>
+#include <filesystem>
+#include <fstream>
+
+namespace trigora::bench {
+namespace {
+
+constexpr int watchedFiles = 100000;
+
+/// The platform of the tests, outside of a test.
+class Surroundings : public test::PlatformTest {
+public:
+    Surroundings() {
+        makeFolder("/Applications/Viewer.app");
+        writeFile(TrFilePathUtility::sharedFilePathUtility()->customFolderProjectFolderPath() + "/Watch.plg",
+                  "[Launch]\nProjectID=701\nProjectType=0x0002\nActionID=900\n"
+                  "[Event_Launch_MacX]\nAppPath=/Applications/Viewer.app\nOption=0x0001\n");
+        const std::string bundle = paths::panelDriverModule();
+        writePropertyList(bundle + "/Contents/Info.plist", Dictionary{{"CFBundleExecutable", "PanelDriver"}});
+        makeFolder(bundle + "/Contents/MacOS");
+        std::filesystem::copy_file(PANEL_DRIVER, onDisk(bundle + "/Contents/MacOS/PanelDriver"));
+    }
+
+    std::string watchedFolder() {
+        const std::string folder = onDisk("~/watched");
+        std::filesystem::create_directories(folder);
+        for (int i = 0; i < watchedFiles; ++i) {
+            std::ofstream(folder + "/Scanned document " + std::to_string(i) + ".pdf");
+        }
+        return folder;
+    }
+    void passSeconds(double seconds) { loop.advance(seconds); }
+
+private:
+    void TestBody() override {}
+};
+
+std::size_t bareListing(const std::string& folder) {
+    std::size_t count = 0;
+    DIR* directory = opendir(folder.c_str());
+    while (readdir(directory) != nullptr) {
+        ++count;
+    }
+    closedir(directory);
+    return count;
+}
+
+/// The time of a check; bare listings of the same folder are measured in between and told beside it.
+void watchedFolderCheck(benchmark::State& state) {
+    Surroundings surroundings;
+    const std::string folder = surroundings.watchedFolder();
+    const auto event = std::make_shared<TrMonitorEventInformation>();
+    event->setMonitorFolderPath(folder);
+    event->setTimeInterval(Value(1));
+    event->setConnectedProjectID("701");
+    TgaSurveillant watcher;
+    if (!watcher.setupMonitorSettings(event)) {
+        state.SkipWithError("the folder is not watched");
+    }
+    Distribution checks;
+    Distribution listings;
+    for ([[maybe_unused]] const auto iteration : state) {
+        const auto start = std::chrono::steady_clock::now();
+        benchmark::DoNotOptimize(bareListing(folder));
+        const auto listed = std::chrono::steady_clock::now();
+        surroundings.passSeconds(1);
+        const auto checked = std::chrono::steady_clock::now();
+        listings.add(listed - start);
+        checks.add(checked - listed);
+        state.SetIterationTime(std::chrono::duration<double>(checked - listed).count());
+    }
+    state.counters["listing_ms"] = listings.median() / 1000;
+    state.counters["check_ms"] = checks.median() / 1000;
+    state.counters["ratio"] = checks.median() / listings.median();
+}
+BENCHMARK(watchedFolderCheck)->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(15);
+
+std::vector<Dictionary> savedJobs() {
+    std::vector<Dictionary> jobs;
+    for (int i = 1; i <= 30; ++i) {
+        jobs.push_back({{"name", "Scan for the accounts no. " + std::to_string(i)},
+                        {"scanSetting", Dictionary{{"resolution", 300},
+                                                   {"pixelDataType", 2},
+                                                   {"functionalUnitType", 3},
+                                                   {"documentType", 3},
+                                                   {"duplexScanningEnabled", true}}},
+                        {"saveSetting", Dictionary{{"imageUTType", "com.adobe.pdf"}}},
+                        {"transportSetting", Dictionary{{"identifier", "com.pelox.MailTransporter"}}}});
+    }
+    return jobs;
+}
+
+void jobListOf30BuiltAndSent(benchmark::State& state) {
+    const Surroundings surroundings;
+    const auto driver = PanelDriver::create();
+    const std::vector<Dictionary> jobs = savedJobs();
+    PanelConnection connection;
+    if (!driver || !driver->open("192.0.2.7", connection)) {
+        state.SkipWithError("no panel driver");
+        return;
+    }
+    constexpr std::int32_t newProtocol = 110;
+    for ([[maybe_unused]] const auto iteration : state) {
+        auto list = PanelJobList::withJobs(jobs, isOldJobList(newProtocol), true);
+        list->setDigestedPassword("0123456789AB", "secret");
+        if (!driver->send(connection, *list, newProtocol)) {
+            state.SkipWithError("not sent");
+        }
+    }
+    driver->close(connection);
+}
+BENCHMARK(jobListOf30BuiltAndSent)->Unit(benchmark::kMicrosecond);
+
+std::uint32_t lowText(const std::shared_ptr<void>& memory, const char* text) {
+    std::strcpy(static_cast<char*>(memory.get()), text);
+    return trigora_address32(memory.get());
+}
+
+void discoveryOfKnownScanner(benchmark::State& state) {
+    const Surroundings surroundings;
+    const auto manager = TgaNetworkSettingsManager::sharedNetworkSettingsManager();
+    for (int i = 0; i < 100; ++i) {
+        manager->setDSName("Driver " + std::to_string(i), "PRODUCT-" + std::to_string(i));
+    }
+    const auto productID = platform::current().lowMemory.allocate(32);
+    const auto version = platform::current().lowMemory.allocate(32);
+    const auto address = platform::current().lowMemory.allocate(32);
+    const _NSMDiscovery discovery{
+        {0, 0}, lowText(productID, "PRODUCT-77"), lowText(version, "1.0"), lowText(address, "192.0.2.7")};
+    PanelEventContext* context = manager.get();
+    for ([[maybe_unused]] const auto iteration : state) {
+        if (discoveryCallBack(&discovery, context) != NSM_SCANNER_SERVED) {
+            state.SkipWithError("the scanner is not known");
+        }
+    }
+}
+BENCHMARK(discoveryOfKnownScanner)->Unit(benchmark::kMicrosecond);
+
+} // namespace
+} // namespace trigora::bench
+
+BENCHMARK_MAIN();
