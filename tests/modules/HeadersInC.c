@@ -6,10 +6,10 @@
 #include "modules/panel_driver.h"
 #include "modules/usb_scan.h"
 
-#define GIVE(record)                                                                                          \
-    do {                                                                                                      \
-        memcpy(bytes, &(record), sizeof(record));                                                             \
-        return sizeof(record);                                                                                \
+#define GIVE(record)                                                                                         \
+    do {                                                                                                     \
+        memcpy(bytes, &(record), sizeof(record));                                                            \
+        return sizeof(record);                                                                               \
     } while (0)
 
 size_t recordFilledInC(int number, unsigned char* bytes) {
