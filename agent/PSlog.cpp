@@ -17,13 +17,6 @@ namespace trigora {
 
 namespace {
 
-/// Its existence alone switches the log on. The log lies below everything that knows paths, so it knows
-/// its own.
-const std::string& switchFolder() {
-    static const std::string folder = "/Users/Shared/PELOX/Button";
-    return folder;
-}
-
 bool isDigit(char character) { return character >= '0' && character <= '9'; }
 
 /// A conversion taken apart.
@@ -195,7 +188,7 @@ void writeLine(std::string_view format, std::span<const LogArgument> arguments) 
     const std::string logged = "[" + identifier + "] " + stringWithFormat(format, arguments) + " ";
     if (isLogSwitchedOn()) {
         // Both blanks before the line feed are meant: one ends the logged text, one the line.
-        appendToFile(platform::appendingPathComponent(switchFolder(), identifier),
+        appendToFile(platform::appendingPathComponent(logSwitchFolder(), identifier),
                      "[" + timeStamp() + "]" + logged + " \n");
     }
     platform::current().console.write(logged);
@@ -358,7 +351,13 @@ std::string stringWithFormat(std::string_view format, std::span<const LogArgumen
     return result.append(format);
 }
 
-bool isLogSwitchedOn() { return platform::current().fileSystem.isDirectory(switchFolder()); }
+// The log lies below everything that knows paths, so it knows its own.
+const std::string& logSwitchFolder() {
+    static const std::string folder = "/Users/Shared/PELOX/Button";
+    return folder;
+}
+
+bool isLogSwitchedOn() { return platform::current().fileSystem.isDirectory(logSwitchFolder()); }
 
 void PSlogv(std::string_view format, std::span<const LogArgument> arguments) {
     try {

@@ -56,6 +56,8 @@ std::string stringWithFormat(std::string_view format, const Arguments&... argume
     return stringWithFormat(format, std::span<const LogArgument>(list));
 }
 
+/// The log folder. Its existence alone switches the log on.
+const std::string& logSwitchFolder();
 /// Whether the log folder exists.
 bool isLogSwitchedOn();
 

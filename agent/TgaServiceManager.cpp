@@ -127,6 +127,16 @@ void TgaServiceManager::SM_RunMonitorFolder() {
     }
 }
 
+std::vector<std::string> TgaServiceManager::watchedFolders() const {
+    std::vector<std::string> folders;
+    for (const auto& watcher : mutableArray_MonitorFolder) {
+        if (watcher->isWatching()) {
+            folders.push_back(watcher->monitorPath());
+        }
+    }
+    return folders;
+}
+
 void TgaServiceManager::SM_RefreshDataManager() {
     PxIniParser::sharedParser()->removeAllItems();
     PxDefParser::sharedDefParser()->removeAllItems();

@@ -57,6 +57,11 @@ public:
     /// Any thread.
     void setCurrentEvent(std::optional<Dictionary> currentEvent);
 
+    /// A copy of the event in progress; empty when there is none. Any thread.
+    Dictionary currentEvent() const;
+    /// The folders that are watched now.
+    std::vector<std::string> watchedFolders() const;
+
     /// Writes the driver name that the scanning application last reported, or none, into `driverName`. Any
     /// thread.
     void getDriverName(std::optional<std::string>& driverName) const;
@@ -132,9 +137,6 @@ private:
     std::int32_t SM_RunTestScan(const Dictionary& deviceInfo);
     /// The project of the test scan with the scan settings that came with it; null when either is missing.
     std::shared_ptr<TrProjectInformation> testScanProject(const std::optional<std::string>& driverName) const;
-
-    /// A copy of the event in progress; empty when there is none.
-    Dictionary currentEvent() const;
 
     // Read once; none while it has not been read and when it cannot be.
     std::optional<std::vector<Dictionary>> array_DeviceInfoList;

@@ -1,6 +1,7 @@
 // The agent's program: reads its options, puts the system together on the real platform and runs until the
 // session ends.
 
+#include "agent/StatusReport.h"
 #include "agent/TgaApplicationDelegate.h"
 #include "netscan/TgaNetworkSettingsManager.h"
 #include "platform/linux/LinuxPlatform.h"
@@ -86,6 +87,7 @@ int runAgent(const std::string& root) {
 
     TgaApplicationDelegate delegate(eventSources());
     delegate.applicationDidFinishLaunching();
+    const StatusReport statusReport(real->root().path());
     sd_notify(0, "READY=1");
     const int exitCode = loop.run();
     sd_notify(0, "STOPPING=1");

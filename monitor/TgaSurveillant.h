@@ -30,6 +30,10 @@ public:
     /// Stops the timer; does nothing when there is none.
     void invalidateMonitorFolder();
 
+    bool isWatching() const { return timer_Monitor != 0; }
+    /// Empty before a successful set-up.
+    const std::string& monitorPath() const { return string_MonitorPath; }
+
 private:
     /// One look at the folder: what the snapshot does not hold is new.
     void SU_CheckMonitorFolder();

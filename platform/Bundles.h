@@ -5,6 +5,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace trigora::platform {
 
@@ -37,6 +38,8 @@ public:
     virtual std::shared_ptr<Bundle> create(const std::string& path) = 0;
     /// The bundle of the running program.
     virtual std::shared_ptr<Bundle> mainBundle() = 0;
+    /// The paths of the bundles whose executables this program has in memory, in the order of their loading.
+    virtual std::vector<std::string> loadedModules() = 0;
 };
 
 /// The running program's bundle identifier; the executable's name when it has none.

@@ -13,8 +13,10 @@ namespace {
 
 class LinuxBundle final : public Bundle {
 public:
-    LinuxBundle(const InstallationRoot& root, FileSystem& fileSystem, std::string path, Dictionary info)
-        : root_(root), fileSystem_(fileSystem), path_(std::move(path)), info_(std::move(info)) {}
+    LinuxBundle(const InstallationRoot& root, FileSystem& fileSystem,
+                std::shared_ptr<LinuxBundles::Loaded> loaded, std::string path, Dictionary info)
+        : root_(root), fileSystem_(fileSystem), loaded_(std::move(loaded)), path_(std::move(path)),
+          info_(std::move(info)) {}
 
     std::string path() const override { return path_; }
     const Dictionary& infoDictionary() const override { return info_; }
@@ -37,6 +39,8 @@ public:
         const std::lock_guard lock(mutex_);
         if (module_ != nullptr) {
             ::dlclose(std::exchange(module_, nullptr));
+            const std::lock_guard loadedLock(loaded_->mutex);
+            std::erase(loaded_->paths, path_);
         }
     }
 
@@ -60,12 +64,21 @@ private:
         const std::optional<std::string> executable = module_ == nullptr ? executablePath() : std::nullopt;
         if (executable && openRegularFile(diskPath(root_, *executable), O_RDONLY)) {
             module_ = ::dlopen(diskPath(root_, *executable).c_str(), RTLD_NOW | RTLD_LOCAL);
+            noteLoaded();
         }
         return module_ != nullptr;
     }
 
+    void noteLoaded() const {
+        const std::lock_guard lock(loaded_->mutex);
+        if (module_ != nullptr && std::ranges::find(loaded_->paths, path_) == loaded_->paths.end()) {
+            loaded_->paths.push_back(path_);
+        }
+    }
+
     const InstallationRoot& root_;
     FileSystem& fileSystem_;
+    std::shared_ptr<LinuxBundles::Loaded> loaded_;
     const std::string path_;
     const Dictionary info_;
     std::mutex mutex_;
@@ -88,7 +101,12 @@ std::shared_ptr<Bundle> LinuxBundles::create(const std::string& path) {
     if (!info || info->dictionary() == nullptr) {
         return nullptr;
     }
-    return std::make_shared<LinuxBundle>(root_, fileSystem_, path, *info->dictionary());
+    return std::make_shared<LinuxBundle>(root_, fileSystem_, loaded_, path, *info->dictionary());
+}
+
+std::vector<std::string> LinuxBundles::loadedModules() {
+    const std::lock_guard lock(loaded_->mutex);
+    return loaded_->paths;
 }
 
 std::shared_ptr<Bundle> LinuxBundles::mainBundle() {

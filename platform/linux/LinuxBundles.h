@@ -18,6 +18,13 @@ public:
 
     std::shared_ptr<Bundle> create(const std::string& path) override;
     std::shared_ptr<Bundle> mainBundle() override;
+    std::vector<std::string> loadedModules() override;
+
+    /// The paths of the bundles that are loaded.
+    struct Loaded {
+        std::mutex mutex;
+        std::vector<std::string> paths;
+    };
 
 private:
     const InstallationRoot& root_;
@@ -26,6 +33,7 @@ private:
     std::string mainBundlePath_;
     std::mutex mutex_;
     std::shared_ptr<Bundle> mainBundle_;
+    std::shared_ptr<Loaded> loaded_ = std::make_shared<Loaded>();
 };
 
 } // namespace trigora::platform
