@@ -23,8 +23,17 @@ public:
     };
     /// Sends an event to the agent and waits until it has been handled; the error says more than the result.
     Delivery sendToAgent(const platform::AppleEvent& event, std::string& error) const;
+    /// The same with the agent's answer; none when it did not handle the event within the seconds.
+    std::optional<platform::AppleEvent> askAgent(const platform::AppleEvent& event, double seconds,
+                                                 std::string& error) const;
+    /// None when nobody owns the agent's name.
+    std::optional<std::int32_t> agentProcessID() const;
+    std::string address() const;
 
 private:
+    Delivery call(const platform::AppleEvent& event, std::uint64_t microseconds,
+                  platform::BusMessagePointer& reply, std::string& error) const;
+
     explicit SessionBus(platform::BusPointer bus) : bus_(std::move(bus)) {}
 
     platform::BusPointer bus_;

@@ -1,0 +1,208 @@
+#include "tools/CommandLog.h"
+
+#include "agent/PSlog.h"
+#include "files/FileManagerExtension.h"
+#include "platform/Clock.h"
+#include "platform/FileSystem.h"
+#include "platform/Platform.h"
+#include "platform/Text.h"
+#include "platform/linux/InstallationRoot.h"
+#include "tools/Report.h"
+
+#include <array>
+#include <ctime>
+#include <filesystem>
+#include <fstream>
+#include <map>
+
+namespace trigora::tools {
+
+namespace {
+
+constexpr std::array switchOptions{rootOption};
+constexpr std::array followOptions{Option{"all", "", "first what has been logged already"},
+                                   Option{"timeout", "SECONDS", "stop after so many seconds"}, rootOption};
+
+constexpr std::string_view logOnExamples = "  trigoractl log on\n";
+constexpr std::string_view logOffExamples = "  trigoractl log off\n";
+constexpr std::string_view logFollowExamples = "  trigoractl log on && trigoractl log follow\n"
+                                               "  trigoractl log follow --all --timeout 60\n";
+
+constexpr std::int64_t longestTimeOutSeconds = 86400;
+
+std::string timeStamp() {
+    const auto seconds = static_cast<std::time_t>(platform::current().clock.wallTime().seconds);
+    std::tm local{};
+    ::localtime_r(&seconds, &local);
+    std::array<char, 32> text{};
+    const std::size_t length = std::strftime(text.data(), text.size(), "%Y-%m-%d %H.%M.%S", &local);
+    return {text.data(), length};
+}
+
+/// A name beside the log folder that is not taken.
+std::string asidePath() {
+    const std::string path = logSwitchFolder() + " " + timeStamp();
+    std::string free = path;
+    for (int number = 2; platform::current().fileSystem.exists(free); ++number) {
+        free = path + " " + std::to_string(number);
+    }
+    return free;
+}
+
+ExitCode logOn(const Arguments&, std::ostream& out, std::ostream&) {
+    const std::string& folder = logSwitchFolder();
+    if (isLogSwitchedOn()) {
+        out << "The log is on already; it is written to " << folder << ".\n";
+        return done;
+    }
+    if (platform::current().fileSystem.exists(folder)) {
+        throw Failure(failed, folder + " is in the way: it is no folder");
+    }
+    if (!exCreateDirectoryAtPath(folder, true, attributesOfMadeFolder())) {
+        throw Failure(failed, "the folder " + folder + " cannot be made; has the user the right to?");
+    }
+    out << "The log is on; it is written to " << folder << ".\n";
+    return done;
+}
+
+ExitCode logOff(const Arguments&, std::ostream& out, std::ostream&) {
+    const std::string& folder = logSwitchFolder();
+    if (!isLogSwitchedOn()) {
+        out << "The log is off already.\n";
+        return done;
+    }
+    const std::string aside = asidePath();
+    if (!exMovePath(folder, aside)) {
+        throw Failure(failed, folder + " cannot be renamed, so the log stays on; has the user the right to?");
+    }
+    out << "The log is off; what was logged is in " << aside << ".\n";
+    return done;
+}
+
+/// The log files of all programs, by their paths on this disk.
+std::vector<std::filesystem::path> logFiles(const std::string& folderOnDisk) {
+    std::vector<std::filesystem::path> files;
+    std::error_code error;
+    for (std::filesystem::directory_iterator entry(folderOnDisk, error), end; !error && entry != end;
+         entry.increment(error)) {
+        const std::filesystem::path file = entry->path() / "log.log";
+        std::error_code ignored;
+        if (std::filesystem::is_regular_file(file, ignored)) {
+            files.push_back(file);
+        }
+    }
+    return files;
+}
+
+/// Prints what log files grow by.
+class LogFollower {
+public:
+    LogFollower(std::string folderOnDisk, std::ostream& out) : folder_(std::move(folderOnDisk)), out_(out) {}
+
+    /// Passes over what has been logged already.
+    void skip() {
+        for (const auto& file : logFiles(folder_)) {
+            std::error_code error;
+            const auto size = std::filesystem::file_size(file, error);
+            positions_[file] = error ? 0 : size;
+        }
+    }
+
+    /// Whole lines only; the beginning of one waits for its end.
+    void print() {
+        for (const auto& file : logFiles(folder_)) {
+            std::error_code error;
+            const auto size = std::filesystem::file_size(file, error);
+            std::uintmax_t& position = positions_[file];
+            if (!error && size < position) {
+                position = 0; // begun anew
+            }
+            if (!error && size > position) {
+                printFrom(file, position);
+            }
+        }
+        out_.flush();
+    }
+
+private:
+    void printFrom(const std::filesystem::path& file, std::uintmax_t& position) {
+        std::ifstream stream(file, std::ios::binary);
+        stream.seekg(static_cast<std::streamoff>(position));
+        for (std::string line; std::getline(stream, line) && !stream.eof();) {
+            position += line.size() + 1;
+            out_ << printable(line) << '\n';
+        }
+    }
+
+    std::string folder_;
+    std::ostream& out_;
+    std::map<std::filesystem::path, std::uintmax_t> positions_;
+};
+
+ExitCode logFollow(const Arguments& arguments, std::ostream& out, std::ostream& err) {
+    constexpr std::int64_t pollMicroseconds = 200'000;
+    const std::string& folder = logSwitchFolder();
+    const auto seconds =
+        arguments.has("timeout") ? arguments.requireInteger("timeout", 1, longestTimeOutSeconds) : 0;
+    if (!isLogSwitchedOn()) {
+        throw Failure(notFound, "the log is off; trigoractl log on switches it on");
+    }
+    LogFollower follower(
+        platform::InstallationRoot::choose(arguments.text("root").value_or("")).onDisk(folder), out);
+    if (!arguments.has("all")) {
+        follower.skip();
+    }
+    platform::Clock& clock = platform::current().clock;
+    const double start = clock.monotonicSeconds();
+    while (seconds == 0 || clock.monotonicSeconds() - start < static_cast<double>(seconds)) {
+        if (!isLogSwitchedOn()) {
+            err << "trigoractl: the log was switched off\n";
+            return done;
+        }
+        follower.print();
+        if (!out) {
+            return done; // nobody reads any more
+        }
+        clock.sleepMicroseconds(pollMicroseconds);
+    }
+    follower.print();
+    return done;
+}
+
+} // namespace
+
+Command logOnCommand() {
+    return {.name = "log on",
+            .operands = "",
+            .summary = "Switches the log on.",
+            .options = switchOptions,
+            .run = logOn,
+            .details = "Programs of the system that run already log from then on, too.\n",
+            .examples = logOnExamples,
+            .usesPlatform = true};
+}
+
+Command logOffCommand() {
+    return {.name = "log off",
+            .operands = "",
+            .summary = "Switches the log off and keeps what was logged.",
+            .options = switchOptions,
+            .run = logOff,
+            .details =
+                "The log folder is renamed with the date and time behind its name. Nothing is deleted.\n",
+            .examples = logOffExamples,
+            .usesPlatform = true};
+}
+
+Command logFollowCommand() {
+    return {.name = "log follow",
+            .operands = "",
+            .summary = "Prints what is logged, as it is logged.",
+            .options = followOptions,
+            .run = logFollow,
+            .details = "",
+            .examples = logFollowExamples,
+            .usesPlatform = true};
+}
+
+} // namespace trigora::tools
