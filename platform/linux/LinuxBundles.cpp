@@ -40,7 +40,7 @@ public:
         if (module_ != nullptr) {
             ::dlclose(std::exchange(module_, nullptr));
             const std::lock_guard loadedLock(loaded_->mutex);
-            std::erase(loaded_->paths, path_);
+            loaded_->paths.erase(std::ranges::find(loaded_->paths, path_));
         }
     }
 
@@ -64,16 +64,12 @@ private:
         const std::optional<std::string> executable = module_ == nullptr ? executablePath() : std::nullopt;
         if (executable && openRegularFile(diskPath(root_, *executable), O_RDONLY)) {
             module_ = ::dlopen(diskPath(root_, *executable).c_str(), RTLD_NOW | RTLD_LOCAL);
-            noteLoaded();
         }
-        return module_ != nullptr;
-    }
-
-    void noteLoaded() const {
-        const std::lock_guard lock(loaded_->mutex);
-        if (module_ != nullptr && std::ranges::find(loaded_->paths, path_) == loaded_->paths.end()) {
+        if (executable && module_ != nullptr) {
+            const std::lock_guard lock(loaded_->mutex);
             loaded_->paths.push_back(path_);
         }
+        return module_ != nullptr;
     }
 
     const InstallationRoot& root_;
@@ -106,7 +102,13 @@ std::shared_ptr<Bundle> LinuxBundles::create(const std::string& path) {
 
 std::vector<std::string> LinuxBundles::loadedModules() {
     const std::lock_guard lock(loaded_->mutex);
-    return loaded_->paths;
+    std::vector<std::string> modules;
+    for (const std::string& path : loaded_->paths) {
+        if (std::ranges::find(modules, path) == modules.end()) {
+            modules.push_back(path);
+        }
+    }
+    return modules;
 }
 
 std::shared_ptr<Bundle> LinuxBundles::mainBundle() {

@@ -20,7 +20,7 @@ public:
     std::shared_ptr<Bundle> mainBundle() override;
     std::vector<std::string> loadedModules() override;
 
-    /// The paths of the bundles that are loaded.
+    /// The paths of the bundles that are loaded, once for each loading that has not been undone.
     struct Loaded {
         std::mutex mutex;
         std::vector<std::string> paths;

@@ -30,21 +30,29 @@ protected:
     }
 };
 
-TEST_F(BundleFiles, TheModuleStaysUntilItsLastBundleLetsGo) {
+TEST_F(BundleFiles, TheModuleStaysUntilEveryLoadingIsUndone) {
+    const std::vector<std::string> loaded{path};
     writeBundle("Counter");
     install(TRIGORA_COUNTER_MODULE, std::string(path) + "/Contents/MacOS/Counter");
-    const auto first = current().bundles.create(path);
-    auto second = current().bundles.create(path);
+    auto first = current().bundles.create(path);
+    const auto second = current().bundles.create(path);
     ASSERT_TRUE(first && second);
     EXPECT_EQ(count(*first), 1);
     EXPECT_EQ(count(*second), 2);
+    EXPECT_EQ(current().bundles.loadedModules(), loaded);
     first->unloadExecutable();
     first->unloadExecutable();
     EXPECT_EQ(count(*second), 3);
-    second.reset();
+    EXPECT_EQ(current().bundles.loadedModules(), loaded);
+    second->unloadExecutable();
+    EXPECT_EQ(current().bundles.loadedModules(), std::vector<std::string>{});
     EXPECT_TRUE(first->loadExecutable());
     EXPECT_EQ(count(*first), 1);
     EXPECT_EQ(first->functionPointer("missing"), nullptr);
+    // Its threads may still run when the object is gone.
+    first.reset();
+    EXPECT_EQ(current().bundles.loadedModules(), loaded);
+    EXPECT_EQ(count(*second), 2);
 }
 
 TEST_F(BundleFiles, WhatIsNoModuleIsNotLoaded) {
