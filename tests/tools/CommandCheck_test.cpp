@@ -12,16 +12,26 @@ namespace fs = std::filesystem;
 class CheckTest : public SettingsCommandTest {
 protected:
     // The catalogue of the base class stays out.
-    void SetUp() override { installAfresh(); }
-
-    void installAfresh() {
+    void SetUp() override {
         const fs::path root = fs::path(onDisk("/Applications")).parent_path();
-        fs::remove_all(root);
-        fs::remove_all(home);
-        fs::create_directories(home);
         fs::copy(TRIGORA_TREE, root, fs::copy_options::recursive);
         writeFile(paths::agentExecutable(), "");
         writeFile(paths::scanAssistantExecutable(), "");
+    }
+
+    /// Puts everything back.
+    void restore(const std::map<std::string, std::string>& before) {
+        for (const auto& [path, bytes] : tree()) {
+            if (!before.contains(path)) {
+                fs::remove_all(path);
+            }
+        }
+        const auto now = tree();
+        for (const auto& [path, bytes] : before) {
+            if (const auto item = now.find(path); item == now.end() || item->second != bytes) {
+                std::ofstream(path, std::ios::binary) << bytes;
+            }
+        }
     }
 
     void append(const std::string& path, const std::string& text) { writeFile(path, readFile(path) + text); }
@@ -170,13 +180,15 @@ TEST_F(CheckTest, FindsEachFault) {
         {std::string(settings) + "NetWorkScanSetting.plist", "", "damaged",
          [&] { writeFile(std::string(settings) + "NetWorkScanSetting.plist", "damaged"); }},
     };
+    const auto untouched = tree();
     for (const auto& c : cases) {
-        installAfresh();
+        restore(untouched);
         c.plant();
         const std::string what = c.file + " " + c.key + ": " + c.problem;
-        const Outcome outcome = run({"check"});
+        const Outcome outcome = run({"check", "--json"});
         EXPECT_EQ(outcome.code, failed) << what;
-        const Array found = platform::arrayAt(json({"check"}), "findings").value_or(Array());
+        const Value answer = platform::current().json.read(outcome.out).value_or(Value(Dictionary()));
+        const Array found = platform::arrayAt(*answer.dictionary(), "findings").value_or(Array());
         EXPECT_EQ(found.size(), 1U) << what << '\n' << outcome.out;
         if (found.empty()) {
             continue;

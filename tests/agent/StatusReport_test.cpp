@@ -1,0 +1,57 @@
+#include "agent/StatusReport.h"
+
+#include "agent/TgaServiceManager.h"
+#include "files/InstalledPaths.h"
+#include "platform/Formats.h"
+#include "projects/TrProjectManager.h"
+#include "tests/fakes/PlatformTest.h"
+
+namespace trigora {
+namespace {
+
+class StatusReportTest : public test::PlatformTest {
+protected:
+    Dictionary ask() {
+        const auto reply = appleEvents.receive({StatusReport::eventClass, StatusReport::eventID, {}}).event;
+        const auto* answer = reply.parameter(platform::fourCharCode("----"));
+        const auto value =
+            answer ? platform::current().json.read(std::string(answer->bytes.begin(), answer->bytes.end()))
+                   : std::nullopt;
+        return value && value->dictionary() ? *value->dictionary() : Dictionary();
+    }
+};
+
+TEST_F(StatusReportTest, TellsWhatTheAgentIsDoing) {
+    makeFolder("/Applications/Viewer.app");
+    makeFolder("~/Watched");
+    writeFile(paths::eventFolder() + "/Folder.plg", "[Event]\nEventID=300\nShow=0x0210\nProject=700\n");
+    writeFile("~/Library/Preferences/PELOX/Trigora/MonitorFolder/AppInfo1/Open.plg",
+              "[Launch]\nProjectID=750\nProjectType=0x0002\nActionID=900\n"
+              "[Event_Launch_MacX]\nAppPath=/Applications/Viewer.app\n");
+    const Dictionary watched{
+        {"folderPath", onDisk("~/Watched")}, {"intervalTime", 5}, {"executiveProjectID", "750"}};
+    const Dictionary gone{{"folderPath", "/none"}, {"intervalTime", 5}, {"executiveProjectID", "750"}};
+    writePropertyList(paths::watchedFolderSettingsFile(), Dictionary{{"1", gone}, {"3", watched}});
+    {
+        const StatusReport report("/root");
+        TgaServiceManager::sharedServiceManager()->setupService();
+        clock.advanceMicroseconds(2'500'000);
+        EXPECT_EQ(ask(), (Dictionary{{"processID", 1},
+                                     {"root", "/root"},
+                                     {"uptime", 2.5},
+                                     {"log", false},
+                                     {"press", Value()},
+                                     {"projectIsRunning", false},
+                                     {"application", Value()},
+                                     {"watchedFolders", Array{onDisk("~/Watched")}},
+                                     {"modules", Array{}}}));
+        TgaServiceManager::sharedServiceManager()->setCurrentEvent(Dictionary{{"driverName", "D"}});
+        TrProjectManager::sharedProjectManager()->setRunningProjectStatus(true);
+        EXPECT_EQ(platform::dictionaryAt(ask(), "press"), (Dictionary{{"driverName", "D"}}));
+        EXPECT_EQ(platform::booleanAt(ask(), "projectIsRunning"), true);
+    }
+    EXPECT_EQ(ask(), Dictionary());
+}
+
+} // namespace
+} // namespace trigora

@@ -1,0 +1,63 @@
+#include "agent/PSlog.h"
+#include "tests/tools/SettingsCommandTest.h"
+
+namespace trigora::tools {
+namespace {
+
+class LogTest : public SettingsCommandTest {
+protected:
+    void SetUp() override {
+        const std::string root = platform::deletingLastPathComponent(onDisk("/Applications"));
+        setenv("TRIGORA_ROOT", root.c_str(), 1);
+    }
+    void TearDown() override { unsetenv("TRIGORA_ROOT"); }
+
+    const std::string agentLog = logSwitchFolder() + "/com.pelox.TrigoraAgent/log.log";
+};
+
+TEST_F(LogTest, IsSwitchedOffWithoutLosingALine) {
+    EXPECT_EQ(run({"log", "off"}).out, "The log is off already.\n");
+    EXPECT_EQ(run({"log", "on"}).code, done);
+    EXPECT_TRUE(isLogSwitchedOn());
+    EXPECT_NE(run({"log", "on"}).out.find("already"), std::string::npos);
+    const std::string parent = platform::deletingLastPathComponent(logSwitchFolder());
+    for (const char* line : {"first", "second"}) { // within one second
+        run({"log", "on"});
+        writeFile(agentLog, line);
+        const Outcome off = run({"log", "off"});
+        EXPECT_EQ(off.code, done) << off.err;
+        EXPECT_FALSE(isLogSwitchedOn());
+        const std::string named = off.out.substr(off.out.find(parent));
+        const std::string aside = named.substr(0, named.size() - 2);
+        EXPECT_EQ(readFile(aside + "/com.pelox.TrigoraAgent/log.log"), line) << off.out;
+    }
+    writeFile(logSwitchFolder(), "in the way");
+    EXPECT_EQ(run({"log", "on"}).code, failed);
+    EXPECT_EQ(run({"log", "follow"}).code, notFound);
+}
+
+TEST_F(LogTest, FollowsEveryProgramsWholeLines) {
+    writeFile(agentLog, "old\n");
+    int sleeps = 0;
+    clock.onSleep = [&] {
+        ++sleeps;
+        if (sleeps == 1) {
+            writeFile(agentLog, "old\nnew\033[2J\nhalf");
+        } else if (sleeps == 2) {
+            writeFile(agentLog, "old\nnew\033[2J\nhalf a line\n");
+            writeFile(logSwitchFolder() + "/com.pelox.Other/log.log", "other\n");
+        } else if (sleeps == 3) {
+            writeFile(agentLog, "anew\n");
+        }
+    };
+    EXPECT_EQ(run({"log", "follow", "--timeout", "2"}).out, "new?[2J\nhalf a line\nother\nanew\n");
+
+    clock.onSleep = [&] { std::filesystem::remove_all(onDisk(logSwitchFolder())); };
+    const Outcome all = run({"log", "follow", "--all"});
+    EXPECT_EQ(all.code, done);
+    EXPECT_NE(all.out.find("anew\n"), std::string::npos);
+    EXPECT_NE(all.err.find("switched off"), std::string::npos);
+}
+
+} // namespace
+} // namespace trigora::tools
