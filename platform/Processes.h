@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace trigora::platform {
@@ -24,6 +25,15 @@ public:
     /// Every running process, in ascending order of ID. A process is listed once it has been alive for
     /// half a second; one that has exited is not listed.
     virtual std::vector<ProcessInformation> list() = 0;
+    /// One of the listed processes with that name; none when there is none.
+    virtual std::optional<ProcessInformation> find(const std::string& name) {
+        for (ProcessInformation& process : list()) {
+            if (process.name == name) {
+                return std::move(process);
+            }
+        }
+        return std::nullopt;
+    }
     /// Starts a program without waiting for it; gives its process ID, or nothing when it cannot be
     /// started. Nobody needs to wait for it.
     virtual std::optional<std::int32_t> launch(const std::string& executablePath,

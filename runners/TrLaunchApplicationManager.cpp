@@ -30,10 +30,7 @@ constexpr std::int64_t startPollMicroseconds = 10000;
 constexpr double startSeconds = 2.0;
 
 std::optional<platform::ProcessInformation> processNamed(const std::string& name) {
-    const std::vector<platform::ProcessInformation> processes = platform::current().processes.list();
-    const auto found = std::find_if(processes.begin(), processes.end(),
-                                    [&](const auto& process) { return process.name == name; });
-    return found == processes.end() ? std::nullopt : std::optional(*found);
+    return platform::current().processes.find(name);
 }
 
 /// Starts an installed program without arguments; -1 when there is no such file. Whether the program then

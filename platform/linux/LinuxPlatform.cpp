@@ -83,7 +83,7 @@ struct LinuxPlatform::Parts {
     LinuxMessageDigest messageDigest;
     PngImages images{fileContents};
     LinuxBundles bundles;
-    LinuxProcesses processes{root, fileMetadata, bundles};
+    LinuxProcesses processes{root, bundles};
     LinuxWorkspace workspace{root, fileSystem, bundles, processes};
     LinuxUserDefaults userDefaults{fileSystem, folders, propertyLists};
     LinuxSystemInformation systemInformation{propertyLists};

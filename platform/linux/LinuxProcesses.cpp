@@ -4,15 +4,16 @@
 #include "platform/linux/DiskPath.h"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <charconv>
+#include <climits>
 #include <condition_variable>
 #include <csignal>
 #include <ctime>
 #include <deque>
 #include <fcntl.h>
 #include <filesystem>
-#include <fstream>
 #include <future>
 #include <iterator>
 #include <set>
@@ -44,10 +45,19 @@ double secondsSinceMachineStart() {
     return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) / 1e9;
 }
 
+std::string folderOf(std::int32_t processID) { return "/proc/" + std::to_string(processID); }
+
+/// The file's line; longer than any such line can be, it is read at once. Empty when the process has gone.
+std::string statusLine(const std::string& folder) {
+    std::array<char, 4096> buffer = {};
+    const FileDescriptor file(::open((folder + "/stat").c_str(), O_RDONLY | O_CLOEXEC));
+    const ssize_t length = file ? ::read(file.get(), buffer.data(), buffer.size()) : -1;
+    return {buffer.data(), static_cast<std::size_t>(std::max<ssize_t>(length, 0))};
+}
+
 /// None when the process has gone.
 std::optional<ProcessStatus> statusOf(const std::string& folder) {
-    std::ifstream file(folder + "/stat");
-    const std::string line{std::istreambuf_iterator<char>(file), {}};
+    const std::string line = statusLine(folder);
     // The second field is a name in brackets that may itself hold brackets and blanks.
     const std::size_t name = line.rfind(')');
     if (name == std::string::npos) {
@@ -72,13 +82,15 @@ std::optional<ProcessStatus> statusOf(const std::string& folder) {
 /// Where the kernel says the executable lies. It marks a file that has been removed or replaced since,
 /// which a process does not lose its name over. None for processes that may not be looked at.
 std::optional<std::string> executableOf(const std::string& folder) {
-    std::error_code error;
-    std::string executable = fs::read_symlink(folder + "/exe", error).string();
-    if (error) {
+    std::array<char, PATH_MAX> buffer = {};
+    const ssize_t size = ::readlink((folder + "/exe").c_str(), buffer.data(), buffer.size());
+    if (size < 0) {
         return std::nullopt;
     }
+    std::string executable(buffer.data(), static_cast<std::size_t>(size));
     constexpr std::string_view mark = " (deleted)";
     const std::size_t length = executable.size() - std::min(executable.size(), mark.size());
+    std::error_code error;
     if (std::string_view(executable).substr(length) == mark && !fs::exists(executable, error)) {
         executable.resize(length);
     }
@@ -259,49 +271,76 @@ private:
     std::deque<ExitStatus> statuses_; ///< in the order of the exits
 };
 
-LinuxProcesses::LinuxProcesses(const InstallationRoot& root, FileMetadata& metadata, Bundles& bundles)
-    : root_(root), metadata_(metadata), bundles_(bundles), children_(std::make_shared<Children>()) {}
+LinuxProcesses::LinuxProcesses(const InstallationRoot& root, Bundles& bundles)
+    : root_(root), bundles_(bundles), children_(std::make_shared<Children>()) {}
 
 LinuxProcesses::~LinuxProcesses() = default;
 
 std::vector<ProcessInformation> LinuxProcesses::list() {
-    constexpr double listedAfterSeconds = 0.5;
     std::vector<ProcessInformation> processes;
     for (const std::int32_t id : processIDs()) {
-        const std::string folder = "/proc/" + std::to_string(id);
-        const auto status = belongsToThisUser(folder) ? statusOf(folder) : std::nullopt;
-        if (!status || status->state == 'Z' || status->state == 'X') {
-            continue;
+        if (auto process = processWithID(id)) {
+            processes.push_back(std::move(*process));
         }
-        const double age =
-            secondsSinceMachineStart() - static_cast<double>(status->startTicks) / ticksPerSecond();
-        const auto executable = age >= listedAfterSeconds ? executableOf(folder) : std::nullopt;
-        if (!executable) {
-            continue;
-        }
-        const Kind kind = kindOfExecutable(root_.asInstalled(*executable));
-        const double sixtieths = static_cast<double>(status->processorTicks) * 60 / ticksPerSecond();
-        processes.push_back({id, lastPathComponent(*executable), kind.type, kind.signature,
-                             static_cast<std::uint32_t>(std::min(sixtieths, 4294967295.0))});
     }
     return processes;
 }
 
+std::optional<ProcessInformation> LinuxProcesses::find(const std::string& name) {
+    const std::lock_guard lock(findingMutex_);
+    std::int32_t& known = found_[name];
+    auto process = known == 0 ? std::nullopt : processWithID(known);
+    if (process && process->name == name) {
+        return process;
+    }
+    for (const std::int32_t id : processIDs()) {
+        const auto executable = executableOf(folderOf(id));
+        process = executable && lastPathComponent(*executable) == name ? processWithID(id) : std::nullopt;
+        // Its ID may have become another process's in between.
+        if (process && process->name == name) {
+            known = id;
+            return process;
+        }
+    }
+    known = 0;
+    return std::nullopt;
+}
+
+std::optional<ProcessInformation> LinuxProcesses::processWithID(std::int32_t id) {
+    constexpr double listedAfterSeconds = 0.5;
+    const std::string folder = folderOf(id);
+    const auto status = belongsToThisUser(folder) ? statusOf(folder) : std::nullopt;
+    if (!status || status->state == 'Z' || status->state == 'X') {
+        return std::nullopt;
+    }
+    const double age =
+        secondsSinceMachineStart() - static_cast<double>(status->startTicks) / ticksPerSecond();
+    const auto executable = age >= listedAfterSeconds ? executableOf(folder) : std::nullopt;
+    if (!executable) {
+        return std::nullopt;
+    }
+    const Kind kind = kindOfExecutable(root_.asInstalled(*executable));
+    const double sixtieths = static_cast<double>(status->processorTicks) * 60 / ticksPerSecond();
+    return ProcessInformation{id, lastPathComponent(*executable), kind.type, kind.signature,
+                              static_cast<std::uint32_t>(std::min(sixtieths, 4294967295.0))};
+}
+
 LinuxProcesses::Kind LinuxProcesses::kindOfExecutable(const std::string& executable) {
     const std::string path = bundleOfExecutable(executable);
-    const auto attributes =
-        path.empty() ? std::nullopt
-                     : metadata_.attributes(appendingPathComponent(path, "Contents/Info.plist"), true);
-    if (!attributes) {
+    struct stat status = {};
+    if (path.empty() ||
+        ::stat(diskPath(root_, appendingPathComponent(path, "Contents/Info.plist")).c_str(), &status) != 0) {
         return {};
     }
+    const timespec& modified = status.st_mtim;
     const std::lock_guard lock(mutex_);
     const auto known = kinds_.find(path);
-    if (known != kinds_.end() && known->second.modified == attributes->modificationTime) {
+    if (known != kinds_.end() && known->second.modified.tv_sec == modified.tv_sec &&
+        known->second.modified.tv_nsec == modified.tv_nsec) {
         return known->second;
     }
     const std::shared_ptr<Bundle> bundle = bundles_.create(path);
-    Kind kind{attributes->modificationTime, 0, 0};
+    Kind kind{modified, 0, 0};
     if (bundle) {
         kind.type = codeAt(bundle->infoDictionary(), "CFBundlePackageType");
         kind.signature = codeAt(bundle->infoDictionary(), "CFBundleSignature");

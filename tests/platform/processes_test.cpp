@@ -24,7 +24,7 @@ using namespace std::chrono_literals;
 class RealProcesses : public test::PlatformTest {
 protected:
     const InstallationRoot root{fs::path(onDisk("/Library")).parent_path().string()};
-    LinuxProcesses processes{root, current().fileMetadata, current().bundles};
+    LinuxProcesses processes{root, current().bundles};
     LinuxWorkspace workspace{root, current().fileSystem, current().bundles, processes};
 
     /// Installs a program; a "#!" text, or a copy of a real one, whose name then is the process's.
@@ -57,6 +57,25 @@ protected:
 private:
     std::vector<ProcessInformation> list_;
 };
+
+TEST_F(RealProcesses, AreFoundByNameAsLongAsTheyAreListed) {
+    const std::string executable = "/Applications/found by name";
+    const auto foundID = [&] {
+        const auto found = processes.find("found by name");
+        return found ? found->processID : 0;
+    };
+    installSleep(executable);
+    const auto first = processes.launch(executable, {"100"});
+    const auto second = processes.launch(executable, {"100"});
+    ASSERT_TRUE(first && second);
+    EXPECT_EQ(foundID(), 0) << "too young";
+    ASSERT_TRUE(comesTrue([&] { return listed(*first) != nullptr && listed(*second) != nullptr; }));
+    EXPECT_EQ(foundID(), std::min(*first, *second));
+    ::kill(std::min(*first, *second), SIGKILL);
+    EXPECT_TRUE(comesTrue([&] { return foundID() == std::max(*first, *second); })) << "the other one counts";
+    ::kill(std::max(*first, *second), SIGKILL);
+    EXPECT_TRUE(comesTrue([&] { return foundID() == 0; }));
+}
 
 TEST_F(RealProcesses, AreListedFromHalfASecondToTheirExit) {
     const std::string bundle = "/Applications/Ap (deleted)/A.app";
