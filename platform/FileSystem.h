@@ -12,6 +12,7 @@
 namespace trigora::platform {
 
 struct FileAttributes {
+    // Accounts are only ever set, not read: looking them up loads the system's account services.
     std::optional<std::string> ownerAccountName;
     std::optional<std::string> groupOwnerAccountName;
     std::optional<std::uint32_t> posixPermissions; ///< the twelve permission bits

@@ -38,16 +38,6 @@ std::optional<gid_t> groupID(const std::string& name) {
                           [](const group& record) { return record.gr_gid; });
 }
 
-std::optional<std::string> userName(uid_t id) {
-    return account<passwd>([&](auto... rest) { return ::getpwuid_r(id, rest...); },
-                           [](const passwd& record) { return std::string(record.pw_name); });
-}
-
-std::optional<std::string> groupName(gid_t id) {
-    return account<group>([&](auto... rest) { return ::getgrgid_r(id, rest...); },
-                          [](const group& record) { return std::string(record.gr_name); });
-}
-
 std::optional<std::uint32_t> creatorCode(const std::string& path) {
     std::array<std::uint8_t, 4> bytes = {};
     const ssize_t length = ::getxattr(path.c_str(), creatorAttribute, bytes.data(), bytes.size());
@@ -92,8 +82,6 @@ std::optional<FileAttributes> LinuxFileMetadata::attributes(const std::string& p
         return std::nullopt;
     }
     FileAttributes attributes;
-    attributes.ownerAccountName = userName(status.st_uid);
-    attributes.groupOwnerAccountName = groupName(status.st_gid);
     attributes.posixPermissions = status.st_mode & 07777;
     attributes.isDirectory = S_ISDIR(status.st_mode);
     attributes.isSymbolicLink = S_ISLNK(status.st_mode);

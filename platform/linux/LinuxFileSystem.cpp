@@ -5,8 +5,10 @@
 #include <array>
 #include <cerrno>
 #include <cstdio>
+#include <dirent.h>
 #include <fcntl.h>
 #include <filesystem>
+#include <memory>
 #include <sys/stat.h>
 #include <sys/xattr.h>
 
@@ -35,14 +37,27 @@ bool isFolder(const std::string& path) {
     return statusOf(path, true, status) && S_ISDIR(status.st_mode);
 }
 
+struct FolderCloser {
+    void operator()(DIR* folder) const { ::closedir(folder); }
+};
+
+/// Watched folders with very many files are listed every few seconds: this takes half the time of the
+/// standard library's iterator, which makes paths of the names.
 std::optional<std::vector<std::string>> namesIn(const std::string& folder) {
-    std::error_code error;
-    std::vector<std::string> names;
-    for (fs::directory_iterator entry(folder, error); !error && entry != fs::directory_iterator();
-         entry.increment(error)) {
-        names.push_back(entry->path().filename().string());
+    const std::unique_ptr<DIR, FolderCloser> opened(::opendir(folder.c_str()));
+    if (!opened) {
+        return std::nullopt;
     }
-    if (error) {
+    std::vector<std::string> names;
+    errno = 0;
+    while (const dirent* entry = ::readdir(opened.get())) {
+        const std::string_view name = entry->d_name;
+        if (name != "." && name != "..") {
+            names.emplace_back(name);
+        }
+        errno = 0;
+    }
+    if (errno != 0) {
         return std::nullopt;
     }
     std::sort(names.begin(), names.end());
