@@ -214,7 +214,7 @@ AppleEventReply BusAppleEvents::sendWaitingForReply(const AppleEventTarget& targ
         reply.status = procNotFound;
         return reply;
     }
-    sd_bus_error error = SD_BUS_ERROR_NULL;
+    sd_bus_error error{};
     sd_bus_message* answer = nullptr;
     const auto timeOut = std::chrono::duration_cast<std::chrono::microseconds>(timeOut_).count();
     const int result =
