@@ -65,7 +65,7 @@ _trigoractl() {
         COMPREPLY=($(compgen -f -- "$current"))
         return
         ;;
-    --model)
+    --model | --model-id)
         COMPREPLY=($(compgen -W "$(_trigoractl_models)" -- "$current"))
         return
         ;;
@@ -101,7 +101,7 @@ _trigoractl() {
     "bind 1" | "unbind 1")
         COMPREPLY=($(compgen -W "$(_trigoractl_ids events "${model[@]}" "${root[@]}")" -- "$current"))
         ;;
-    "bind 2" | "project copy 1" | "project set 1" | "project delete 1")
+    "bind 2" | "project copy 1" | "project set 1" | "project delete 1" | "test-scan 1")
         COMPREPLY=($(compgen -W "$(_trigoractl_ids projects "${model[@]}" "${root[@]}")" -- "$current"))
         ;;
     "watch 1" | "unwatch 1")
