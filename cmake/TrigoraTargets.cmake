@@ -41,11 +41,13 @@ function(trigora_library name)
   target_link_libraries(${name} PUBLIC trigora_options ${arg_LINKS} PRIVATE ${arg_USES})
 endfunction()
 
-# trigora_test(NAME SOURCES file... LINKS target...)
-# A GoogleTest program; each of its cases is a case of ctest.
+# trigora_test(NAME SOURCES file... LINKS target... [LOCKS resource])
+# A GoogleTest program; each of its cases is a case of ctest. Cases that lock the same resource run one at a
+# time.
 function(trigora_test name)
-  cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;LINKS")
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "LOCKS" "SOURCES;LINKS")
   add_executable(${name} ${arg_SOURCES})
   target_link_libraries(${name} PRIVATE trigora_options ${arg_LINKS} GTest::gtest_main)
-  gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT 120)
+  gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST
+                       PROPERTIES TIMEOUT 120 RESOURCE_LOCK "${arg_LOCKS}")
 endfunction()
