@@ -107,18 +107,15 @@ TEST_F(PanelEvents, WhatThePanelSaysOfItselfIsKeptWithRealLists) {
         EXPECT_EQ(manager->isConituneScanningAvailable(), (capabilities & 4) != 0);
         EXPECT_EQ(record.capabilityFlags, jobs.knowsOfficeFormats ? capabilities : capabilities & ~1U);
     }
+    jobs.areThere = false;
+    record.capabilityFlags = 15;
+    event(NSM_EVENT_JOB_LIST);
+    EXPECT_EQ(record.capabilityFlags, 14U) << "no jobs, no office formats";
     startButtonManager();
     record.capabilityFlags = 1;
     event(NSM_EVENT_JOB_LIST);
     EXPECT_TRUE(manager->isErrorRecoveryAvailable()) << "a placeholder list says nothing";
     EXPECT_EQ(record.capabilityFlags, 1U);
-}
-
-TEST_F(PanelEvents, WithoutJobsOfficeFormatsAreNotOffered) {
-    jobs.areThere = false;
-    record.capabilityFlags = 15;
-    event(NSM_EVENT_JOB_LIST);
-    EXPECT_EQ(record.capabilityFlags, 14U);
 }
 
 TEST_F(PanelEvents, AFieldEndsWhereTheRecordSaysSo) {
