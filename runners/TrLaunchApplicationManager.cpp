@@ -109,16 +109,20 @@ std::int32_t TrLaunchApplicationManager::launchScanAssistant() const {
 bool TrLaunchApplicationManager::launchScanAssistantWithWait() const {
     constexpr const char* function = "-[TrLaunchApplicationManager launchScanAssistantWithWait]";
     PSlog("%s Enter [Line %d] ", function, __LINE__);
-    if (!isLaunchScanAssistant() && launchScanAssistant() == 0) {
-        // On purpose it waits while the assistant is seen: one that has just been launched is not listed
-        // yet, and the two seconds are what lets it start.
-        while (isLaunchScanAssistant()) {
-            platform::current().clock.sleepMicroseconds(microsecondsPerSecond);
+    bool isRunning = isLaunchScanAssistant();
+    if (!isRunning) {
+        if (launchScanAssistant() == 0) {
+            // On purpose it waits while the assistant is seen: one that has just been launched is not listed
+            // yet, and the two seconds are what lets it start.
+            while (isLaunchScanAssistant()) {
+                platform::current().clock.sleepMicroseconds(microsecondsPerSecond);
+            }
+            waitMonotonic(startSeconds);
         }
-        waitMonotonic(startSeconds);
+        isRunning = isLaunchScanAssistant();
     }
     PSlog("%s Leave [Line %d] ", function, __LINE__);
-    return isLaunchScanAssistant();
+    return isRunning;
 }
 
 void TrLaunchApplicationManager::terminateScanAssistant() const {

@@ -6,9 +6,11 @@
 #include <cerrno>
 #include <cstdio>
 #include <dirent.h>
+#include <endian.h>
 #include <fcntl.h>
 #include <filesystem>
 #include <memory>
+#include <numeric>
 #include <sys/stat.h>
 #include <sys/xattr.h>
 
@@ -37,6 +39,41 @@ bool isFolder(const std::string& path) {
     return statusOf(path, true, status) && S_ISDIR(status.st_mode);
 }
 
+/// Sorts by the names' bytes. Those of a folder often begin alike, which makes comparing them slow; here the
+/// eight bytes behind what all have in common decide first.
+void sortNames(std::vector<std::string>& names) {
+    struct Entry {
+        std::uint64_t leadingBytes;
+        std::string* name;
+    };
+    const auto lengthInCommon = [&](std::size_t length, const std::string& name) {
+        const std::string& first = names.front();
+        length = std::min(length, name.size());
+        return static_cast<std::size_t>(
+            std::mismatch(name.begin(), name.begin() + static_cast<std::ptrdiff_t>(length), first.begin())
+                .first -
+            name.begin());
+    };
+    const std::size_t common = std::accumulate(names.begin(), names.end(), std::string::npos, lengthInCommon);
+    std::vector<Entry> entries;
+    entries.reserve(names.size());
+    for (std::string& name : names) {
+        std::uint64_t bytes = 0;
+        name.copy(reinterpret_cast<char*>(&bytes), sizeof bytes, common);
+        entries.push_back({be64toh(bytes), &name});
+    }
+    std::sort(entries.begin(), entries.end(), [](const Entry& left, const Entry& right) {
+        return left.leadingBytes != right.leadingBytes ? left.leadingBytes < right.leadingBytes
+                                                       : *left.name < *right.name;
+    });
+    std::vector<std::string> sorted;
+    sorted.reserve(names.size());
+    for (const Entry& entry : entries) {
+        sorted.push_back(std::move(*entry.name));
+    }
+    names = std::move(sorted);
+}
+
 struct FolderCloser {
     void operator()(DIR* folder) const { ::closedir(folder); }
 };
@@ -60,7 +97,7 @@ std::optional<std::vector<std::string>> namesIn(const std::string& folder) {
     if (errno != 0) {
         return std::nullopt;
     }
-    std::sort(names.begin(), names.end());
+    sortNames(names);
     return names;
 }
 

@@ -18,7 +18,6 @@
 #include <iterator>
 #include <set>
 #include <spawn.h>
-#include <sstream>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <thread>
@@ -63,12 +62,12 @@ std::optional<ProcessStatus> statusOf(const std::string& folder) {
     if (name == std::string::npos) {
         return std::nullopt;
     }
-    std::istringstream rest(line.substr(name + 1));
-    const std::vector<std::string> fields{std::istream_iterator<std::string>(rest), {}};
+    const std::vector<std::string> fields =
+        componentsSeparatedByString(line.substr(std::min(name + 2, line.size())), " ");
     constexpr std::size_t userTime = 11;
     constexpr std::size_t systemTime = 12;
     constexpr std::size_t startTime = 19;
-    if (fields.size() <= startTime) {
+    if (fields.size() <= startTime || fields[0].empty()) {
         return std::nullopt;
     }
     const auto number = [&](std::size_t field) {

@@ -165,6 +165,18 @@ TEST_F(Files, AccountsThatDoNotExistDoNotKeepTheRestFromApplying) {
     EXPECT_FALSE(metadata.setAttributes(at("none"), attributes));
 }
 
+TEST_F(Files, NamesThatBeginAlikeAreListedInOrder) {
+    const std::vector<std::string> inOrder{"Scan",           "Scan 1",         "Scan 10",
+                                           "Scan 12345678",  "Scan 123456789", "Scan 12345678a",
+                                           "Scan 12345678é", "Scan 2",         "Scan no. 1234567 (1).pdf",
+                                           "Scan Ä",         "Scan é"};
+    makeFolder("~/names");
+    for (auto name = inOrder.rbegin(); name != inOrder.rend(); ++name) {
+        writeFile("~/names/" + *name, "x");
+    }
+    EXPECT_EQ(fileSystem.contentsOfDirectory(at("names")), inOrder);
+}
+
 TEST_F(Files, FoldersAreMadeOnceOrOnTheWay) {
     EXPECT_FALSE(fileSystem.createDirectory(at("a/b"), false, std::nullopt));
     EXPECT_TRUE(fileSystem.createDirectory(at("a/b/"), true, std::nullopt));
