@@ -134,6 +134,8 @@ void CreateHash(const char* hardwareAddress, const std::string& password, std::u
 
 std::optional<PanelJobList> PanelJobList::withJobs(const std::vector<Dictionary>& jobs, bool isOldList,
                                                    bool honoursProhibitsEdit) {
+    // Asked once for all of the 240 lines, because every asking looks at the disk.
+    const bool isLogged = !isOldList && isLogSwitchedOn();
     PanelJobList list;
     std::vector<std::string> names;
     for (std::size_t i = 0; i < std::min(jobs.size(), mostJobs); ++i) {
@@ -144,6 +146,8 @@ std::optional<PanelJobList> PanelJobList::withJobs(const std::vector<Dictionary>
         names.push_back(platform::textAt(job, "name").value_or(""));
         if (!isOldList) {
             entry.jobFlags = jobFlags(job, scanSetting, honoursProhibitsEdit);
+        }
+        if (isLogged) {
             logEntry(entry, names.back());
         }
         list.entries_.push_back(entry);
