@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 #include <string>
 
 namespace trigora::fuzz {
@@ -21,7 +20,7 @@ public:
     template <typename Number> Number number() {
         Number value{};
         const Data taken = bytes(sizeof value);
-        std::memcpy(&value, taken.data(), taken.size());
+        std::copy(taken.begin(), taken.end(), reinterpret_cast<std::uint8_t*>(&value));
         return value;
     }
     Data bytes(std::size_t most) {

@@ -21,7 +21,7 @@ namespace {
 template <typename Record> Record recordFrom(FuzzInput& input) {
     Record record{};
     const Data bytes = input.bytes(sizeof record);
-    std::memcpy(&record, bytes.data(), bytes.size());
+    std::copy(bytes.begin(), bytes.end(), reinterpret_cast<std::uint8_t*>(&record));
     return record;
 }
 
