@@ -79,8 +79,8 @@ void TgaServiceManager::repeatRequestForConfirmation() {
     PSlog("%s [Line %d] the scan assistant exited before it confirmed the scanner, isRepeated_BOOL = %d",
           name, __LINE__, isRepeated);
     if (isRepeated) {
-        requestConfirmation(currentEvent());
         watchScanAssistant();
+        requestConfirmation(currentEvent());
         return;
     }
     isPressWaiting_ = false;

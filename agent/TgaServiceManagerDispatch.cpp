@@ -49,10 +49,10 @@ void TgaServiceManager::SM_HandleScanEvent(const platform::AppleEvent& event, pl
     setCurrentEvent(current);
     TrLaunchApplicationManager::sharedLaunchApplicationManager()->launchScanAssistantWithWait();
     PSlog("%s Leave [Line %d] ", name, __LINE__);
-    requestConfirmation(current);
     isPressWaiting_ = true;
     mayRepeatRequest_ = true;
-    watchScanAssistant();
+    watchScanAssistant(); // before it is asked, which may be the end of it
+    requestConfirmation(current);
 }
 
 void TgaServiceManager::requestConfirmation(const Dictionary& event) {

@@ -12,6 +12,14 @@ using test::scanEventBytes;
 
 class AgentTest : public test::RunningAgentTest {
 protected:
+    /// Listeners are told that the press has been dealt with.
+    void expectEnd() {
+        EXPECT_TRUE(waitUntil([this] {
+            const Lines heard = takeHeard();
+            return std::find(heard.begin(), heard.end(), "ScanEventDidFinishNotification") != heard.end();
+        }));
+    }
+
     /// A press that fails ends once and has the assistant asked to quit.
     void expectPressFails(const char* what, const Data& record) {
         startAssistant();
@@ -65,10 +73,11 @@ TEST_F(AgentTest, WorksOnAfterGarbage) {
 TEST_F(AgentTest, WorksOnAfterTheAssistantDied) {
     startAgent();
     startAssistant();
-    script("die");
+    script("die"); // when the press is put to it, and when the press is repeated
     EXPECT_TRUE(sendRecord(scanEventBytes("XY-1", "D1", 1)));
     EXPECT_TRUE(waitForExit(*assistant));
     EXPECT_EQ(assistant->exitStatus(), 9);
+    expectEnd();
     expectBoundPressWorks();
 }
 
@@ -78,10 +87,7 @@ TEST_F(AgentTest, WorksOnAfterTheAssistantDiedInTheMiddle) {
     script("once 0");
     EXPECT_TRUE(sendRecord(scanEventBytes("XY-1", "D1", 1)));
     EXPECT_TRUE(waitForExit(*assistant));
-    EXPECT_TRUE(waitUntil([this] {
-        const Lines heard = takeHeard();
-        return std::find(heard.begin(), heard.end(), "ScanEventDidFinishNotification") != heard.end();
-    }));
+    expectEnd();
     expectBoundPressWorks();
 }
 
