@@ -302,7 +302,7 @@ private:
         return conversion_.sign == 0 ? std::string() : std::string(1, conversion_.sign);
     }
 
-    std::string withLeadingZeros(std::string digits) const {
+    std::string withLeadingZeros(const std::string& digits) const {
         const auto least = static_cast<std::size_t>(std::max(conversion_.precision, 0));
         return digits.size() < least ? std::string(least - digits.size(), '0') + digits : digits;
     }

@@ -130,8 +130,8 @@ std::string TrEventInformation::numberedResourceFolder(const std::string& normal
                                                        std::int32_t numberOfButton) const {
     // A scanner whose one button means "scan to PDF" has texts of its own, where they are installed.
     if (numberOfButton == 1 && platform::integerValue(*string_EventID) == pdfEventID) {
-        std::string folder = folderBesideEventFile("Scan to PDF2");
-        return platform::current().fileSystem.isDirectory(folder) ? std::move(folder) : normalFolder;
+        const std::string folder = folderBesideEventFile("Scan to PDF2");
+        return platform::current().fileSystem.isDirectory(folder) ? folder : normalFolder;
     }
     return normalFolder + "2";
 }
