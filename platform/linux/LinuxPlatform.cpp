@@ -59,7 +59,7 @@ struct LinuxPlatform::Parts {
     }
 
     void assemble() {
-        platform.reset(new Platform{
+        platform = std::make_unique<Platform>(Platform{
             runLoop,       clock,       *notifications, *appleEvents, processes,    workspace,
             bundles,       fileSystem,  fileContents,   fileMetadata, folders,      textEncodings,
             propertyLists, json,        messageDigest,  images,       userDefaults, systemInformation,
