@@ -72,8 +72,8 @@ const ListedProject& requireFolderProject(const TrMonitorEventInformation& watch
 void save(SettingsSession& session, const std::string& number, const TrMonitorEventInformation& watch) {
     session.allowChanges();
     const auto manager = TrEventManager::sharedEventManager();
-    const auto folder = watch.monitorFolderPath();
-    const auto interval = watch.timeInterval();
+    const auto& folder = watch.monitorFolderPath();
+    const auto& interval = watch.timeInterval();
     const auto project = watch.connectedProjectID(nullptr);
     manager->saveEventInformation();
     manager->reloadEventInformation();
