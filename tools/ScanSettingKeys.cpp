@@ -168,6 +168,7 @@ const ScanSettingKey& keyNamed(const std::string& name) {
         return *key;
     }
     std::vector<std::string> names;
+    names.reserve(keys.size());
     for (const ScanSettingKey& candidate : keys) {
         names.emplace_back(candidate.name);
     }
