@@ -28,7 +28,8 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL GNU AND CMAKE_CXX_COMPILER_VERSION VERSION_LES
 endif()
 if(TRIGORA_SANITIZE)
   target_compile_options(trigora_options INTERFACE
-    -fsanitize=${TRIGORA_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    -fsanitize=${TRIGORA_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer
+    -Wno-maybe-uninitialized) # GCC's is known to be wrong about instrumented code
   target_link_options(trigora_options INTERFACE -fsanitize=${TRIGORA_SANITIZE})
 endif()
 

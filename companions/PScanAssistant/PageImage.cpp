@@ -17,7 +17,7 @@ std::uint8_t greyAt(const PageImage& page, const std::uint8_t* row, std::size_t 
     case ImageType::grey:
         return row[column];
     case ImageType::blackAndWhite:
-        return (row[column / 8] >> (7U - column % 8)) & 1U ? 0 : 255;
+        return (unsigned{row[column / 8]} >> (7U - column % 8)) & 1U ? 0 : 255;
     }
     return 0;
 }

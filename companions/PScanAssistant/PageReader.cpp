@@ -67,7 +67,7 @@ ScannerStatus readFrame(Scanner& scanner, const std::function<bool()>& progress,
 std::uint8_t sampleAt(const FrameParameters& parameters, const std::uint8_t* row, std::size_t index) {
     switch (parameters.depth) {
     case 1: {
-        const bool isSet = ((row[index / 8] >> (7U - index % 8)) & 1U) != 0;
+        const bool isSet = ((unsigned{row[index / 8]} >> (7U - index % 8)) & 1U) != 0;
         return isSet == (parameters.content != Content::grey) ? 255 : 0;
     }
     case 16: {

@@ -119,9 +119,8 @@ std::vector<SeenPicture> readBmp(const std::string& path) {
         for (std::size_t x = 0; x < picture.width; ++x) {
             std::size_t colour = row + x * 3;
             if (bits < 24) {
-                const std::size_t index =
-                    static_cast<std::uint8_t>(bytes.at(row + x * bits / 8)) >> (bits == 1 ? 7 - x % 8 : 0) &
-                    ((1U << bits) - 1);
+                const auto byte = static_cast<std::uint8_t>(bytes.at(row + x * bits / 8));
+                const std::size_t index = unsigned{byte} >> (bits == 1 ? 7 - x % 8 : 0) & ((1U << bits) - 1);
                 colour = 54 + index * 4;
             }
             for (const std::size_t sample : {2U, 1U, 0U}) {
