@@ -42,20 +42,21 @@ void createMissingFolders(const std::string& path) {
 
 /// Copies what the source holds. Links to folders are followed once: below one of them, links are copied as
 /// links, so that a link to a folder around itself comes to an end.
-void copyContents(const std::string& source, const std::string& destination, bool isBelowLink) {
+void copyContents(const std::string& source, const std::string& destination, const std::string& wholeCopy,
+                  bool isBelowLink) {
     // Listed before the destination is made, which may lie inside the source.
     const auto names = exDirectoryContentsAtPath(source).value_or(std::vector<std::string>());
     createMissingFolders(destination);
     auto& platform = platform::current();
     for (const std::string& name : names) {
-        if (name.front() == '.') {
+        const std::string from = platform::appendingPathComponent(source, name);
+        if (name.front() == '.' || from == wholeCopy) {
             continue;
         }
-        const std::string from = platform::appendingPathComponent(source, name);
         const std::string to = platform::appendingPathComponent(destination, name);
         const bool isLink = platform.fileMetadata.destinationOfSymbolicLink(from).has_value();
         if (platform.fileSystem.isDirectory(from) && !(isLink && isBelowLink)) {
-            copyContents(from, to, isLink || isBelowLink);
+            copyContents(from, to, wholeCopy, isLink || isBelowLink);
         } else {
             exCopyPath(from, to);
         }
@@ -160,7 +161,7 @@ std::optional<std::string> TrFilePathUtility::currentCountry() const {
 void TrFilePathUtility::createFolderPath(const std::string& path) const { createMissingFolders(path); }
 
 void TrFilePathUtility::copyFolderPath(const std::string& path, const std::string& toPath) const {
-    copyContents(path, toPath, false);
+    copyContents(path, toPath, toPath, false);
 }
 
 int TrFilePathUtility::createFileWithFork(const std::string& path, std::uint32_t andCreator,

@@ -1,5 +1,6 @@
 #include "platform/linux/DiskPath.h"
 
+#include <atomic>
 #include <cerrno>
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -28,6 +29,11 @@ std::string diskPath(const InstallationRoot& root, std::string_view path) {
         path.remove_suffix(1);
     }
     return root.onDisk(path);
+}
+
+std::string temporaryPathIn(const std::string& folder) {
+    static std::atomic<unsigned> count = 0;
+    return folder + "/.trigora-" + std::to_string(::getpid()) + "-" + std::to_string(++count) + ".new";
 }
 
 FileDescriptor openRegularFile(const std::string& pathOnDisk, int flags) {

@@ -13,6 +13,10 @@ namespace trigora::platform {
 /// named itself. Empty, which names nothing, for a text that holds a NUL and would be cut there.
 std::string diskPath(const InstallationRoot& root, std::string_view path);
 
+/// A name in the folder that no other item of this or any running process has, for what is put in its place
+/// when it is whole.
+std::string temporaryPathIn(const std::string& folder);
+
 /// Owns a file descriptor; -1 is none.
 class FileDescriptor {
 public:

@@ -133,7 +133,8 @@ bool copyFile(const std::string& from, const struct stat& status, const std::str
         return false;
     }
     keepAttributes(from, status, to);
-    return true;
+    const FileDescriptor file = openRegularFile(to, O_RDONLY);
+    return !file || ::fsync(file.get()) == 0; // a copy that may not be read is synced with the rest, later
 }
 
 /// Pipes, sockets and devices are not copied.
@@ -164,26 +165,6 @@ bool isInside(const std::string& destination, const std::string& folder) {
     return std::mismatch(outer.begin(), outer.end(), inner.begin(), inner.end()).first == outer.end();
 }
 
-/// A copy that fails half-way leaves nothing behind.
-bool copyWhole(const std::string& from, const std::string& to) {
-    struct stat status = {};
-    if (!statusOf(from, false, status) || isOccupied(to) || (S_ISDIR(status.st_mode) && isInside(to, from))) {
-        return false;
-    }
-    if (copyTree(from, to, 0)) {
-        return true;
-    }
-    std::error_code error;
-    fs::remove_all(to, error);
-    return false;
-}
-
-bool removeTree(const std::string& path) {
-    std::error_code error;
-    const auto removed = fs::remove_all(path, error);
-    return !error && removed > 0;
-}
-
 /// Renames without replacing; gives 0 or the error number.
 int renameOnto(const std::string& from, const std::string& to) {
     if (::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0) {
@@ -197,6 +178,31 @@ int renameOnto(const std::string& from, const std::string& to) {
         return EEXIST;
     }
     return ::rename(from.c_str(), to.c_str()) == 0 ? 0 : errno;
+}
+
+/// The copy takes its name when it is whole and on the disk, and never an existing item's place.
+bool copyWhole(const std::string& from, const std::string& to) {
+    struct stat status = {};
+    if (!statusOf(from, false, status) || isOccupied(to) || (S_ISDIR(status.st_mode) && isInside(to, from))) {
+        return false;
+    }
+    const std::string folder = fs::path(to).parent_path().string();
+    const std::string copy = temporaryPathIn(folder.empty() ? "." : folder);
+    if (isOccupied(copy)) {
+        return false;
+    }
+    if (copyTree(from, copy, 0) && renameOnto(copy, to) == 0) {
+        return true;
+    }
+    std::error_code error;
+    fs::remove_all(copy, error);
+    return false;
+}
+
+bool removeTree(const std::string& path) {
+    std::error_code error;
+    const auto removed = fs::remove_all(path, error);
+    return !error && removed > 0;
 }
 
 } // namespace

@@ -161,6 +161,9 @@ TEST_F(PathsTest, copiesOfFoldersAroundThemselvesEnd) {
     utility->copyFolderPath("/Library/other", "/Library/other/inside");
     EXPECT_EQ(readFile("/Library/other/inside/file"), "2");
     EXPECT_FALSE(exists("/Library/other/inside/inside"));
+    utility->copyFolderPath("/Library/other", "/Library/other/inside/copy");
+    EXPECT_EQ(readFile("/Library/other/inside/copy/inside/file"), "2");
+    EXPECT_FALSE(exists("/Library/other/inside/copy/inside/copy"));
 }
 
 TEST_F(PathsTest, makesFilesOfACreator) {
