@@ -11,7 +11,6 @@
 #include <charconv>
 #include <cmath>
 #include <ctime>
-#include <mutex>
 
 namespace trigora {
 
@@ -166,20 +165,14 @@ platform::FileAttributes sharedWith(std::uint32_t permissions) {
     return attributes;
 }
 
-/// Appends to the program's log file, making the file and its folder when it cannot be opened.
+/// Appends to the program's log file, making the file and its folder when it cannot be opened. A file that
+/// is there but cannot be written to, another user's for example, stays as it is.
 void appendToFile(const std::string& folder, const std::string& line) {
-    // Without the lock, the thread that makes the file could do so over another thread's first line.
-    static std::mutex mutex;
-    const std::lock_guard lock(mutex);
     auto& platform = platform::current();
     const std::string file = platform::appendingPathComponent(folder, "log.log");
-    if (platform.fileContents.append(file, line)) {
-        return;
-    }
-    platform.fileSystem.createDirectory(folder, true, sharedWith(0777));
-    if (!platform.fileSystem.exists(file) && platform.fileContents.write(file, {}, false)) {
-        platform.fileMetadata.setAttributes(file, sharedWith(0666));
-        platform.fileContents.append(file, line);
+    if (!platform.fileContents.append(file, line, std::nullopt)) {
+        platform.fileSystem.createDirectory(folder, true, sharedWith(0777));
+        platform.fileContents.append(file, line, sharedWith(0666));
     }
 }
 

@@ -65,8 +65,10 @@ public:
     /// Writes the whole file, which afterwards is either complete or as it was. Atomically also means
     /// that it is a new file put in the old one's place; otherwise an existing file's attributes are kept.
     virtual bool write(const std::string& path, const Data& data, bool atomically) = 0;
-    /// Appends to an existing regular file in one write; false when it cannot be opened.
-    virtual bool append(const std::string& path, std::string_view text) = 0;
+    /// Appends to a regular file in one write; false when it cannot be opened, or is a link. A missing file
+    /// is made with the attributes, or not at all without.
+    virtual bool append(const std::string& path, std::string_view text,
+                        const std::optional<FileAttributes>& ofNewFile) = 0;
 };
 
 /// What is known about the files. Any thread.

@@ -152,8 +152,12 @@ bool OverlayFiles::write(const std::string& path, const Data& data, bool) {
     return isWritable;
 }
 
-bool OverlayFiles::append(const std::string& path, std::string_view text) {
+bool OverlayFiles::append(const std::string& path, std::string_view text,
+                          const std::optional<platform::FileAttributes>& ofNewFile) {
     std::optional<Data> data = read(path);
+    if (!data && ofNewFile && !exists(path)) {
+        data.emplace();
+    }
     if (!data) {
         return false;
     }

@@ -35,7 +35,8 @@ public:
 
     std::optional<Data> read(const std::string& path) override;
     bool write(const std::string& path, const Data& data, bool atomically) override;
-    bool append(const std::string& path, std::string_view text) override;
+    bool append(const std::string& path, std::string_view text,
+                const std::optional<platform::FileAttributes>& ofNewFile) override;
 
     std::optional<platform::FileAttributes> attributes(const std::string& path, bool traverseLink) override;
     bool setAttributes(const std::string& path, const platform::FileAttributes& attributes) override;

@@ -2,7 +2,6 @@
 #include "platform/linux/LinuxFiles.h"
 
 #include <array>
-#include <atomic>
 #include <cerrno>
 #include <cstdio>
 #include <fcntl.h>
@@ -47,11 +46,9 @@ std::string withLinksFollowed(std::string path) {
 class TemporaryFile {
 public:
     explicit TemporaryFile(std::string folder) : folder_(std::move(folder)) {
-        static std::atomic<unsigned> count = 0;
         constexpr int mostTries = 100;
         for (int i = 0; i < mostTries && !file_; ++i) {
-            path_ =
-                folder_ + "/.trigora-" + std::to_string(::getpid()) + "-" + std::to_string(++count) + ".new";
+            path_ = temporaryPathIn(folder_); // one that ended may have left a file of that name behind
             file_ = FileDescriptor(::open(path_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
             if (!file_ && errno != EEXIST) {
                 break;
@@ -152,8 +149,20 @@ bool LinuxFileContents::write(const std::string& path, const Data& data, bool at
     return replacement.takePlaceOf(file);
 }
 
-bool LinuxFileContents::append(const std::string& path, std::string_view text) {
-    const FileDescriptor file = openRegularFile(diskPath(root_, path), O_WRONLY | O_APPEND);
+bool LinuxFileContents::append(const std::string& path, std::string_view text,
+                               const std::optional<FileAttributes>& ofNewFile) {
+    // In a folder that everybody may write to, a link could lead to any file of this user's.
+    constexpr int flags = O_WRONLY | O_APPEND | O_NOFOLLOW;
+    const std::string item = diskPath(root_, path);
+    FileDescriptor file;
+    if (ofNewFile) {
+        file = FileDescriptor(::open(item.c_str(), flags | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
+    }
+    if (file) {
+        applyAttributes("/proc/self/fd/" + std::to_string(file.get()), *ofNewFile);
+    } else {
+        file = openRegularFile(item, flags);
+    }
     if (!file) {
         return false;
     }

@@ -75,6 +75,19 @@ bool setAccounts(const std::string& path, const FileAttributes& attributes) {
 
 } // namespace
 
+bool applyAttributes(const std::string& item, const FileAttributes& attributes) {
+    bool done = true;
+    if (attributes.hfsCreatorCode) {
+        done = setCreatorCode(item, *attributes.hfsCreatorCode);
+    }
+    // Permissions before accounts: afterwards the file may be another's. Each applies even if the other
+    // does not.
+    if (attributes.posixPermissions) {
+        done = ::chmod(item.c_str(), *attributes.posixPermissions & 07777) == 0 && done;
+    }
+    return setAccounts(item, attributes) && done;
+}
+
 std::optional<FileAttributes> LinuxFileMetadata::attributes(const std::string& path, bool traverseLink) {
     const std::string item = diskPath(root_, path);
     struct stat status = {};
@@ -97,19 +110,7 @@ std::optional<FileAttributes> LinuxFileMetadata::attributes(const std::string& p
 bool LinuxFileMetadata::setAttributes(const std::string& path, const FileAttributes& attributes) {
     const std::string item = diskPath(root_, path);
     struct stat status = {};
-    if (::stat(item.c_str(), &status) != 0) {
-        return false;
-    }
-    bool done = true;
-    if (attributes.hfsCreatorCode) {
-        done = setCreatorCode(item, *attributes.hfsCreatorCode);
-    }
-    // Permissions before accounts: afterwards the file may be another's. Each applies even if the other
-    // does not.
-    if (attributes.posixPermissions) {
-        done = ::chmod(item.c_str(), *attributes.posixPermissions & 07777) == 0 && done;
-    }
-    return setAccounts(item, attributes) && done;
+    return ::stat(item.c_str(), &status) == 0 && applyAttributes(item, attributes);
 }
 
 std::optional<FileSystemAttributes> LinuxFileMetadata::fileSystemAttributes(const std::string& path) {

@@ -28,11 +28,15 @@ public:
 
     std::optional<Data> read(const std::string& path) override;
     bool write(const std::string& path, const Data& data, bool atomically) override;
-    bool append(const std::string& path, std::string_view text) override;
+    bool append(const std::string& path, std::string_view text,
+                const std::optional<FileAttributes>& ofNewFile) override;
 
 private:
     const InstallationRoot& root_;
 };
+
+/// Gives an item on the disk the attributes, each even when another cannot be given.
+bool applyAttributes(const std::string& item, const FileAttributes& attributes);
 
 class LinuxFileMetadata final : public FileMetadata {
 public:

@@ -25,6 +25,20 @@ std::string accountHome() {
     return found != nullptr && found->pw_dir != nullptr ? found->pw_dir : "/";
 }
 
+/// A text in double quotes, in which a backslash stands before a character that is meant as it is; empty
+/// without the quotes. What follows the closing one does not count.
+std::string unquoted(std::string_view text) {
+    std::string content;
+    for (std::size_t i = 1; i < text.size() && text.front() == '"'; ++i) {
+        if (text[i] == '"') {
+            return content;
+        }
+        i += text[i] == '\\' && i + 1 < text.size() ? 1U : 0U;
+        content += text[i];
+    }
+    return {};
+}
+
 /// What a line of "user-dirs.dirs" such as `XDG_DOCUMENTS_DIR="$HOME/Papers"` names; empty for any other
 /// line. The format knows absolute paths and those that begin with "$HOME".
 std::string documentsFolderOfLine(std::string_view line, const std::string& home) {
@@ -33,7 +47,7 @@ std::string documentsFolderOfLine(std::string_view line, const std::string& home
     if (text.rfind(name, 0) != 0) {
         return {};
     }
-    const std::string folder = trimmed(text.substr(name.size()), "\"");
+    const std::string folder = unquoted(std::string_view(text).substr(name.size()));
     constexpr std::string_view variable = "$HOME";
     if (folder == variable || folder.rfind("$HOME/", 0) == 0) {
         return appendingPathComponent(home, folder.substr(variable.size()));

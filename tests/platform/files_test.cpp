@@ -77,7 +77,7 @@ TEST_F(Files, OnlyRegularFilesAreReadAndNothingBlocks) {
     for (const std::string& path : {at("pipe"), at("link to pipe"), at("circle"), home, at("none"),
                                     std::string("/dev/zero"), at("file/x"), at("file") + '\0' + "x"}) {
         EXPECT_EQ(contents.read(path), std::nullopt) << path;
-        EXPECT_FALSE(contents.append(path, "x")) << path;
+        EXPECT_FALSE(contents.append(path, "x", std::nullopt)) << path;
     }
     EXPECT_EQ(contents.read(at("file")), bytes({"a\0b", 3}));
     EXPECT_TRUE(contents.read("/proc/self/status")->size() > 10); // its size is not known beforehand
@@ -133,12 +133,23 @@ TEST_F(Files, AFileThatCannotBeFinishedLeavesTheOldOne) {
     EXPECT_EQ(namesInHome(), 1U);
 }
 
-TEST_F(Files, AppendsToExistingFilesOnly) {
+TEST_F(Files, AppendsToAFileAndMakesItOnlyWhenAsked) {
     writeFile("/Users/Shared/log", "a");
-    EXPECT_TRUE(contents.append("/Users/Shared/log", "b\n"));
+    EXPECT_TRUE(contents.append("/Users/Shared/log", "b\n", std::nullopt));
     EXPECT_EQ(readFile("/Users/Shared/log"), "ab\n");
-    EXPECT_FALSE(contents.append(at("none"), "b"));
+    EXPECT_FALSE(contents.append(at("none"), "b", std::nullopt));
     EXPECT_FALSE(exists("~/none"));
+
+    FileAttributes shared;
+    shared.posixPermissions = 0666;
+    fs::create_symlink(at("target"), at("planted"));
+    EXPECT_FALSE(contents.append(at("planted"), "b", shared)) << "a link is not followed";
+    EXPECT_FALSE(exists("~/target"));
+    for (const char* line : {"a", "b"}) {
+        EXPECT_TRUE(contents.append(at("none"), line, shared));
+    }
+    EXPECT_EQ(readFile("~/none"), "ab");
+    EXPECT_EQ(metadata.attributes(at("none"), false)->posixPermissions, 0666U);
 }
 
 TEST_F(Files, AccountsThatDoNotExistDoNotKeepTheRestFromApplying) {
@@ -291,6 +302,8 @@ TEST_F(Files, TheDocumentsFolderIsTheOneTheDesktopNames) {
         {"#XDG_DOCUMENTS_DIR=\"$HOME/x\"\nXDG_DOCUMENTS_DIRS=\"$HOME/y\"\n", at("Documents")},
         {"XDG_DOCUMENTS_DIR=\"relative\"\n", at("Documents")},
         {"XDG_DOCUMENTS_DIR=\"$HOME/\"\n", home},
+        {"XDG_DOCUMENTS_DIR=\"$HOME/A\\$B\" # mine\n", at("A$B")},
+        {"XDG_DOCUMENTS_DIR=$HOME/plain\n", at("Documents")},
     };
     for (const auto& [line, folder] : lines) {
         writeFile("~/.config/user-dirs.dirs", line);
