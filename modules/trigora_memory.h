@@ -45,20 +45,25 @@ static inline void* trigora_pointer(address32 address) { return (void*)(uintptr_
 /* Zeroed memory below 4 GiB, in whole pages; null when there is none. It belongs to the caller, who gives
  * it back with trigora_low_free and the same size. */
 static inline void* trigora_low_alloc(size_t size) {
-    const uintptr_t first = 0x10000000u, last = 0xF0000000u, step = 0x01000000u;
-    uintptr_t hint;
-    if (size == 0 || size > last - first) {
+    const uintptr_t first = 0x10000000u, last = 0xF0000000u, step = 0x01000000u, shift = 0x00010000u;
+    uintptr_t offset, hint;
+    if (size == 0 || size > last - first - step) {
         return NULL;
     }
-    for (hint = first; hint <= last - size; hint += step) {
-        void* memory = mmap((void*)hint, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-        if (memory == MAP_FAILED) {
-            return NULL;
+    /* The kernel takes a hint only when just that address is free. Wide steps find room soon; shifted by and
+     * by they come to every place. */
+    for (offset = 0; offset < step; offset += shift) {
+        for (hint = first + offset; hint <= last - size; hint += step) {
+            void* memory =
+                mmap((void*)hint, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+            if (memory == MAP_FAILED) {
+                return NULL;
+            }
+            if ((uintptr_t)memory + size - 1 <= UINT32_MAX) {
+                return memory;
+            }
+            munmap(memory, size);
         }
-        if ((uintptr_t)memory + size - 1 <= UINT32_MAX) {
-            return memory;
-        }
-        munmap(memory, size);
     }
     return NULL;
 }

@@ -62,15 +62,15 @@ private:
 
     bool notify(const std::string& title, const std::string& message, const std::string& button) {
         constexpr std::uint32_t replacesNone = 0;
-        constexpr int actionWords = 2;
+        constexpr int actionWords = 4; // a click on the message itself counts as its button
         constexpr int hints = 1;
         constexpr std::uint8_t critical = 2; // servers let no critical notification expire
         constexpr std::int32_t neverExpires = 0;
         sd_bus_message* received = nullptr;
         const int result = ::sd_bus_call_method(
             bus_, server, serverPath, server, "Notify", nullptr, &received, "susssasa{sv}i", "TrigoraAgent",
-            replacesNone, "scanner", title.c_str(), message.c_str(), actionWords, "ok", button.c_str(), hints,
-            "urgency", "y", critical, neverExpires);
+            replacesNone, "scanner", title.c_str(), message.c_str(), actionWords, "default", button.c_str(),
+            "ok", button.c_str(), hints, "urgency", "y", critical, neverExpires);
         const BusMessagePointer reply(received);
         if (result < 0 || ::sd_bus_message_read(reply.get(), "u", &notificationID_) < 0) {
             return false;

@@ -39,8 +39,7 @@ public:
         const std::lock_guard lock(mutex_);
         if (module_ != nullptr) {
             ::dlclose(std::exchange(module_, nullptr));
-            const std::lock_guard loadedLock(loaded_->mutex);
-            loaded_->paths.erase(std::ranges::find(loaded_->paths, path_));
+            loaded_->remove(path_);
         }
     }
 
@@ -66,8 +65,7 @@ private:
             module_ = ::dlopen(diskPath(root_, *executable).c_str(), RTLD_NOW | RTLD_LOCAL);
         }
         if (executable && module_ != nullptr) {
-            const std::lock_guard lock(loaded_->mutex);
-            loaded_->paths.push_back(path_);
+            loaded_->add(path_);
         }
         return module_ != nullptr;
     }
@@ -82,6 +80,32 @@ private:
 };
 
 } // namespace
+
+void LinuxBundles::Loaded::add(const std::string& path) {
+    const std::lock_guard lock(mutex_);
+    const auto entry = std::ranges::find(entries_, path, &Entry::path);
+    if (entry == entries_.end()) {
+        entries_.push_back({path, 1});
+    } else {
+        ++entry->loadings;
+    }
+}
+
+void LinuxBundles::Loaded::remove(const std::string& path) {
+    const std::lock_guard lock(mutex_);
+    const auto entry = std::ranges::find(entries_, path, &Entry::path);
+    if (entry != entries_.end() && --entry->loadings == 0) {
+        entries_.erase(entry);
+    }
+}
+
+std::vector<std::string> LinuxBundles::Loaded::paths() {
+    const std::lock_guard lock(mutex_);
+    std::vector<std::string> paths;
+    paths.reserve(entries_.size());
+    std::ranges::transform(entries_, std::back_inserter(paths), &Entry::path);
+    return paths;
+}
 
 LinuxBundles::LinuxBundles(const InstallationRoot& root, FileSystem& fileSystem, PropertyLists& propertyLists,
                            std::string mainBundlePath)
@@ -100,16 +124,7 @@ std::shared_ptr<Bundle> LinuxBundles::create(const std::string& path) {
     return std::make_shared<LinuxBundle>(root_, fileSystem_, loaded_, path, *info->dictionary());
 }
 
-std::vector<std::string> LinuxBundles::loadedModules() {
-    const std::lock_guard lock(loaded_->mutex);
-    std::vector<std::string> modules;
-    for (const std::string& path : loaded_->paths) {
-        if (std::ranges::find(modules, path) == modules.end()) {
-            modules.push_back(path);
-        }
-    }
-    return modules;
-}
+std::vector<std::string> LinuxBundles::loadedModules() { return loaded_->paths(); }
 
 std::shared_ptr<Bundle> LinuxBundles::mainBundle() {
     const std::lock_guard lock(mutex_);

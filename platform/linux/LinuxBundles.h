@@ -20,10 +20,21 @@ public:
     std::shared_ptr<Bundle> mainBundle() override;
     std::vector<std::string> loadedModules() override;
 
-    /// The paths of the bundles that are loaded, once for each loading that has not been undone.
-    struct Loaded {
-        std::mutex mutex;
-        std::vector<std::string> paths;
+    /// The bundles whose code is loaded, in the order of their first loading.
+    class Loaded {
+    public:
+        void add(const std::string& path);
+        void remove(const std::string& path);
+        std::vector<std::string> paths();
+
+    private:
+        struct Entry {
+            std::string path;
+            std::size_t loadings; ///< that have not been undone
+        };
+
+        std::mutex mutex_;
+        std::vector<Entry> entries_;
     };
 
 private:

@@ -70,7 +70,9 @@ std::uint32_t LinuxLowMemory::addressOfFunction(void (*function)()) {
         return known->second;
     }
     const std::uint32_t made = makeJump(function);
-    functions_[function] = made;
+    if (made != 0) {
+        functions_[function] = made;
+    }
     return made;
 }
 

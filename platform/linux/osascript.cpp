@@ -72,8 +72,13 @@ int run(const std::string& script, char** arguments) {
     for (std::string& word : *words) {
         pointers.push_back(word.data());
     }
+    // Paths of scanned files are relocated like the script's own; the script does not know the root.
+    std::vector<std::string> relocated;
     for (; *arguments != nullptr; ++arguments) {
-        pointers.push_back(*arguments);
+        relocated.push_back(root.onDisk(*arguments));
+    }
+    for (std::string& argument : relocated) {
+        pointers.push_back(argument.data());
     }
     pointers.push_back(nullptr);
     ::execv(pointers.front(), pointers.data());

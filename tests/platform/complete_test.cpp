@@ -70,12 +70,12 @@ private:
         const char* icon = "";
         const char* title = "";
         const char* text = "";
-        const char* action = "";
-        const char* button = "";
+        const char* words[4] = {"", "", "", ""};
         std::uint32_t replaces = 0;
-        ::sd_bus_message_read(message, "susssas", &program, &replaces, &icon, &title, &text, 2, &action,
-                              &button);
-        self->shown = std::string(title) + " | " + text + " | " + action + "=" + button;
+        ::sd_bus_message_read(message, "susssas", &program, &replaces, &icon, &title, &text, 4, &words[0],
+                              &words[1], &words[2], &words[3]);
+        self->shown = std::string(title) + " | " + text + " | " + words[0] + "=" + words[1] + " " + words[2] +
+                      "=" + words[3];
         self->isAsked_ = true;
         return ::sd_bus_reply_method_return(message, "u", shownID);
     }
@@ -128,7 +128,7 @@ TEST_F(Alerts, AreAnsweredByTheirButtonTheirClosingOrTheServersEnd) {
     for (const auto& [deed, answer] : cases) {
         NotificationServer server(deed);
         EXPECT_EQ(run(), answer);
-        EXPECT_EQ(server.shown, "Title | Tëxt | ok=OK");
+        EXPECT_EQ(server.shown, "Title | Tëxt | default=OK ok=OK");
     }
     EXPECT_EQ(console.take(), test::Lines{});
 }
