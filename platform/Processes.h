@@ -11,6 +11,7 @@ namespace trigora::platform {
 struct ProcessInformation {
     std::int32_t processID = 0;
     std::string name;             ///< file name of the executable
+    std::string executablePath;   ///< as installed, when it lies below the installation root
     std::uint32_t type = 0;       ///< "CFBundlePackageType" of the bundle the executable lies in, or 0
     std::uint32_t signature = 0;  ///< "CFBundleSignature" of that bundle, or 0
     std::uint32_t activeTime = 0; ///< processor time used, in sixtieths of a second
@@ -23,7 +24,7 @@ public:
     virtual ~Processes() = default;
 
     /// Every running process, in ascending order of ID. A process is listed once it has been alive for
-    /// half a second; one that has exited is not listed.
+    /// half a second, one launched here half a second after the launch; one that has exited is not listed.
     virtual std::vector<ProcessInformation> list() = 0;
     /// One of the listed processes with that name; none when there is none.
     virtual std::optional<ProcessInformation> find(const std::string& name) {

@@ -69,10 +69,16 @@ void TrLaunchApplicationManager::launchApplicationAtPath(const std::string& path
 }
 
 bool TrLaunchApplicationManager::findProcess(std::uint32_t type, std::uint32_t withCreator) const {
+    return processID(type, withCreator).has_value();
+}
+
+std::optional<std::int32_t> TrLaunchApplicationManager::processID(std::uint32_t type,
+                                                                  std::uint32_t withCreator) const {
     const std::vector<platform::ProcessInformation> processes = platform::current().processes.list();
-    return std::any_of(processes.begin(), processes.end(), [&](const auto& process) {
+    const auto found = std::find_if(processes.begin(), processes.end(), [&](const auto& process) {
         return process.signature == withCreator && process.type == type;
     });
+    return found == processes.end() ? std::nullopt : std::optional(found->processID);
 }
 
 bool TrLaunchApplicationManager::LAM_IsLaunchApplication(const std::string& name) const {
@@ -109,6 +115,7 @@ std::int32_t TrLaunchApplicationManager::launchScanAssistant() const {
 bool TrLaunchApplicationManager::launchScanAssistantWithWait() const {
     constexpr const char* function = "-[TrLaunchApplicationManager launchScanAssistantWithWait]";
     PSlog("%s Enter [Line %d] ", function, __LINE__);
+    const std::lock_guard lock(startingMutex_);
     bool isRunning = isLaunchScanAssistant();
     if (!isRunning) {
         if (launchScanAssistant() == 0) {

@@ -82,7 +82,8 @@ public:
         std::vector<platform::ProcessInformation> processes = processes_.list();
         std::erase_if(processes, [&](const auto& process) { return process.name == assistant_; });
         if (assistantListedFrom_ && clock_.monotonicSeconds() >= *assistantListedFrom_) {
-            processes.insert(processes.begin(), {rehearsedProcess, assistant_, 0, 0, 0});
+            processes.insert(processes.begin(),
+                             {rehearsedProcess, assistant_, paths::scanAssistantExecutable(), 0, 0, 0});
         }
         return processes;
     }

@@ -166,9 +166,7 @@ void ScanAssistant::launchScanningApplication(const Dictionary& request) {
     const std::string path = textAt(settings, "NextAssistantPath").value_or("");
     // Installed applications only: the path came over the bus.
     const bool isInstalled = path.starts_with("/Applications/") && path.find("/../") == std::string::npos;
-    if (isInstalled && current().fileSystem.exists(path)) {
-        current().workspace.launchApplication(path);
-    } else {
+    if (!isInstalled || current().workspace.launchApplication(path).status != 0) {
         PSlog("there is no scanning application at %@", path);
         current().runLoop.stop(0);
     }

@@ -16,7 +16,6 @@
 #include <filesystem>
 #include <future>
 #include <iterator>
-#include <set>
 #include <spawn.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -219,12 +218,27 @@ public:
         const std::optional<pid_t> processID = spawn(std::move(words), std::move(environment));
         if (processID) {
             const std::lock_guard lock(mutex_);
-            running_.insert(*processID);
+            running_[*processID] = secondsSinceMachineStart();
         }
         launched.set_value(processID);
         if (processID) {
             waitFor(*processID);
         }
+    }
+
+    /// Counts a process from now on, when its launcher can ask for it, and not from when it was made.
+    void noteLaunch(std::int32_t processID) {
+        const std::lock_guard lock(mutex_);
+        if (const auto running = running_.find(processID); running != running_.end()) {
+            running->second = secondsSinceMachineStart();
+        }
+    }
+
+    /// In seconds since the machine was started; 0 for a process that was not launched here.
+    double launchTime(std::int32_t processID) {
+        const std::lock_guard lock(mutex_);
+        const auto running = running_.find(processID);
+        return running == running_.end() ? 0 : running->second;
     }
 
     int exitStatus(std::int32_t processID) {
@@ -266,8 +280,8 @@ private:
 
     std::mutex mutex_;
     std::condition_variable exited_;
-    std::set<std::int32_t> running_;
-    std::deque<ExitStatus> statuses_; ///< in the order of the exits
+    std::map<std::int32_t, double> running_; ///< with the times of their launches
+    std::deque<ExitStatus> statuses_;        ///< in the order of the exits
 };
 
 LinuxProcesses::LinuxProcesses(const InstallationRoot& root, Bundles& bundles)
@@ -312,16 +326,22 @@ std::optional<ProcessInformation> LinuxProcesses::processWithID(std::int32_t id)
     if (!status || status->state == 'Z' || status->state == 'X') {
         return std::nullopt;
     }
-    const double age =
-        secondsSinceMachineStart() - static_cast<double>(status->startTicks) / ticksPerSecond();
+    const double start =
+        std::max(static_cast<double>(status->startTicks) / ticksPerSecond(), children_->launchTime(id));
+    const double age = secondsSinceMachineStart() - start;
     const auto executable = age >= listedAfterSeconds ? executableOf(folder) : std::nullopt;
     if (!executable) {
         return std::nullopt;
     }
-    const Kind kind = kindOfExecutable(root_.asInstalled(*executable));
+    const std::string installedPath = root_.asInstalled(*executable);
+    const Kind kind = kindOfExecutable(installedPath);
     const double sixtieths = static_cast<double>(status->processorTicks) * 60 / ticksPerSecond();
-    return ProcessInformation{id, lastPathComponent(*executable), kind.type, kind.signature,
-                              static_cast<std::uint32_t>(std::min(sixtieths, 4294967295.0))};
+    return ProcessInformation{.processID = id,
+                              .name = lastPathComponent(installedPath),
+                              .executablePath = installedPath,
+                              .type = kind.type,
+                              .signature = kind.signature,
+                              .activeTime = static_cast<std::uint32_t>(std::min(sixtieths, 4294967295.0))};
 }
 
 LinuxProcesses::Kind LinuxProcesses::kindOfExecutable(const std::string& executable) {
@@ -364,7 +384,11 @@ std::optional<std::int32_t> LinuxProcesses::launch(const std::string& executable
                      environment = environmentWithRoot(root_.path())]() mutable {
             children->startAndWait(std::move(words), std::move(environment), *launched);
         }).detach();
-        return processID.get();
+        const std::optional<std::int32_t> id = processID.get();
+        if (id) {
+            children_->noteLaunch(*id);
+        }
+        return id;
     } catch (const std::exception&) { // no thread, or no memory for what it needs
         return std::nullopt;
     }

@@ -53,8 +53,12 @@ ApplicationLaunch LinuxWorkspace::launchApplication(const std::string& path) {
         return {noSuchFile, 0};
     }
     const Command command = commandFor(path);
-    const auto processID =
-        command.program.empty() ? std::nullopt : processes_.launch(command.program, command.arguments);
+    if (command.program.empty()) {
+        return {unknownFailure, 0};
+    }
+    const bool isBundle = command.program != path && command.arguments.empty();
+    const std::optional<std::int32_t> running = isBundle ? runningProcess(command.program) : std::nullopt;
+    const auto processID = running ? running : processes_.launch(command.program, command.arguments);
     return processID ? ApplicationLaunch{0, *processID} : ApplicationLaunch{unknownFailure, 0};
 }
 
@@ -66,6 +70,12 @@ std::optional<std::string> LinuxWorkspace::findApplication(const std::string& bu
         }
     }
     return std::nullopt;
+}
+
+std::optional<std::int32_t> LinuxWorkspace::runningProcess(const std::string& program) {
+    const std::vector<ProcessInformation> processes = processes_.list();
+    const auto running = std::ranges::find(processes, program, &ProcessInformation::executablePath);
+    return running == processes.end() ? std::nullopt : std::optional(running->processID);
 }
 
 LinuxWorkspace::Command LinuxWorkspace::commandFor(const std::string& application) {

@@ -32,6 +32,7 @@ private:
     };
 
     Command commandFor(const std::string& application);
+    std::optional<std::int32_t> runningProcess(const std::string& program);
     /// Empty when no bundle of that name is installed.
     std::string bundleNamed(const std::string& name);
     /// Paths of the bundles that `findApplication` looks at.

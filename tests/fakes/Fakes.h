@@ -179,7 +179,8 @@ public:
     int waitForExit(std::int32_t processID) override;
     std::int32_t ownProcessID() override { return 1; }
 
-    std::int32_t appear(const std::string& name, std::uint32_t type = 0, std::uint32_t signature = 0);
+    std::int32_t appear(const std::string& name, std::uint32_t type = 0, std::uint32_t signature = 0,
+                        double secondsUntilListed = 0);
     /// Ends every process of that name.
     void exit(const std::string& name);
 

@@ -173,8 +173,9 @@ std::optional<std::int32_t> FakeProcesses::launch(const std::string& executableP
         onLaunch(executablePath, arguments);
     }
     const std::lock_guard lock(mutex_);
-    entries_.push_back({{++lastProcessID_, platform::lastPathComponent(executablePath), 0, 0, 0},
-                        clock_.monotonicSeconds() + 0.5});
+    entries_.push_back(
+        {{++lastProcessID_, platform::lastPathComponent(executablePath), executablePath, 0, 0, 0},
+         clock_.monotonicSeconds() + 0.5});
     return lastProcessID_;
 }
 
@@ -184,9 +185,11 @@ int FakeProcesses::waitForExit(std::int32_t processID) {
     return 0;
 }
 
-std::int32_t FakeProcesses::appear(const std::string& name, std::uint32_t type, std::uint32_t signature) {
+std::int32_t FakeProcesses::appear(const std::string& name, std::uint32_t type, std::uint32_t signature,
+                                   double secondsUntilListed) {
     const std::lock_guard lock(mutex_);
-    entries_.push_back({{++lastProcessID_, name, type, signature, 0}, 0});
+    entries_.push_back(
+        {{++lastProcessID_, name, {}, type, signature, 0}, clock_.monotonicSeconds() + secondsUntilListed});
     return lastProcessID_;
 }
 
