@@ -38,12 +38,13 @@ std::optional<DeviceTable> readDeviceTable() {
     DeviceTable rows;
     rows.reserve(lines.size());
     for (const std::string& line : lines) {
-        rows.push_back(deviceTableRow(line, keyList));
+        rows.push_back(SM_ConvertDevInfoDictionaryFromString(line, keyList));
     }
     return rows;
 }
 
-Dictionary deviceTableRow(const std::string& line, const std::vector<std::string>& keyList) {
+Dictionary SM_ConvertDevInfoDictionaryFromString(const std::string& line,
+                                                 const std::vector<std::string>& keyList) {
     constexpr std::string_view buttonPrefix = "NavBtn";
     const std::vector<std::string> fields = platform::componentsSeparatedByString(line, ",");
     Dictionary row;

@@ -19,6 +19,7 @@ std::optional<DeviceTable> readDeviceTable();
 
 /// A line's fields under the keys of their columns, without the double quotes around them. A missing field of
 /// a button stands for itself.
-Dictionary deviceTableRow(const std::string& line, const std::vector<std::string>& keyList);
+Dictionary SM_ConvertDevInfoDictionaryFromString(const std::string& line,
+                                                 const std::vector<std::string>& keyList);
 
 } // namespace trigora

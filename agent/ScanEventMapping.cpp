@@ -101,14 +101,14 @@ ScanSettingsVersion scanSettingsVersion(const std::optional<std::string>& driver
     }
     for (const std::string& path :
          {paths::scanSettingsApplication(), paths::scanSettingsApplicationInUtilities()}) {
-        if (const std::int32_t version = bundleVersion(path); version != 0) {
+        if (const std::int32_t version = SM_VersionWithPath(path); version != 0) {
             return {version, ScanSettingsVersion::Source::application, path};
         }
     }
     return {};
 }
 
-std::int32_t bundleVersion(const std::string& path) {
+std::int32_t SM_VersionWithPath(const std::string& path) {
     if (!platform::current().fileSystem.exists(path)) {
         return 0;
     }

@@ -35,7 +35,7 @@ ScanSettingsVersion scanSettingsVersion(const std::optional<std::string>& driver
 /// "L" for a local scanner with recent scan settings, else none.
 std::optional<std::string> localAddressOfVersion(std::int32_t version);
 /// A bundle's version with the points dropped (3.7.5 is 375); 0 when there is no such bundle.
-std::int32_t bundleVersion(const std::string& path);
+std::int32_t SM_VersionWithPath(const std::string& path);
 
 /// The device's model as four hexadecimal digits or more; "0000" when it is not known.
 std::string modelIDOfDevice(const std::optional<Dictionary>& deviceInfo);

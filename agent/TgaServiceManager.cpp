@@ -62,6 +62,13 @@ void TgaServiceManager::setCurrentEvent(std::optional<Dictionary> currentEvent) 
     dictionary_CurrentEvent = std::move(currentEvent);
 }
 
+void TgaServiceManager::forgetCurrentEvent(const Dictionary& event) {
+    const std::lock_guard lock(mutex_);
+    if (dictionary_CurrentEvent == event) {
+        dictionary_CurrentEvent.reset();
+    }
+}
+
 Dictionary TgaServiceManager::currentEvent() const {
     const std::lock_guard lock(mutex_);
     return dictionary_CurrentEvent.value_or(Dictionary{});

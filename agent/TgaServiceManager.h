@@ -30,8 +30,8 @@ class TrProjectInformation;
 ///     "DidFinishScannerConfirmationDistributedNotification"   -> map, look up, run the project
 ///     "DidFinishScanDistributedNotification"                  -> the runner's action, tidy up
 ///
-/// A scan assistant that exits without an answer ends the run that it was at work for; a press that waits for
-/// its confirmation is put to a new one, once.
+/// A scan assistant that exits without an answer ends the run that it was at work for; a press that has not
+/// waited long for its confirmation is put to a new one, once.
 ///
 /// A second press while one waits for its confirmation replaces it: the later press wins. Every press that
 /// fails, and every scan that ends, posts "ScanEventDidFinishNotification" exactly once.
@@ -69,6 +69,13 @@ public:
 private:
     using Observer = void (TgaServiceManager::*)(const platform::Notification&);
 
+    /// A press that waits for the confirmation of its scanner.
+    struct WaitingPress {
+        Dictionary event;
+        double since;            ///< monotonic seconds
+        bool isRepeated = false; ///< the request was, which is done once
+    };
+
     // Set-up and refresh.
     void SM_Initialize();
     void SM_Dealloc();
@@ -102,14 +109,12 @@ private:
     /// 375 for a driver that the maker's ID converter knows, else the version of the installed scan-settings
     /// application, 0 without one.
     std::int32_t SM_PeloxScanSettingVersion(const std::optional<std::string>& driverName) const;
-    /// A bundle's version with the points dropped (3.7.5 is 375); 0 when there is no such bundle.
-    std::int32_t SM_VersionWithPath(const std::string& path) const;
     /// "L" for a local scanner with recent scan settings, else none.
     std::optional<std::string> addressOfDriver(const std::optional<std::string>& driverName) const;
 
     void SM_ReadDevInfFile();
-    static Dictionary SM_ConvertDevInfoDictionaryFromString(const std::string& line,
-                                                            const std::vector<std::string>& keyList);
+    /// There is no event in progress any more, unless another has taken this one's place.
+    void forgetCurrentEvent(const Dictionary& event);
     /// Asks the scan assistant whether the scanner of an event is there.
     static void requestConfirmation(const Dictionary& event);
     /// Tells the other applications that a button event or a scan is over, however it went.
@@ -124,7 +129,7 @@ private:
     void tidyUpAfterScanAssistant();
     /// Ends a project's run that no scan assistant is at work for any more.
     static void endRunOfDeadScanAssistant();
-    void repeatRequestForConfirmation();
+    void repeatRequestForConfirmation(WaitingPress& press);
 
     // What the other applications report.
     void SM_ScanDidFinish(const platform::Notification& notification);
@@ -147,8 +152,7 @@ private:
 
     std::optional<std::int32_t> watchedScanAssistant_; ///< its process ID
     platform::RunLoop::TimerID tidyUpTimer_ = 0;       ///< 0 when there is none
-    bool isPressWaiting_ = false;                      ///< for the confirmation of its scanner
-    bool mayRepeatRequest_ = false;                    ///< once for each press
+    std::optional<WaitingPress> waitingPress_;
 
     mutable std::mutex mutex_;
     std::vector<platform::DistributedNotifications::ObserverID> observers_;

@@ -5,6 +5,7 @@
 
 #include "agent/Guarded.h"
 #include "agent/PSlog.h"
+#include "platform/Clock.h"
 #include "platform/Platform.h"
 #include "projects/TrProjectManager.h"
 #include "runners/TgaActionRunner.h"
@@ -17,6 +18,9 @@ namespace {
 
 /// What the assistant said last may still be on its way when its exit is seen.
 constexpr double secondsForLastWords = 0.25;
+
+/// A scanner that starts by itself long after the press would only surprise.
+constexpr double secondsForRepeating = 60;
 
 bool isScanAssistantRunning() {
     return TrLaunchApplicationManager::sharedLaunchApplicationManager()->isLaunchScanAssistant();
@@ -51,8 +55,11 @@ void TgaServiceManager::scanAssistantDidExit() {
 
 void TgaServiceManager::tidyUpAfterScanAssistant() {
     endRunOfDeadScanAssistant();
-    if (isPressWaiting_ && !isScanAssistantRunning()) {
-        repeatRequestForConfirmation();
+    if (waitingPress_ && waitingPress_->event != currentEvent()) {
+        waitingPress_.reset(); // another event has taken its place
+    }
+    if (waitingPress_ && !isScanAssistantRunning()) {
+        repeatRequestForConfirmation(*waitingPress_);
     }
 }
 
@@ -70,21 +77,22 @@ void TgaServiceManager::endRunOfDeadScanAssistant() {
     postScanEventDidFinish();
 }
 
-void TgaServiceManager::repeatRequestForConfirmation() {
+void TgaServiceManager::repeatRequestForConfirmation(WaitingPress& press) {
     constexpr const char* name = "-[TgaServiceManager repeatRequestForConfirmation]";
+    const double waited = platform::current().clock.monotonicSeconds() - press.since;
     const bool isRepeated =
-        mayRepeatRequest_ &&
+        !press.isRepeated && waited < secondsForRepeating &&
         TrLaunchApplicationManager::sharedLaunchApplicationManager()->launchScanAssistantWithWait();
-    mayRepeatRequest_ = false;
+    press.isRepeated = true;
     PSlog("%s [Line %d] the scan assistant exited before it confirmed the scanner, isRepeated_BOOL = %d",
           name, __LINE__, isRepeated);
     if (isRepeated) {
         watchScanAssistant();
-        requestConfirmation(currentEvent());
+        requestConfirmation(press.event);
         return;
     }
-    isPressWaiting_ = false;
-    setCurrentEvent(std::nullopt);
+    forgetCurrentEvent(press.event);
+    waitingPress_.reset();
     postScanEventDidFinish();
 }
 

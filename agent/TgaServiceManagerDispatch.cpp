@@ -9,6 +9,7 @@
 #include "agent/ScanEventRecord.h"
 #include "catalogue/TrEventManager.h"
 #include "catalogue/TrScannerDriverInformation.h"
+#include "platform/Clock.h"
 #include "platform/Desktop.h"
 #include "platform/Platform.h"
 #include "platform/Text.h"
@@ -49,8 +50,7 @@ void TgaServiceManager::SM_HandleScanEvent(const platform::AppleEvent& event, pl
     setCurrentEvent(current);
     TrLaunchApplicationManager::sharedLaunchApplicationManager()->launchScanAssistantWithWait();
     PSlog("%s Leave [Line %d] ", name, __LINE__);
-    isPressWaiting_ = true;
-    mayRepeatRequest_ = true;
+    waitingPress_ = WaitingPress{current, platform::current().clock.monotonicSeconds()};
     watchScanAssistant(); // before it is asked, which may be the end of it
     requestConfirmation(current);
 }
@@ -76,13 +76,10 @@ TgaServiceManager::SM_PeloxScanSettingVersion(const std::optional<std::string>& 
     return scanSettingsVersion(driverName).version;
 }
 
-std::int32_t TgaServiceManager::SM_VersionWithPath(const std::string& path) const {
-    return bundleVersion(path);
-}
-
 void TgaServiceManager::SM_ScannerConfirmationDidFinish(const platform::Notification& notification) {
     constexpr const char* name = "-[TgaServiceManager SM_ScannerConfirmationDidFinish:]";
     PSlog("%s Enter [Line %d] ", name, __LINE__);
+    const Dictionary event = currentEvent();
     const Dictionary userInfo = notification.userInfo.value_or(Dictionary{});
     const std::int64_t result = platform::integerAt(userInfo, "ScannerConfirmResult").value_or(-1);
     PSlog("%s [Line %d] result_Int = %d", name, __LINE__, result);
@@ -108,8 +105,8 @@ void TgaServiceManager::SM_ScannerConfirmationDidFinish(const platform::Notifica
         postScanEventDidFinish();
     }
     PSlog("%s Leave [Line %d] ", name, __LINE__);
-    setCurrentEvent(std::nullopt);
-    isPressWaiting_ = false;
+    forgetCurrentEvent(event);
+    waitingPress_.reset();
 }
 
 bool TgaServiceManager::confirmAction(const Dictionary& userInfo) {
@@ -176,8 +173,8 @@ bool TgaServiceManager::SM_EventAction(const std::string& eventID,
         project->setDriverNameAtScanSettings(*driverName);
         project->setIPAddressAtScanSettings(address);
         project->setProjectID(project->projectID()); // puts the ID into the scan settings again
+        watchScanAssistant();                        // before it is asked to scan, which may be the end of it
         TrProjectManager::sharedProjectManager()->runProject(project, driver, eventID, address);
-        watchScanAssistant();
     }
     PSlog("%s Leave [Line %d] isEventAction_BOOL = %d", name, __LINE__, isEventAction);
     return isEventAction;
@@ -187,11 +184,6 @@ void TgaServiceManager::SM_ReadDevInfFile() {
     if (auto deviceTable = readDeviceTable()) {
         array_DeviceInfoList = std::move(deviceTable);
     }
-}
-
-Dictionary TgaServiceManager::SM_ConvertDevInfoDictionaryFromString(const std::string& line,
-                                                                    const std::vector<std::string>& keyList) {
-    return deviceTableRow(line, keyList);
 }
 
 } // namespace trigora

@@ -104,9 +104,9 @@ std::int32_t TgaServiceManager::SM_RunTestScan(const Dictionary& deviceInfo) {
     if (!project || !eventID) {
         return -1;
     }
+    watchScanAssistant(); // before it is asked to scan, which may be the end of it
     TrProjectManager::sharedProjectManager()->runProject(project, driver, *eventID,
                                                          addressOfDriver(driver->driverName()));
-    watchScanAssistant();
     return 0;
 }
 

@@ -63,6 +63,7 @@ bool TgaSurveillant::setupMonitorSettings(const std::shared_ptr<TrMonitorEventIn
     string_LaunchApplicationPath = isFinder ? finder : *application;
     string_MonitorPath = *folder;
     array_FolderContents = exDirectoryContentsAtPath(string_MonitorPath).value_or(std::vector<std::string>{});
+    invalidateMonitorFolder(); // the watch of an earlier set-up
     timer_Monitor = platform::current().runLoop.addRepeatingTimer(static_cast<double>(seconds), [this] {
         guarded("-[TgaSurveillant SU_CheckMonitorFolder:]", [this] { SU_CheckMonitorFolder(); });
     });
