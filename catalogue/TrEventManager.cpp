@@ -35,19 +35,24 @@ std::optional<Dictionary> readDictionary(const std::string& path) {
     return dictionary == nullptr ? std::nullopt : std::optional(*dictionary);
 }
 
-/// What cannot be read may still be of worth to its user: it is kept under another name.
-void setAsideIfUnreadable(const std::string& path) {
-    if (platform::current().fileSystem.exists(path) && !readDictionary(path)) {
-        const std::string keptPath = path + ".damaged";
-        exRemoveItemAtPath(keptPath);
-        exMovePath(path, keptPath);
+/// What cannot be read may still be of worth to its user: it is kept under another name. False when there is
+/// nothing to keep.
+bool setAsideIfUnreadable(const std::string& path, const std::string& keptPath) {
+    if (!platform::current().fileSystem.exists(path) || readDictionary(path)) {
+        return false;
     }
+    exRemoveItemAtPath(keptPath);
+    return exMovePath(path, keptPath);
 }
 
 bool writeDictionary(const std::string& path, const Dictionary& dictionary) {
     TrFilePathUtility::sharedFilePathUtility()->createFolderPath(platform::deletingLastPathComponent(path));
-    setAsideIfUnreadable(path);
+    const std::string keptPath = path + ".damaged";
+    const bool isSetAside = setAsideIfUnreadable(path, keptPath);
     const bool isWritten = platform::current().propertyLists.write(path, dictionary, true);
+    if (!isWritten && isSetAside) {
+        exMovePath(keptPath, path); // without it, the legacy file would be taken up again
+    }
     exChangeFileAttributes(attributesOfWrittenFile(), path);
     return isWritten;
 }
@@ -83,9 +88,10 @@ Dictionary formerWatchedFolderSettings() {
     return settings;
 }
 
-/// Puts the text in, or takes out what was there before; a value that is not text is only ever replaced.
+/// Puts the text in, or, when it is empty, takes out what was there before; a value that is not text is only
+/// ever replaced.
 void replaceText(Dictionary& entry, const std::string& key, const std::optional<std::string>& text) {
-    if (text) {
+    if (text && !text->empty()) {
         entry[key] = *text;
     } else if (platform::textAt(entry, key)) {
         entry.erase(key);
@@ -252,17 +258,24 @@ void TrEventManager::setScanEventPathWithModelID(const std::optional<std::string
 }
 
 void TrEventManager::EM_ReadScanEventInformation() {
-    const bool hasCurrentFile = platform::current().fileSystem.exists(*string_CurrentScanFilePath);
-    bindings_ = readDictionary(hasCurrentFile ? *string_CurrentScanFilePath : *string_OldCurrentScanFilePath)
-                    .value_or(Dictionary());
-    bindingsInFile_ = hasCurrentFile ? bindings_ : std::nullopt;
+    hadNoFile_ = !platform::current().fileSystem.exists(*string_CurrentScanFilePath);
+    bindingsAsRead_ =
+        readDictionary(hadNoFile_ ? *string_OldCurrentScanFilePath : *string_CurrentScanFilePath)
+            .value_or(Dictionary());
+    bindings_ = bindingsAsRead_;
 }
 
 void TrEventManager::EM_WriteScanEventInformation() {
+    if (!string_CurrentScanFilePath || !bindings_) {
+        return;
+    }
     // Unchanged bindings are older than what another program may have written to the file since.
-    if (string_CurrentScanFilePath && bindings_ && bindings_ != bindingsInFile_ &&
+    const bool isFirstSave =
+        hadNoFile_ && !platform::current().fileSystem.exists(*string_CurrentScanFilePath);
+    if ((bindings_ != bindingsAsRead_ || isFirstSave) &&
         writeDictionary(*string_CurrentScanFilePath, *bindings_)) {
-        bindingsInFile_ = bindings_;
+        bindingsAsRead_ = *bindings_;
+        hadNoFile_ = false;
     }
 }
 

@@ -22,9 +22,9 @@ class TrMonitorEventInformation;
 /// settings change, so that the next use reads everything again. What is set in memory reaches the files only
 /// by a change of model or `saveEventInformation`.
 ///
-/// Button bindings are written when they differ from what was read, or when there was no file to read, as
-/// after taking over those of an earlier version. A press thus never overwrites what another program has
-/// written, and costs no write to the disk.
+/// Button bindings are written when they differ from what was read, or while there is no file, as after
+/// taking over those of an earlier version. A press thus never overwrites what another program has written,
+/// and costs no write to the disk.
 ///
 /// Entries of the settings files that the agent does not understand are written back as they were, and a file
 /// that cannot be read is moved to the same name with ".damaged" before a new one takes its place.
@@ -94,8 +94,9 @@ private:
     std::optional<std::string> string_OldCurrentScanFilePath;
     /// Event ID to project ID; none until first needed.
     std::optional<Dictionary> bindings_;
-    /// What the current file held when it was last read or written; none when there was no such file.
-    std::optional<Dictionary> bindingsInFile_;
+    /// What was last read from, or written to, the current file, or the legacy file in its place.
+    Dictionary bindingsAsRead_;
+    bool hadNoFile_ = false; ///< there was no current file then
     /// As read, or as taken over from the legacy files.
     Dictionary watchedFolderSettings_;
 };

@@ -6,7 +6,6 @@
 #include "platform/Text.h"
 
 #include <algorithm>
-#include <limits>
 
 namespace trigora {
 
@@ -51,8 +50,7 @@ void TrScannerDriverInformation::SDI_ReadCapability() {
 }
 
 std::optional<std::string> TrScannerDriverInformation::hexadecimalModelID() const {
-    constexpr std::int64_t largest = std::numeric_limits<std::int32_t>::max();
-    const std::int64_t model = std::min(modelID().value_or(0), largest);
+    const auto model = static_cast<std::int32_t>(modelID().value_or(0)); // of a larger number, its low bits
     if (model < 1) {
         return std::nullopt;
     }

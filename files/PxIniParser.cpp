@@ -45,7 +45,7 @@ void PxIniParser::INI_ReadWithPath(const std::string& path) {
     if (!text) {
         return;
     }
-    Sections& sections = files_[path];
+    Sections sections;
     for (const std::string& piece : platform::componentsSeparatedByString(*text, "[")) {
         const std::vector<std::string> nameAndBody = platform::componentsSeparatedByString(piece, "]");
         if (nameAndBody.size() == 2) {
@@ -54,6 +54,7 @@ void PxIniParser::INI_ReadWithPath(const std::string& path) {
             addKeyedText(section, nameAndBody[1]);
         }
     }
+    files_[path] = std::move(sections);
 }
 
 } // namespace trigora

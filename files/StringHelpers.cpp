@@ -30,7 +30,7 @@ std::optional<std::string> exStringWithContentsOfFile(const std::optional<std::s
         return std::nullopt;
     }
     const std::optional<Data> bytes = platform::current().fileContents.read(*path);
-    if (!bytes) {
+    if (!bytes || bytes->size() > longestTextFile) {
         return std::nullopt;
     }
     return platform::current().textEncodings.decode(*bytes, encodingOf(*bytes, encoding));
