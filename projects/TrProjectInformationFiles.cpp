@@ -41,25 +41,6 @@ std::string normalisedOption(const std::string& text) {
     return kind == '2' ? "0x0002" : "unknown";
 }
 
-/// The way down a relative path that never climbs above where it begins.
-std::string withoutClimbing(const std::string& relativePath) {
-    std::vector<std::string> way;
-    for (const std::string& component : platform::componentsSeparatedByString(relativePath, "/")) {
-        if (component == "..") {
-            if (!way.empty()) {
-                way.pop_back();
-            }
-        } else if (!component.empty() && component != ".") {
-            way.push_back(component);
-        }
-    }
-    std::string path;
-    for (const std::string& component : way) {
-        path = appendingPathComponent(path, component);
-    }
-    return path;
-}
-
 /// A key and its value as one line. A line break inside the value becomes a blank, so that it stays one.
 std::string line(const std::string& key, const std::optional<std::string>& value) {
     std::string text = value.value_or("");
@@ -198,13 +179,12 @@ void TrProjectInformation::PI_CheckFolderPath() {
         return;
     }
     const std::string text = folder.substr(mark + 1);
-    const std::string relative = withoutClimbing(text);
     if (!text.starts_with("Temp")) {
-        setFolderPathAtScanSettings(platform::expandingTildeInPath(appendingPathComponent("~/", relative)));
+        setFolderPathAtScanSettings(platform::expandingTildeInPath(appendingPathComponent("~/", text)));
         return;
     }
     const std::string temporary = TrFilePathUtility::sharedFilePathUtility()->tempFolderPath();
-    const std::string path = appendingPathComponent(temporary, lastPathComponent(relative));
+    const std::string path = appendingPathComponent(temporary, lastPathComponent(text));
     createMissingFolder(path);
     setFolderPathAtScanSettings(path);
 }

@@ -99,6 +99,7 @@ std::string moveProject(const std::string& path, const std::string& newName) {
 
 /// Makes a project that was copied or moved use the scan settings in its own folder.
 void adoptOwnScanSettings(const std::string& path) {
+    forgetParsedFiles(); // another project's may have been read under these names
     const auto project = readProject(path);
     if (!project) {
         return;
