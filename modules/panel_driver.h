@@ -100,7 +100,8 @@ typedef uint8_t PDCloseFunction(uint32_t handle, uint32_t* context);
 typedef uint8_t PDCreateJobData2Function(const PanelJobHeader* header, uint32_t reserved,
                                          uint16_t protocolVersion, uint32_t count,
                                          const PanelJobEntry* entries, void** data, uint32_t* length);
-/* Decodes the panel's answer. */
+/* Decodes the panel's answer; called for every command of a job. Data is null and length 0 where there is
+ * none. */
 typedef uint8_t PDDecodeDataFunction(stRecvJobData* choices, const void* data, uint32_t length);
 
 TRIGORA_STATIC_ASSERT(sizeof(PanelOpenBlock) == 148, "size");

@@ -31,8 +31,9 @@ typedef struct UsbPanelScanJobInfo {
     int32_t command;
     int32_t timeout;         /* passed on to the job unchanged */
     int32_t protocolVersion; /* its low 16 bits are handed to the panel driver */
-    address32 jobData;       /* encoded: filled by the agent for a list, read by it for a start */
-    uint32_t jobDataLength;  /* bytes */
+    address32
+        jobData; /* encoded: filled by the agent for a list, decoded for each command of a job; may be 0 */
+    uint32_t jobDataLength; /* bytes */
 } UsbPanelScanJobInfo;
 
 /* Gives a PANEL_RESULT. The first and the fourth argument are not looked at. */

@@ -8,9 +8,10 @@ namespace trigora {
 
 namespace {
 
-bool handOver(const std::optional<std::string>& productID, const std::string& ipAddress) {
-    return productID && TgaButtonManager::sharedButtonManager()->invokeButtonManagerJobWithPidString(
-                            *productID, ipAddress);
+bool handOver(const std::optional<std::string>& productID, const std::optional<std::string>& ipAddress) {
+    return productID && ipAddress &&
+           TgaButtonManager::sharedButtonManager()->invokeButtonManagerJobWithPidString(*productID,
+                                                                                        *ipAddress);
 }
 
 } // namespace
@@ -21,13 +22,13 @@ std::int32_t ExecuteJob_Corvane_V2(const NSMScanRequest* request) {
     }
     const std::optional<std::string> productID = fieldText(request->productID, platform::Encoding::utf8);
     const std::optional<std::string> address = fieldText(request->ipAddress, platform::Encoding::utf8);
-    return handOver(productID, address.value_or("")) ? PANEL_RESULT_DONE : PANEL_RESULT_FAILED;
+    return handOver(productID, address) ? PANEL_RESULT_DONE : PANEL_RESULT_FAILED;
 }
 
 std::int32_t ExecuteJob_Corvane_V3(const _PSMLPANELSCANJOBINFO& record, const PanelEventContext&,
                                    std::int32_t) {
     const std::shared_ptr<PanelDriver> driver = PanelDriver::create();
-    if (!driver) {
+    if (!driver || !driver->canOpen()) {
         return PANEL_RESULT_FAILED;
     }
     const std::string address = dottedAddress(record);

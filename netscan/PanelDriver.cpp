@@ -38,11 +38,14 @@ std::shared_ptr<PanelDriver> PanelDriver::create() {
     }
     const address32 progressCallback =
         platform::current().lowMemory.addressOfFunction(reinterpret_cast<void (*)()>(&pdCallback));
-    if (progressCallback == 0) {
-        PSlog("%s [Line %d] no address below 4 GiB for pdCallback", "PanelDriver", __LINE__);
-        return nullptr;
-    }
     return std::make_shared<PanelDriver>(std::move(module), progressCallback);
+}
+
+bool PanelDriver::canOpen() const {
+    if (progressCallback_ == 0) {
+        PSlog("%s [Line %d] no address below 4 GiB for pdCallback", "PanelDriver", __LINE__);
+    }
+    return progressCallback_ != 0;
 }
 
 bool PanelDriver::open(const std::string& ipAddress, PanelConnection& connection) const {

@@ -29,13 +29,15 @@ struct EncodedJobData {
 /// The panel driver module. A function that it does not export fails. Any thread.
 class PanelDriver {
 public:
-    /// Null when the module is not installed, or its progress call-back has no address below 4 GiB. Its code
-    /// is loaded with the first function that is called.
+    /// Null when the module is not installed. Its code is loaded with the first function that is called.
     static std::shared_ptr<PanelDriver> create();
 
+    /// The progress call-back is 0 where it can have no address below 4 GiB.
     PanelDriver(std::shared_ptr<platform::Bundle> module, address32 progressCallback)
         : module_(std::move(module)), progressCallback_(progressCallback) {}
 
+    /// Whether connections can be opened at all: not without an address for the progress call-back.
+    bool canOpen() const;
     bool open(const std::string& ipAddress, PanelConnection& connection) const;
     bool lock(PanelConnection& connection) const;
     void unlock(PanelConnection& connection) const;

@@ -128,10 +128,10 @@ std::int32_t RunScanJobV2(_NSMEvent*, std::int32_t, void* data, std::int32_t, vo
 
 std::int32_t SendJobInfoToPanel(_PSMLPANELSCANJOBINFO& record, PanelEventContext& manager) {
     const std::shared_ptr<PanelDriver> driver = PanelDriver::create();
-    if (!driver) {
+    if (!driver || !driver->canOpen()) {
         return PANEL_RESULT_FAILED;
     }
-    const std::string productID = fieldText(record.productID, Encoding::ascii).value_or("");
+    const std::optional<std::string> productID = fieldText(record.productID, Encoding::ascii);
     takePanelCapabilities(record.capabilityFlags, manager,
                           SVJobInterface::jobInterfaceForProductID(productID).get());
     PanelConnection connection;
@@ -155,7 +155,7 @@ std::int32_t SendJobInfoToPanel(_PSMLPANELSCANJOBINFO& record, PanelEventContext
 
 std::int32_t SendJobInfoToPanel_Dummy(const _PSMLPANELSCANJOBINFO& record, PanelEventContext&) {
     const std::shared_ptr<PanelDriver> driver = PanelDriver::create();
-    if (!driver) {
+    if (!driver || !driver->canOpen()) {
         return PANEL_RESULT_FAILED;
     }
     PanelConnection connection;

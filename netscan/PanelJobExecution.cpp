@@ -41,11 +41,11 @@ std::optional<bool> sendJobCommand(const SVJobInterface& jobInterface, std::int3
 std::int32_t ExecuteJob(const _PSMLPANELSCANJOBINFO& record, const PanelEventContext& manager,
                         std::int32_t kind) {
     const std::shared_ptr<PanelDriver> driver = PanelDriver::create();
-    if (!driver) {
+    if (!driver || (kind == NSM_EVENT_START_JOB && !driver->canOpen())) {
         return PANEL_RESULT_FAILED;
     }
-    const std::string productID = fieldText(record.productID, platform::Encoding::ascii).value_or("");
-    const std::shared_ptr<SVJobInterface> jobInterface = SVJobInterface::jobInterfaceForProductID(productID);
+    const std::shared_ptr<SVJobInterface> jobInterface =
+        SVJobInterface::jobInterfaceForProductID(fieldText(record.productID, platform::Encoding::ascii));
     if (!jobInterface) {
         return PANEL_RESULT_FAILED;
     }

@@ -18,8 +18,9 @@ std::shared_ptr<platform::Bundle> GetSVInterfaceBundle() {
     return module ? bundles.create(*module) : nullptr;
 }
 
-std::shared_ptr<SVJobInterface> SVJobInterface::jobInterfaceForProductID(const std::string& productID) {
-    std::shared_ptr<platform::Bundle> module = GetSVInterfaceBundle();
+std::shared_ptr<SVJobInterface>
+SVJobInterface::jobInterfaceForProductID(const std::optional<std::string>& productID) {
+    std::shared_ptr<platform::Bundle> module = productID ? GetSVInterfaceBundle() : nullptr;
     if (!module) {
         return nullptr;
     }
@@ -28,7 +29,7 @@ std::shared_ptr<SVJobInterface> SVJobInterface::jobInterfaceForProductID(const s
     if (operations == nullptr || operations->jobInterfaceForProductID == nullptr) {
         return nullptr;
     }
-    void* object = operations->jobInterfaceForProductID(productID.c_str());
+    void* object = operations->jobInterfaceForProductID(productID->c_str());
     return object == nullptr ? nullptr
                              : std::make_shared<SVJobInterface>(std::move(module), *operations, object);
 }

@@ -22,8 +22,9 @@ std::shared_ptr<platform::Bundle> GetSVInterfaceBundle();
 /// nothing, unless said otherwise. Any thread.
 class SVJobInterface {
 public:
-    /// Null when there is no module, or when it has nothing for this scanner.
-    static std::shared_ptr<SVJobInterface> jobInterfaceForProductID(const std::string& productID);
+    /// Null when there is no module, or when it has nothing for this scanner; none is no scanner.
+    static std::shared_ptr<SVJobInterface>
+    jobInterfaceForProductID(const std::optional<std::string>& productID);
 
     SVJobInterface(std::shared_ptr<platform::Bundle> module, const SVJobInterfaceClass& operations,
                    void* object);

@@ -68,11 +68,11 @@ void TgaButtonManager::start() {
     if (!object) {
         return;
     }
+    object->initialize(); // before the other modules' threads, which run already, can ask it anything
     {
         const std::lock_guard lock(mutex_);
         buttonManager_ = object;
     }
-    object->initialize();
     object->startNWDeviceObservation();
 }
 

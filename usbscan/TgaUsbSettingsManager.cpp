@@ -143,7 +143,7 @@ void TgaUsbSettingsManager::handleScanEvent(const platform::AppleEvent& event, p
         std::memcpy(&pid, parameter->bytes.data(), sizeof pid);
         setPid(pid);
     }
-    PSlog("pid = %d", this->pid());
+    PSlog("pid = %d", static_cast<std::int32_t>(this->pid()));
     start();
 }
 
