@@ -72,6 +72,23 @@ TEST_F(TgaServiceManagerAssistantTest, PutsAWaitingPressToANewAssistantOnce) {
     pressAndRun();
 }
 
+TEST_F(TgaServiceManagerAssistantTest, PutsNoOldOrReplacedPressToANewAssistant) {
+    start();
+    press("XY-1", "D1", 1);
+    loop.advance(3600);
+    journal.take();
+    crash();
+    EXPECT_EQ(journal.take(), Lines{finished}) << "the user has gone";
+
+    press("XY-1", "D1", 1);
+    journal.take();
+    const Dictionary later{{"driverName", "D2"}};
+    service->setCurrentEvent(later); // by a network scanner
+    crash();
+    EXPECT_EQ(journal.take(), Lines{});
+    EXPECT_EQ(service->currentEvent(), later);
+}
+
 TEST_F(TgaServiceManagerAssistantTest, HearsTheLastWordsBeforeItTidiesUp) {
     start();
     press("XY-1", "D1", 1);

@@ -155,6 +155,12 @@ TEST_F(TgaServiceManagerTest, RefusesTwoEvents) {
     }
     EXPECT_EQ(eventOfPress("XY-1", "D1", 2), "102");
     EXPECT_EQ(eventOfPress("XY-1", "D1", 5), "105");
+
+    const Dictionary later{{"driverName", "D2"}};
+    alertPanel.whileShown = [&] { service->setCurrentEvent(later); }; // by a network scanner
+    press("XY-1", "D1", 3);
+    confirm("D1", 0x123);
+    EXPECT_EQ(service->currentEvent(), later);
 }
 
 TEST_F(TgaServiceManagerTest, ReadsDamagedDeviceTablesAsMissing) {

@@ -211,6 +211,15 @@ TEST_F(TrEventManagerTest, OnlyChangedBindingsAreWritten) {
     EXPECT_EQ(manager()->projectIDWithEventID("11"), std::nullopt);
 }
 
+TEST_F(TrEventManagerTest, BindingsThatAnotherProgramWroteFirstStay) {
+    writePropertyList(formerBindingsFile, Dictionary{{"11", "701"}});
+    manager()->setScanEventPathWithModelID(std::nullopt); // there is no file yet
+    writePropertyList(bindingsFile, Dictionary{{"11", "702"}});
+    manager()->setScanEventPathWithModelID(std::nullopt);
+    EXPECT_EQ(manager()->projectIDWithEventID("11"), "702");
+    EXPECT_EQ(readPropertyList(bindingsFile), (Dictionary{{"11", "702"}}));
+}
+
 TEST_F(TrEventManagerTest, BindingsThatCouldNotBeWrittenAreTriedAgain) {
     writeFile("~/Library/Preferences/PELOX/Trigora/Settings", "no folder");
     manager()->setScanEventPathWithModelID(std::nullopt);
@@ -295,10 +304,13 @@ TEST_F(TrEventManagerTest, WatchedFoldersAreTakenOverFromTheFormerFiles) {
 }
 
 TEST_F(TrEventManagerTest, TheFirstSaveOfNoWatchedFoldersWritesEmptyEntries) {
-    installMonitorEvent();
-    manager()->saveEventInformation();
-    EXPECT_EQ(readPropertyList(watchedFile),
-              (Dictionary{{"1", Dictionary{}}, {"2", Dictionary{}}, {"3", Dictionary{}}}));
+    for (const char* defaultProject : {"", "DefaultProject=\n"}) {
+        installMonitorEvent(defaultProject);
+        TrEventManager::releaseSharedManager();
+        manager()->saveEventInformation();
+        EXPECT_EQ(readPropertyList(watchedFile),
+                  (Dictionary{{"1", Dictionary{}}, {"2", Dictionary{}}, {"3", Dictionary{}}}));
+    }
 }
 
 TEST_F(TrEventManagerTest, SavingKeepsWhatIsNotUnderstood) {

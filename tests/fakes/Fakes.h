@@ -235,10 +235,14 @@ public:
     platform::AlertAnswer run(const std::string& title, const std::string& message,
                               const std::string& button) override {
         journal_.add("alert " + title + " | " + message + " | " + button);
+        if (whileShown) {
+            whileShown();
+        }
         return answer;
     }
 
     platform::AlertAnswer answer = platform::AlertAnswer::defaultButton;
+    std::function<void()> whileShown;
 
 private:
     Journal& journal_;

@@ -80,6 +80,13 @@ TEST(ModuleHeadersTest, LowMemoryCanBeReferredTo) {
         EXPECT_EQ(trigora_pointer(trigora_address32(memory)), memory);
         trigora_low_free(memory, size);
     }
+    std::vector<void*> blocks(1000);
+    for (void*& block : blocks) {
+        ASSERT_NE(block = trigora_low_alloc(1), nullptr) << "many small blocks";
+    }
+    for (void* block : blocks) {
+        trigora_low_free(block, 1);
+    }
     EXPECT_EQ(trigora_low_alloc(0), nullptr);
     EXPECT_EQ(trigora_low_alloc(std::size_t{1} << 40U), nullptr);
 }

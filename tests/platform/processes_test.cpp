@@ -251,6 +251,23 @@ TEST_F(RealWorkspace, WhatCannotBeOpenedSaysSo) {
     EXPECT_EQ(readFile("~/out"), "My Viewer|");
 }
 
+TEST_F(RealWorkspace, AnApplicationThatRunsIsNotStartedAgain) {
+    const std::string bundle = "/Applications/Sleeper.app";
+    const std::string executable = bundle + "/Contents/MacOS/sleeper";
+    writePropertyList(bundle + "/Contents/Info.plist", Dictionary{{"CFBundleExecutable", "sleeper"}});
+    installSleep(executable);
+    const auto first = processes.launch(executable, {"30"});
+    ASSERT_TRUE(first);
+    ASSERT_TRUE(comesTrue([&] { return processes.find("sleeper").has_value(); }));
+    EXPECT_EQ(workspace.launchApplication(bundle).processID, *first);
+    ::kill(*first, SIGKILL);
+    processes.waitForExit(*first);
+    const ApplicationLaunch again = workspace.launchApplication(bundle);
+    EXPECT_EQ(again.status, 0);
+    EXPECT_NE(again.processID, *first);
+    processes.waitForExit(again.processID);
+}
+
 TEST_F(RealWorkspace, FindsApplicationsByIdentifierOneLevelDeep) {
     const Dictionary viewer{{"CFBundleIdentifier", "com.x.deep"}};
     writePropertyList("/Applications/Sub/Sub/Deep.app/Contents/Info.plist", viewer);
@@ -280,6 +297,9 @@ TEST_F(RealProcesses, OsascriptRunsScriptsByTheirOwnInterpreter) {
     };
     EXPECT_EQ(run({"/Library/Scripts/say", "a b;$HOME", home + "/out"}), 9);
     EXPECT_EQ(readFile("~/out"), root.path() + "/Library/Scripts/say|a b;$HOME|" + home + "/out|");
+    EXPECT_EQ(run({"/Library/Scripts/say", "/Users/Shared/img.pdf", home + "/out"}), 9);
+    EXPECT_NE(readFile("~/out").find("|" + root.path() + "/Users/Shared/img.pdf|"), std::string::npos)
+        << "a scanned file's path";
     const std::pair<std::vector<std::string>, int> cases[] = {
         {{"/Library/Scripts/env", "8"}, 8},
         {{"/Library/Scripts/dos"}, 6},

@@ -148,6 +148,12 @@ TEST_F(TrProjectManagerTest, ATakenNameLosesNothing) {
     writeProject(device + "/b.plg", "702", "Other");
     EXPECT_EQ(titles(TrProjectManager().customProjectListWithScannerDriver(modelDriver())),
               "701:Same 702:Other 703:d 704:- 705:Lone ");
+
+    // Nor is a name that another project has just given up still that project's.
+    std::filesystem::remove_all(onDisk(modelFolder));
+    writeProject(device + "/b.plg", "702", "a");
+    EXPECT_EQ(titles(TrProjectManager().customProjectListWithScannerDriver(modelDriver())),
+              "701:Same 702:a 703:d 704:- 705:Lone ");
 }
 
 TEST_F(TrProjectManagerTest, ADriverWithoutAModelSharesTheCommonFolder) {
