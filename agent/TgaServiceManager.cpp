@@ -31,6 +31,7 @@ TgaServiceManager::~TgaServiceManager() {
     SM_RemoveAppleEvent();
     SM_RemoveDistributedNotification();
     platform::current().runLoop.cancelTimer(tidyUpTimer_);
+    stopWaitingForScanAssistant();
     SM_Dealloc();
 }
 

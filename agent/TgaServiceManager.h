@@ -31,7 +31,8 @@ class TrProjectInformation;
 ///     "DidFinishScanDistributedNotification"                  -> the runner's action, tidy up
 ///
 /// A scan assistant that exits without an answer ends the run that it was at work for; a press that has not
-/// waited long for its confirmation is put to a new one, once.
+/// waited long for its confirmation is put to a new one, once. One that came up too late to hear the request
+/// is asked again as soon as it is on the bus.
 ///
 /// A second press while one waits for its confirmation replaces it: the later press wins. Every press that
 /// fails, and every scan that ends, posts "ScanEventDidFinishNotification" exactly once.
@@ -73,7 +74,7 @@ private:
     struct WaitingPress {
         Dictionary event;
         double since;            ///< monotonic seconds
-        bool isRepeated = false; ///< the request was, which is done once
+        bool isRepeated = false; ///< the request was put to another assistant, which is done once
     };
 
     // Set-up and refresh.
@@ -131,6 +132,18 @@ private:
     static void endRunOfDeadScanAssistant();
     void repeatRequestForConfirmation(WaitingPress& press);
 
+    /// Ends the press that waits, without a run.
+    void endWaitingPress();
+
+    // When the scan assistant comes up late.
+
+    /// Asks it to confirm the scanner of the press that waits; again when it listens only later.
+    void askScanAssistant();
+    bool isScanAssistantListening();
+    /// A look at the assistant that did not listen when it was asked.
+    void lookForScanAssistant();
+    void stopWaitingForScanAssistant();
+
     // What the other applications report.
     void SM_ScanDidFinish(const platform::Notification& notification);
     void SM_PeloxScanLaunchingDidFinish(const platform::Notification& notification);
@@ -153,6 +166,9 @@ private:
     std::optional<std::int32_t> watchedScanAssistant_; ///< its process ID
     platform::RunLoop::TimerID tidyUpTimer_ = 0;       ///< 0 when there is none
     std::optional<WaitingPress> waitingPress_;
+    std::optional<std::int32_t>
+        listeningScanAssistant_;                    ///< the process ID of one that has been seen to listen
+    platform::RunLoop::TimerID listeningTimer_ = 0; ///< 0 when there is none
 
     mutable std::mutex mutex_;
     std::vector<platform::DistributedNotifications::ObserverID> observers_;

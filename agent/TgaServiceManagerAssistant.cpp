@@ -1,16 +1,19 @@
-// What becomes of a press or a run when the scan assistant exits without an answer: crashed, killed, or asked
-// to quit just when the next press came.
+// What becomes of a press or a run when the scan assistant exits without an answer (crashed, killed, or asked
+// to quit just when the next press came), and of a press that it came up too late to hear of.
 
 #include "agent/TgaServiceManager.h"
 
 #include "agent/Guarded.h"
 #include "agent/PSlog.h"
+#include "platform/AppleEvents.h"
 #include "platform/Clock.h"
 #include "platform/Platform.h"
 #include "projects/TrProjectManager.h"
 #include "runners/TgaActionRunner.h"
 #include "runners/TgaActionRunnerManager.h"
 #include "runners/TrLaunchApplicationManager.h"
+
+#include <utility>
 
 namespace trigora {
 
@@ -21,6 +24,7 @@ constexpr double secondsForLastWords = 0.25;
 
 /// A scanner that starts by itself long after the press would only surprise.
 constexpr double secondsForRepeating = 60;
+constexpr double secondsBetweenLooks = 0.25;
 
 bool isScanAssistantRunning() {
     return TrLaunchApplicationManager::sharedLaunchApplicationManager()->isLaunchScanAssistant();
@@ -43,6 +47,7 @@ void TgaServiceManager::watchScanAssistant() {
 
 void TgaServiceManager::scanAssistantDidExit() {
     watchedScanAssistant_.reset();
+    listeningScanAssistant_.reset();
     if (tidyUpTimer_ != 0) {
         return;
     }
@@ -87,13 +92,63 @@ void TgaServiceManager::repeatRequestForConfirmation(WaitingPress& press) {
     PSlog("%s [Line %d] the scan assistant exited before it confirmed the scanner, isRepeated_BOOL = %d",
           name, __LINE__, isRepeated);
     if (isRepeated) {
-        watchScanAssistant();
-        requestConfirmation(press.event);
-        return;
+        askScanAssistant();
+    } else {
+        endWaitingPress();
     }
-    forgetCurrentEvent(press.event);
+}
+
+void TgaServiceManager::endWaitingPress() {
+    forgetCurrentEvent(waitingPress_->event);
     waitingPress_.reset();
     postScanEventDidFinish();
+}
+
+void TgaServiceManager::askScanAssistant() {
+    watchScanAssistant(); // before it is asked, which may be the end of it
+    const bool isHeard = isScanAssistantListening();
+    requestConfirmation(waitingPress_->event);
+    stopWaitingForScanAssistant();
+    if (!isHeard) {
+        listeningTimer_ = platform::current().runLoop.addRepeatingTimer(secondsBetweenLooks, [this] {
+            guarded("-[TgaServiceManager lookForScanAssistant]", [this] { lookForScanAssistant(); });
+        });
+    }
+}
+
+bool TgaServiceManager::isScanAssistantListening() {
+    const auto processID =
+        TrLaunchApplicationManager::sharedLaunchApplicationManager()->scanAssistantProcessID();
+    if (processID && processID != listeningScanAssistant_ &&
+        platform::current().appleEvents.isPresent(platform::ProcessTarget{*processID})) {
+        listeningScanAssistant_ = processID;
+    }
+    return processID && processID == listeningScanAssistant_;
+}
+
+void TgaServiceManager::lookForScanAssistant() {
+    constexpr const char* name = "-[TgaServiceManager lookForScanAssistant]";
+    if (!waitingPress_ || waitingPress_->event != currentEvent()) {
+        stopWaitingForScanAssistant();
+        return;
+    }
+    watchScanAssistant();
+    const double waited = platform::current().clock.monotonicSeconds() - waitingPress_->since;
+    if (isScanAssistantListening()) {
+        PSlog("%s [Line %d] the scan assistant came up late, waited_Double = %.1f", name, __LINE__, waited);
+        stopWaitingForScanAssistant();
+        requestConfirmation(waitingPress_->event);
+    } else if (waited >= secondsForRepeating) {
+        stopWaitingForScanAssistant(); // one that does not take a name on the bus may still answer
+        if (!isScanAssistantRunning()) {
+            PSlog("%s [Line %d] the scan assistant did not come up", name, __LINE__);
+            endWaitingPress();
+        }
+    }
+}
+
+void TgaServiceManager::stopWaitingForScanAssistant() {
+    platform::current().runLoop.cancelTimer(std::exchange(listeningTimer_, 0));
 }
 
 } // namespace trigora

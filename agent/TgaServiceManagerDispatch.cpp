@@ -51,8 +51,7 @@ void TgaServiceManager::SM_HandleScanEvent(const platform::AppleEvent& event, pl
     TrLaunchApplicationManager::sharedLaunchApplicationManager()->launchScanAssistantWithWait();
     PSlog("%s Leave [Line %d] ", name, __LINE__);
     waitingPress_ = WaitingPress{current, platform::current().clock.monotonicSeconds()};
-    watchScanAssistant(); // before it is asked, which may be the end of it
-    requestConfirmation(current);
+    askScanAssistant();
 }
 
 void TgaServiceManager::requestConfirmation(const Dictionary& event) {
@@ -107,6 +106,7 @@ void TgaServiceManager::SM_ScannerConfirmationDidFinish(const platform::Notifica
     PSlog("%s Leave [Line %d] ", name, __LINE__);
     forgetCurrentEvent(event);
     waitingPress_.reset();
+    stopWaitingForScanAssistant();
 }
 
 bool TgaServiceManager::confirmAction(const Dictionary& userInfo) {

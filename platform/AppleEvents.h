@@ -58,6 +58,8 @@ public:
     virtual std::int32_t sendWithoutReply(const AppleEventTarget& target, const AppleEvent& event) = 0;
     /// Sends and waits for the answer, up to the default time-out. Any thread.
     virtual AppleEventReply sendWaitingForReply(const AppleEventTarget& target, const AppleEvent& event) = 0;
+    /// Whether the target is there to take events; waits for nobody. Any thread.
+    virtual bool isPresent(const AppleEventTarget& target) = 0;
 };
 
 } // namespace trigora::platform

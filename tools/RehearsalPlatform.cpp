@@ -171,6 +171,7 @@ public:
                                                   const platform::AppleEvent& event) override {
         return {sendWithoutReply(target, event), {}};
     }
+    bool isPresent(const platform::AppleEventTarget&) override { return true; }
 
     void receive(const platform::AppleEvent& event) {
         const auto handler = handlers_.find({event.eventClass, event.eventID});

@@ -2,12 +2,14 @@
 #include "companions/PScanAssistant/ScanAssistant.h"
 #include "platform/linux/LinuxPlatform.h"
 #include "platform/linux/bus/BusConnection.h"
+#include "platform/linux/bus/BusNames.h"
 #include "platform/linux/bus/Guarded.h"
 #include "platform/linux/bus/LinuxRunLoop.h"
 
 #include <csignal>
 #include <cstdlib>
 #include <string>
+#include <unistd.h>
 
 namespace {
 
@@ -31,6 +33,10 @@ int runScanAssistant() {
     companions::SaneScanners scanners;
     companions::ScanAssistant assistant(
         scanners, [&real](const std::string& folder) { return real->root().onDisk(folder); });
+    // Now that it listens: whoever asked before may ask again.
+    if (real->bus() != nullptr) {
+        real->bus()->requestName(platform::bus::processName(::getpid()));
+    }
     const int exitCode = loop.run();
     if (!assistant.end()) {
         // The scanner does not let go of its thread; what it was writing has no name and goes with us.

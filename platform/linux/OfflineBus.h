@@ -28,6 +28,7 @@ public:
     AppleEventReply sendWaitingForReply(const AppleEventTarget&, const AppleEvent&) override {
         return {procNotFound, {}};
     }
+    bool isPresent(const AppleEventTarget&) override { return false; }
 };
 
 } // namespace trigora::platform

@@ -89,6 +89,28 @@ TEST_F(TgaServiceManagerAssistantTest, PutsNoOldOrReplacedPressToANewAssistant) 
     EXPECT_EQ(service->currentEvent(), later);
 }
 
+TEST_F(TgaServiceManagerAssistantTest, AsksAnAssistantThatComesUpLateAgain) {
+    start();
+    appleEvents.isAnybodyPresent = false;
+    press("XY-1", "D1", 1);
+    journal.take();
+    loop.advance(5);
+    EXPECT_EQ(journal.take(), Lines{});
+    appleEvents.isAnybodyPresent = true;
+    loop.advance(5);
+    EXPECT_EQ(journal.take(), Lines{confirmationRequested[0]}) << "once";
+    confirm("D1", 0x123);
+    EXPECT_TRUE(isRunning());
+
+    appleEvents.isAnybodyPresent = false;
+    crash();
+    processes.launches = false;
+    press("XY-1", "D1", 1);
+    journal.take();
+    loop.advance(3600);
+    EXPECT_EQ(journal.take(), Lines{finished}) << "it never comes";
+}
+
 TEST_F(TgaServiceManagerAssistantTest, HearsTheLastWordsBeforeItTidiesUp) {
     start();
     press("XY-1", "D1", 1);

@@ -154,6 +154,9 @@ public:
                                   const platform::AppleEvent& event) override;
     platform::AppleEventReply sendWaitingForReply(const platform::AppleEventTarget& target,
                                                   const platform::AppleEvent& event) override;
+    bool isPresent(const platform::AppleEventTarget&) override { return isAnybodyPresent; }
+
+    bool isAnybodyPresent = true;
 
     /// An event from outside; gives the reply that the handler filled in, or the status -1708.
     platform::AppleEventReply receive(const platform::AppleEvent& event);

@@ -258,6 +258,10 @@ bool BusAppleEvents::handle(const AppleEvent& event, AppleEvent& reply) const {
     return guarded([&] { handler(event, reply); });
 }
 
+bool BusAppleEvents::isPresent(const AppleEventTarget& target) {
+    return connection_.ownerOf(bus::nameOf(target)).has_value();
+}
+
 std::optional<std::string> BusAppleEvents::find(const AppleEventTarget& target) {
     const auto* process = std::get_if<ProcessTarget>(&target);
     if (process != nullptr && process->processID == getpid()) {

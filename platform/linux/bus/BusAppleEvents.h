@@ -30,6 +30,7 @@ public:
     std::int32_t sendWithoutReply(const AppleEventTarget& target, const AppleEvent& event) override;
     /// An event that the main thread sends to this very program is handled inside the call.
     AppleEventReply sendWaitingForReply(const AppleEventTarget& target, const AppleEvent& event) override;
+    bool isPresent(const AppleEventTarget& target) override;
 
 private:
     static int sendCalled(sd_bus_message* message, void* appleEvents, sd_bus_error* error);
