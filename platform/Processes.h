@@ -41,6 +41,8 @@ public:
                                                const std::vector<std::string>& arguments) = 0;
     /// Waits until a launched process has exited; gives its exit status, or -1 when it is not known.
     virtual int waitForExit(std::int32_t processID) = 0;
+    /// Whether a launched process has not exited yet, listed or not.
+    virtual bool isRunning(std::int32_t processID) = 0;
     virtual std::int32_t ownProcessID() = 0;
 };
 

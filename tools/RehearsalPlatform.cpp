@@ -102,6 +102,7 @@ public:
         return rehearsedProcess;
     }
     int waitForExit(std::int32_t) override { return 0; }
+    bool isRunning(std::int32_t) override { return false; }
     std::int32_t ownProcessID() override { return processes_.ownProcessID(); }
 
     void endAssistant() { assistantListedFrom_.reset(); }

@@ -241,6 +241,11 @@ public:
         return running == running_.end() ? 0 : running->second;
     }
 
+    bool isRunning(std::int32_t processID) {
+        const std::lock_guard lock(mutex_);
+        return running_.count(processID) != 0;
+    }
+
     int exitStatus(std::int32_t processID) {
         std::unique_lock lock(mutex_);
         exited_.wait(lock, [&] { return running_.count(processID) == 0; });
@@ -395,6 +400,8 @@ std::optional<std::int32_t> LinuxProcesses::launch(const std::string& executable
 }
 
 int LinuxProcesses::waitForExit(std::int32_t processID) { return children_->exitStatus(processID); }
+
+bool LinuxProcesses::isRunning(std::int32_t processID) { return children_->isRunning(processID); }
 
 std::int32_t LinuxProcesses::ownProcessID() { return ::getpid(); }
 

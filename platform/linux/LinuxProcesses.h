@@ -32,6 +32,8 @@ public:
                                        const std::vector<std::string>& arguments) override;
     /// -1 for a process that was not launched here, that a signal ended, or that was waited for already.
     int waitForExit(std::int32_t processID) override;
+    /// False for a process that was not launched here.
+    bool isRunning(std::int32_t processID) override;
     std::int32_t ownProcessID() override;
 
     class Children;

@@ -180,6 +180,7 @@ public:
     std::optional<std::int32_t> launch(const std::string& executablePath,
                                        const std::vector<std::string>& arguments) override;
     int waitForExit(std::int32_t processID) override;
+    bool isRunning(std::int32_t processID) override;
     std::int32_t ownProcessID() override { return 1; }
 
     std::int32_t appear(const std::string& name, std::uint32_t type = 0, std::uint32_t signature = 0,

@@ -185,6 +185,12 @@ int FakeProcesses::waitForExit(std::int32_t processID) {
     return 0;
 }
 
+bool FakeProcesses::isRunning(std::int32_t processID) {
+    const std::lock_guard lock(mutex_);
+    return std::any_of(entries_.begin(), entries_.end(),
+                       [&](const Entry& entry) { return entry.information.processID == processID; });
+}
+
 std::int32_t FakeProcesses::appear(const std::string& name, std::uint32_t type, std::uint32_t signature,
                                    double secondsUntilListed) {
     const std::lock_guard lock(mutex_);

@@ -100,6 +100,7 @@ TEST_F(RealProcesses, AreListedFromHalfASecondToTheirExit) {
     ASSERT_NE(listed(*id), nullptr);
     EXPECT_EQ(listed(*id)->name, "a) name (of over 15 bytes");
 
+    EXPECT_TRUE(processes.isRunning(*id));
     ::kill(*id, SIGKILL);
     EXPECT_EQ(processes.waitForExit(*id), -1);
     EXPECT_EQ(listed(*id), nullptr);
@@ -123,6 +124,7 @@ TEST_F(RealProcesses, GiveTheirExitStatusAndLeaveNoZombies) {
     const auto waited = processes.launch("/bin/sh", {"-c", "exit 7"});
     ASSERT_TRUE(waited);
     EXPECT_EQ(processes.waitForExit(*waited), 7);
+    EXPECT_FALSE(processes.isRunning(*waited));
     EXPECT_EQ(processes.waitForExit(*waited), -1);
     EXPECT_EQ(processes.waitForExit(::getppid()), -1);
     std::vector<std::int32_t> ids;
