@@ -28,6 +28,7 @@ constexpr std::int32_t found = 1;
 constexpr std::int32_t notFound = -2;
 constexpr int mostRetries = 101;
 constexpr std::int64_t retryPause = 200000; // microseconds
+constexpr std::int64_t exitPollPause = 20000;
 
 /// The look-up must not run twice at once: 1 while it runs.
 std::atomic<int> gCallLock = 0;
@@ -77,8 +78,11 @@ std::optional<std::string> nameInReply(const platform::AppleEvent& reply) {
     return platform::isValidUtf8(name) ? std::optional(std::move(name)) : std::nullopt;
 }
 
-std::int32_t askScanSettingsApplication(const char* productID, char* destination) {
-    const std::shared_ptr<platform::Bundle> application = scanSettingsApplication();
+bool isGivenUp(const GivesUp& givesUp) { return givesUp && givesUp(); }
+
+std::int32_t askScanSettingsApplication(const char* productID, char* destination, const GivesUp& givesUp) {
+    const std::shared_ptr<platform::Bundle> application =
+        isGivenUp(givesUp) ? nullptr : scanSettingsApplication();
     if (!application) {
         return notFound;
     }
@@ -90,14 +94,17 @@ std::int32_t askScanSettingsApplication(const char* productID, char* destination
         return notFound;
     }
     destination[0] = 0;
-    ConvertFromPID(productID, destination);
-    processes.waitForExit(*process);
+    ConvertFromPID(productID, destination, givesUp);
+    // Looked at again and again, and not waited for at once: the application may never quit.
+    while (processes.isRunning(*process) && !isGivenUp(givesUp)) {
+        platform::current().clock.sleepMicroseconds(exitPollPause);
+    }
     return destination[0] != 0 ? found : notFound;
 }
 
 } // namespace
 
-std::int32_t getDSName(const char* productID, char* destination) {
+std::int32_t getDSName(const char* productID, char* destination, const GivesUp& givesUp) {
     const CallLock lock;
     if (!lock.isTaken()) {
         return 0;
@@ -109,10 +116,10 @@ std::int32_t getDSName(const char* productID, char* destination) {
         copyName(*name, destination);
         return found;
     }
-    return askScanSettingsApplication(productID, destination);
+    return askScanSettingsApplication(productID, destination, givesUp);
 }
 
-void ConvertFromPID(const char* productID, char* destination) {
+void ConvertFromPID(const char* productID, char* destination, const GivesUp& givesUp) {
     if (productID == nullptr || destination == nullptr) {
         return;
     }
@@ -124,7 +131,8 @@ void ConvertFromPID(const char* productID, char* destination) {
     const platform::SignatureTarget target{fourCharCode("UsSe")};
     platform::AppleEvents& appleEvents = platform::current().appleEvents;
     platform::AppleEventReply reply = appleEvents.sendWaitingForReply(target, event);
-    for (int retries = 0; reply.status == platform::procNotFound && retries < mostRetries; ++retries) {
+    for (int retries = 0;
+         reply.status == platform::procNotFound && retries < mostRetries && !isGivenUp(givesUp); ++retries) {
         platform::current().clock.sleepMicroseconds(retryPause);
         reply = appleEvents.sendWaitingForReply(target, event);
     }

@@ -69,7 +69,7 @@ std::int32_t TgaNetworkSettingsManager::answerDiscovery(const _NSMDiscovery& dis
         return answerFor(isServedByJobInterface(*productID)); // its panel picks from job lists
     }
     char driverName[driverNameSize] = {};
-    if (getDSName(productID->c_str(), driverName) == 1) {
+    if (getDSName(productID->c_str(), driverName, [this] { return isStopping_.load(); }) == 1) {
         setDSName(driverName, productID);
         return NSM_SCANNER_SERVED;
     }
@@ -82,7 +82,8 @@ bool TgaNetworkSettingsManager::askDriverName(const std::string& productID, cons
     // time to answer.
     constexpr std::int64_t pollTime = 1000000;
     constexpr std::int64_t pollPause = 10000; // microseconds
-    if (!TrLaunchApplicationManager::sharedLaunchApplicationManager()->launchScanAssistantWithWait()) {
+    if (isStopping_ ||
+        !TrLaunchApplicationManager::sharedLaunchApplicationManager()->launchScanAssistantWithWait()) {
         return false;
     }
     platform::current().notifications.post("ReplyDriverNameWithIPAddressDistributedNotification",

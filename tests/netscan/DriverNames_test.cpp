@@ -16,6 +16,10 @@ const std::string question = "send PLsc/PSir to UsSe ----:utf8:50494420303134"
 
 class DriverNames : public test::PlatformTest {
 protected:
+    /// The settings application quits while it is waited for.
+    DriverNames() {
+        clock.onSleep = [this] { processes.exit("Settings"); };
+    }
     void installScanSettings(const std::string& path) {
         writePropertyList(path + "/Contents/Info.plist", Dictionary{{"CFBundleExecutable", "Settings"}});
         writeFile(path + "/Contents/MacOS/Settings", "");
@@ -60,7 +64,8 @@ TEST_F(DriverNames, ComeFromTheScanSettingsWhileTheyRun) {
     EXPECT_EQ(name(), "GX Scanner");
     EXPECT_EQ(journal.take(),
               (Lines{"launch " + paths::scanSettingsApplicationInUtilities() + "/Contents/MacOS/Settings -S",
-                     question, "wait 101"}));
+                     question}));
+    EXPECT_FALSE(processes.isRunning(101)) << "its exit is waited for";
     installScanSettings(paths::scanSettingsApplication());
     EXPECT_EQ(ask(), 1);
     EXPECT_EQ(journal.take().front(),

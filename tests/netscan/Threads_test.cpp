@@ -86,6 +86,7 @@ protected:
     std::atomic<bool> isStopping = false;
     std::atomic<int> calls = 0;
     std::atomic<int> results = 0;
+    std::atomic<bool> isAsked = false;
     std::vector<std::thread> threads;
 };
 
@@ -115,18 +116,50 @@ TEST_F(BusyModule, MayCallOnManyThreadsWhileSettingsChangeAndTheAgentEnds) {
 }
 
 TEST_F(BusyModule, AStopEndsTheWaitForAnAnswer) {
-    writePropertyList(paths::imageCaptureDriver() + "/Contents/Info.plist",
-                      Dictionary{{"CFBundleShortVersionString", "5.4"}});
-    processes.appear("PScanAssistant");
     clock.processorShare = 0; // the time to wait never passes
-    std::atomic<bool> isAsked = false;
-    notifications.onPost("ReplyDriverNameWithIPAddressDistributedNotification",
-                         [&](const auto&) { isAsked = true; });
-    manager->readNetworkScanSettingsFile();
-    while (!isAsked) {
-        std::this_thread::yield();
+    const std::string settings = paths::scanSettingsApplication();
+    const std::function<void()> waits[] = {
+        // The scan settings never quit.
+        [&] {
+            writePropertyList(settings + "/Contents/Info.plist",
+                              Dictionary{{"CFBundleExecutable", "Settings"}});
+            writeFile(settings + "/Contents/MacOS/Settings", "");
+            appleEvents.answer = [this](const auto&, const auto&) {
+                isAsked = true;
+                return platform::AppleEventReply{platform::errAETimeout, {}};
+            };
+        },
+        // They do not come up.
+        [this] {
+            appleEvents.answer = [this](const auto&, const auto&) {
+                while (!isStopping) {
+                    isAsked = true;
+                }
+                return platform::AppleEventReply{platform::procNotFound, {}};
+            };
+        },
+        // The scan assistant never answers.
+        [&] {
+            remove(settings);
+            writePropertyList(paths::imageCaptureDriver() + "/Contents/Info.plist",
+                              Dictionary{{"CFBundleShortVersionString", "5.4"}});
+            processes.appear("PScanAssistant");
+            notifications.onPost("ReplyDriverNameWithIPAddressDistributedNotification",
+                                 [this](const auto&) { isAsked = true; });
+        },
+    };
+    for (const auto& prepare : waits) {
+        isAsked = false;
+        prepare();
+        manager->readNetworkScanSettingsFile();
+        while (!isAsked) {
+            std::this_thread::yield();
+        }
+        journal.take();
+        EXPECT_EQ(manager->stopNetworkService(), 1);
+        const auto isQuestion = [](const std::string& line) { return line.starts_with("send "); };
+        EXPECT_EQ(std::ranges::count_if(journal.take(), isQuestion), 0);
     }
-    EXPECT_EQ(manager->stopNetworkService(), 1);
 }
 
 } // namespace
