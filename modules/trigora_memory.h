@@ -8,14 +8,15 @@
 #ifndef TRIGORA_MEMORY_H
 #define TRIGORA_MEMORY_H
 
-#ifndef _GNU_SOURCE
-#define _GNU_SOURCE
-#endif
-
 #include <stddef.h>
 #include <stdint.h>
 #include <string.h>
 #include <sys/mman.h>
+
+/* Standard C keeps it back. */
+#ifndef MAP_ANONYMOUS
+#include <asm/mman.h>
+#endif
 
 #ifdef __cplusplus
 extern "C" {

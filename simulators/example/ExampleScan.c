@@ -1,6 +1,8 @@
 /* A network-scan module on one page. It knows one scanner, which announces itself every half a minute while
  * the service runs; when the agent serves it, its panel asks for the list of jobs. */
 
+#define _POSIX_C_SOURCE 200809L /* the clock, in standard C */
+
 #include "modules/network_scan.h"
 
 #include <pthread.h>

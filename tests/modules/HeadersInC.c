@@ -1,3 +1,6 @@
+/* Whatever comes first settles what the headers of the system offer to those behind it. */
+#include <stdio.h>
+
 #include "tests/modules/HeadersInC.h"
 
 #include "modules/button_manager.h"
