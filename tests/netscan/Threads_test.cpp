@@ -1,12 +1,18 @@
+#include "agent/TgaApplicationDelegate.h"
+#include "tests/agent/ScanEventBytes.h"
 #include "tests/netscan/NetworkPanelTest.h"
 #include "usbscan/TgaButtonManager.h"
+#include "usbscan/TgaUsbSettingsManager.h"
 
 #include <thread>
 
 namespace trigora {
 namespace {
 
-/// A module that calls back on eight threads from its start until its stop, as fast as it can.
+using test::Lines;
+
+/// Modules that call back on eight threads from the network service's start until its stop, as fast as they
+/// can.
 class BusyModule : public test::NetworkPanelTest {
 protected:
     BusyModule() {
@@ -49,32 +55,44 @@ protected:
         }
         threads.clear();
     }
+    enum Call { discovery, error, simpleScan, command, list, end, usbCommand, usbList, usbEnd, callCount };
     void callBack(int round, address32 productID, void* context) {
+        const auto call = static_cast<std::size_t>(round % callCount);
+        const std::int32_t job = round / callCount % 5; // every command comes with every kind
+        answers[call] |= 1U << answerTo(static_cast<Call>(call), job, productID, context);
+    }
+    std::int32_t answerTo(Call call, std::int32_t jobCommand, address32 productID, void* context) {
         _NSMDiscovery found = announcement;
-        _PSMLPANELSCANJOBINFO job = record;
+        found.productID = productID;
         NSMScanRequest request{};
         test::setField(request.modelName, "Scanner One");
         test::setField(request.ipAddress, "192.168.0.1");
-        found.productID = productID;
-        job.command = round % 6;
-        switch (round % 6) {
-        case 0:
-            results |= discoveryCallBack(&found, context);
-            break;
-        case 1:
-            results |= eventCallback(nullptr, 3, &request, 0, context);
-            break;
-        case 2:
-            results |= errorCallback(1, 2, "an error", context);
-            break;
+        _PSMLPANELSCANJOBINFO job = record;
+        job.command = jobCommand;
+        UsbPanelScanJobInfo usbJob{};
+        usbJob.command = jobCommand;
+        usbJob.protocolVersion = newList;
+        PanelJobFlags* const usb = usbManager.get();
+        switch (call) {
+        case discovery:
+            return discoveryCallBack(&found, context);
+        case error:
+            return errorCallback(1, 2, "an error", context);
+        case simpleScan:
+            return eventCallback(nullptr, NSM_EVENT_SIMPLE_SCAN, &request, 0, context);
+        case command:
+        case list:
+        case end:
+            return eventCallback(nullptr, NSM_EVENT_START_JOB + (call - command), &job, 0, context);
         default:
-            results |= eventCallback(nullptr, 1 + round % 6, &job, 0, context);
+            return UsbEventCallbackProc(nullptr, PSML_STRUCT_PANELSCAN_START + (call - usbCommand), &usbJob,
+                                        0, usb);
         }
     }
     /// Lets the threads make some calls.
     void letThemCall(int count) {
-        const int end = calls + count;
-        while (calls < end) {
+        const int until = calls + count;
+        while (calls < until) {
             std::this_thread::yield();
         }
     }
@@ -85,33 +103,65 @@ protected:
     std::vector<address32> productIDs;
     std::atomic<bool> isStopping = false;
     std::atomic<int> calls = 0;
-    std::atomic<int> results = 0;
+    std::array<std::atomic<unsigned>, callCount> answers{}; ///< a bit for each that has been given
+    const std::shared_ptr<TgaUsbSettingsManager> usbManager =
+        TgaUsbSettingsManager::sharedUsbSettingsManager();
     std::atomic<bool> isAsked = false;
     std::vector<std::thread> threads;
 };
 
-TEST_F(BusyModule, MayCallOnManyThreadsWhileSettingsChangeAndTheAgentEnds) {
+TEST_F(BusyModule, MayCallWhileAButtonIsPressedSettingsChangeAndTheAgentEnds) {
     jobs.list = R"([{"name": "One"}, {"name": "Two"}])";
     jobs.password = "secret";
+    panel.encodedAt = trigora_pointer(lowText("list"));
     idConverter.twainIDs["PID 3"] = "GX Scanner";
+    makeFolder(paths::quilloApplication());
+    installButtonManager(paths::quilloButtonManagerModule());
+    buttonManagerServes = false;
     // The newer driver and its assistant are there too, so that some announcements wait for an answer.
     writePropertyList(paths::imageCaptureDriver() + "/Contents/Info.plist",
                       Dictionary{{"CFBundleShortVersionString", "5.4"}});
     processes.appear("PScanAssistant");
-    manager->readNetworkScanSettingsFile();
-    letThemCall(20);
-    startButtonManager();
-    buttonManagerServes = false;
-    letThemCall(20);
-    manager->readNetworkScanSettingsFile();
+    const auto readSettings = [this] { manager->readNetworkScanSettingsFile(); };
+    const auto buttonManager = TgaButtonManager::sharedButtonManager();
+    TgaApplicationDelegate delegate(
+        {{"network", readSettings, [this] { manager->stopNetworkService(); }, readSettings},
+         {"USB", [this] { usbManager->registerEvent(); }, {}, {}},
+         {"buttons", [&] { buttonManager->start(); }, [&] { buttonManager->stop(); }, {}}});
+    const auto press = [this] {
+        appleEvents.receive(test::scanButtonEvent(test::scanEventBytes("XY-1", "D1", 1)));
+        loop.runPending();
+        notifications.receive("DidFinishScannerConfirmationDistributedNotification",
+                              Dictionary{{"ScannerConfirmResult", 0}});
+    };
+    const int enough = threadCount * callCount * 5;
+
+    delegate.applicationDidFinishLaunching();
+    letThemCall(enough);
+    press();
+    letThemCall(enough);
+    notifications.receive("NetworkSettingsDidChangeNotification", {});
+    letThemCall(enough);
     buttonManagerServes = true;
-    letThemCall(20);
-    loop.runPending();
-    TgaButtonManager::sharedButtonManager()->stop();
-    EXPECT_EQ(manager->stopNetworkService(), 1);
+    press();
+    letThemCall(enough);
+    delegate.applicationWillTerminate();
+
     EXPECT_TRUE(threads.empty());
-    EXPECT_GT(calls, 60);
-    EXPECT_EQ(results & ~(1 | 2 | 8 | 9), 0);
+    const auto answersOf = [&](Call call) { return answers[call].load(); };
+    const unsigned done = 1U << PANEL_RESULT_DONE;
+    EXPECT_EQ(answersOf(discovery), 1U << NSM_SCANNER_SERVED | 1U << NSM_SCANNER_NOT_SERVED);
+    // Busy while the button's project runs, failed when the button manager takes over in between.
+    EXPECT_EQ(answersOf(simpleScan) & ~(1U << PANEL_RESULT_BUSY | 1U << PANEL_RESULT_FAILED), done);
+    for (const Call call : {error, command, list, end, usbCommand, usbList, usbEnd}) {
+        EXPECT_EQ(answersOf(call), done) << call;
+    }
+    const Lines lines = journal.take();
+    for (const char* line : {"invoke 0 192.168.0.1", "invoke 0", "continueJob", "completeJob", "cancelJob",
+                             "keepAliveJob", "completeJobInContext", "processEvent 2 PID 0142 192.168.0.1"}) {
+        EXPECT_NE(std::ranges::find(lines, line), lines.end()) << line;
+    }
+    EXPECT_EQ(lines.back(), "ButtonManager stopNWDeviceObservation");
     EXPECT_EQ(manager->dsNameWithScopeList("PID 3").value_or("GX Scanner"), "GX Scanner");
 }
 
