@@ -7,14 +7,17 @@
 #include <csignal>
 #include <fcntl.h>
 #include <filesystem>
+#include <fstream>
 #include <spawn.h>
+#include <sstream>
 #include <sys/wait.h>
 #include <unistd.h>
 
 namespace trigora::test {
 
 Child::Child(const std::string& program, const std::vector<std::string>& arguments,
-             const std::string& errorFile) {
+             const std::string& errorFile)
+    : errorFile_(errorFile) {
     std::vector<std::string> words{program};
     words.insert(words.end(), arguments.begin(), arguments.end());
     std::vector<char*> pointers;
@@ -36,6 +39,9 @@ Child::~Child() {
         signal(SIGKILL);
         waitpid(processID_, nullptr, 0);
     }
+    std::ostringstream errors;
+    errors << std::ifstream(errorFile_).rdbuf();
+    EXPECT_EQ(errors.str().find("Sanitizer"), std::string::npos) << errors.str();
 }
 
 void Child::signal(int number) const { kill(processID_, number); }
@@ -114,7 +120,8 @@ bool RunningAgentTest::waitUntil(const std::function<bool()>& condition) {
 bool RunningAgentTest::isOnBus(const std::string& name) { return connection_->ownerOf(name).has_value(); }
 
 std::unique_ptr<Child> RunningAgentTest::launchAgent(const std::vector<std::string>& arguments) {
-    return std::make_unique<Child>(onDisk(paths::agentExecutable()), arguments, home + "/agent.err");
+    const std::string errorFile = home + "/agent" + std::to_string(++agentsLaunched_) + ".err";
+    return std::make_unique<Child>(onDisk(paths::agentExecutable()), arguments, errorFile);
 }
 
 void RunningAgentTest::startAgent() {

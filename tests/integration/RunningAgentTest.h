@@ -12,10 +12,11 @@
 
 namespace trigora::test {
 
-/// A program started by a test; it is killed and waited for at the end, should it still run.
+/// A program started by a test; it is killed and waited for at the end, should it still run. What a sanitizer
+/// has found in it until then fails the test.
 class Child {
 public:
-    /// Standard error goes to the file.
+    /// Standard error goes to the file, which is the child's own.
     Child(const std::string& program, const std::vector<std::string>& arguments,
           const std::string& errorFile);
     ~Child();
@@ -27,6 +28,7 @@ public:
     int exitStatus();
 
 private:
+    std::string errorFile_;
     int processID_ = 0;
     int status_ = -1;
 };
@@ -40,7 +42,7 @@ protected:
 
     std::unique_ptr<Child> launchAgent(const std::vector<std::string>& arguments = {});
     /// What the agent started last has written to its standard error.
-    std::string agentErrors() { return readFile("~/agent.err"); }
+    std::string agentErrors() { return readFile("~/agent" + std::to_string(agentsLaunched_) + ".err"); }
     /// Starts the agent and waits until it can be spoken to.
     void startAgent();
     /// Starts a scan assistant and waits until it listens and is listed as a process.
@@ -53,6 +55,8 @@ protected:
     /// A press of the bound button goes all the way: the viewer is given the scanned file.
     void expectBoundPressWorks();
 
+    /// Posts as another program would.
+    void post(const std::string& name) { busNotifications_->post(name, std::nullopt, true); }
     /// Takes part in the bus until the condition holds; false when that takes more than ten seconds.
     bool waitUntil(const std::function<bool()>& condition);
     /// The names of the notifications heard since the last call.
@@ -71,6 +75,7 @@ private:
     bool isOnBus(const std::string& name);
 
     std::string root_;
+    int agentsLaunched_ = 0;
     platform::LinuxRunLoop busLoop_;
     std::unique_ptr<platform::BusConnection> connection_;
     std::unique_ptr<platform::BusNotifications> busNotifications_;
