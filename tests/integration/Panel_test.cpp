@@ -360,8 +360,8 @@ TEST_F(PanelTest, ScansToThisComputer) {
 }
 
 TEST_F(PanelTest, KeepsTheModulesErrorAndTellsItTheComputersName) {
-    writePropertyList("~/Library/Preferences/PELOX/Trigora/Settings/NetWorkScanSetting.plist",
-                      Dictionary{{"PCName", "Büro"}});
+    const std::string settings = "~/Library/Preferences/PELOX/Trigora/Settings/NetWorkScanSetting.plist";
+    writePropertyList(settings, Dictionary{{"PCName", "Büro"}});
     startAgent();
     const json name = takeCall("NSMSetPCName");
     EXPECT_EQ(name["name"], "Büro");
@@ -369,6 +369,21 @@ TEST_F(PanelTest, KeepsTheModulesErrorAndTellsItTheComputersName) {
     EXPECT_EQ(panel("error --text jammed").exitCode, 0);
     EXPECT_EQ(readPropertyList("~/Library/Preferences/PELOX/Trigora/Settings/NetWorkLogInfo.plist"),
               (Dictionary{{"NetWorkLogInfo", "jammed"}}));
+
+    writePropertyList(settings, Dictionary{{"PCName", "Desk"}});
+    takeCalls();
+    post("NetworkSettingsDidChangeNotification");
+    Lines calls;
+    json last = json::object();
+    EXPECT_TRUE(waitUntil([&] {
+        for (const json& call : takeCalls()) {
+            calls.push_back(call["call"]);
+            last = call;
+        }
+        return calls.size() >= 3;
+    }));
+    EXPECT_EQ(calls, (Lines{"NSMStopService", "NSMStartService", "NSMSetPCName"}));
+    EXPECT_EQ(last.value("name", ""), "Desk");
 }
 
 TEST_F(PanelTest, EndsWhilePanelsAreBeingAnswered) {
@@ -392,6 +407,10 @@ TEST_F(PanelTest, EndsWhilePanelsAreBeingAnswered) {
     EXPECT_TRUE(waitForExit(*agent));
     EXPECT_EQ(agent->exitStatus(), 0) << agentErrors();
     EXPECT_EQ(usb.get().exitCode, 3) << "nobody is left to answer";
+    Lines ends = takeCallNames();
+    std::erase_if(
+        ends, [](const std::string& name) { return !name.starts_with("stop") && name != "NSMStopService"; });
+    EXPECT_EQ(ends, (Lines{"NSMStopService", "stopNWDeviceObservation"}));
 }
 
 TEST_F(PanelTest, SaysWhatIsMissing) {
