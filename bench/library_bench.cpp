@@ -110,20 +110,23 @@ void jobListOf30BuiltAndSent(benchmark::State& state) {
     const Surroundings surroundings;
     const auto driver = PanelDriver::create();
     const std::vector<Dictionary> jobs = savedJobs();
-    PanelConnection connection;
-    if (!driver || !driver->open("192.0.2.7", connection)) {
+    if (!driver) {
         state.SkipWithError("no panel driver");
+        return;
+    }
+    PanelConnection connection(*driver);
+    if (!connection.open("192.0.2.7")) {
+        state.SkipWithError("no connection");
         return;
     }
     constexpr std::int32_t newProtocol = 110;
     for ([[maybe_unused]] const auto iteration : state) {
         auto list = PanelJobList::withJobs(jobs, isOldJobList(newProtocol), true);
         list->setDigestedPassword("0123456789AB", "secret");
-        if (!driver->send(connection, *list, newProtocol)) {
+        if (!connection.send(*list, newProtocol)) {
             state.SkipWithError("not sent");
         }
     }
-    driver->close(connection);
 }
 BENCHMARK(jobListOf30BuiltAndSent)->Unit(benchmark::kMicrosecond);
 

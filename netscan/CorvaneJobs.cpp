@@ -1,5 +1,6 @@
 #include "netscan/CorvaneJobs.h"
 
+#include "agent/PSlog.h"
 #include "netscan/PanelDriver.h"
 #include "netscan/PanelRecords.h"
 #include "usbscan/TgaButtonManager.h"
@@ -22,7 +23,11 @@ std::int32_t ExecuteJob_Corvane_V2(const NSMScanRequest* request) {
     }
     const std::optional<std::string> productID = fieldText(request->productID, platform::Encoding::utf8);
     const std::optional<std::string> address = fieldText(request->ipAddress, platform::Encoding::utf8);
-    return handOver(productID, address) ? PANEL_RESULT_DONE : PANEL_RESULT_FAILED;
+    if (!handOver(productID, address)) {
+        PSlog("the button manager does not take the request");
+        return PANEL_RESULT_FAILED;
+    }
+    return PANEL_RESULT_DONE;
 }
 
 std::int32_t ExecuteJob_Corvane_V3(const _PSMLPANELSCANJOBINFO& record, const PanelEventContext&,

@@ -34,6 +34,7 @@ bool isOldJobList(std::int32_t protocolVersion) { return protocolVersion < first
 std::shared_ptr<PanelDriver> PanelDriver::create() {
     std::shared_ptr<platform::Bundle> module = platform::current().bundles.create(paths::panelDriverModule());
     if (!module) {
+        PSlog("panelBundle is null");
         return nullptr;
     }
     const address32 progressCallback =
@@ -48,56 +49,12 @@ bool PanelDriver::canOpen() const {
     return progressCallback_ != 0;
 }
 
-bool PanelDriver::open(const std::string& ipAddress, PanelConnection& connection) const {
-    auto* open = platform::functionNamed<PDOpenFunction>(*module_, "PDOpen");
-    const PanelOpenBlock block = openBlockFor(ipAddress, progressCallback_);
-    return open != nullptr && open(&block, &connection.handle, &connection.context) != 0;
-}
-
-bool PanelDriver::lock(PanelConnection& connection) const {
-    auto* lock = platform::functionNamed<PDLockFunction>(*module_, "PDLock");
-    return lock != nullptr && lock(connection.handle, &connection.context) != 0;
-}
-
-void PanelDriver::unlock(PanelConnection& connection) const {
-    if (auto* unlock = platform::functionNamed<PDUnLockFunction>(*module_, "PDUnLock")) {
-        unlock(connection.handle, &connection.context);
-    }
-}
-
-void PanelDriver::close(PanelConnection& connection) const {
-    if (auto* close = platform::functionNamed<PDCloseFunction>(*module_, "PDClose")) {
-        close(connection.handle, &connection.context);
-    }
-}
-
-bool PanelDriver::send(PanelConnection& connection, const PanelJobList& list,
-                       std::int32_t protocolVersion) const {
-    if (isOldJobList(protocolVersion)) {
-        auto* send = platform::functionNamed<PDSendJobDataFunction>(*module_, "PDSendJobData");
-        return send != nullptr && send(connection.handle, &list.header(), 0, PANEL_OLD_JOB_LIST, list.count(),
-                                       list.entries(), &connection.context) != 0;
-    }
-    auto* send = platform::functionNamed<PDSendJobData2Function>(*module_, "PDSendJobData2");
-    return send != nullptr &&
-           send(connection.handle, &list.header(), 0, static_cast<std::uint16_t>(protocolVersion),
-                list.count(), list.entries(), &connection.context) != 0;
-}
-
 std::optional<stRecvJobData> PanelDriver::choicesAt(const std::string& ipAddress) const {
-    PanelConnection connection;
-    if (!open(ipAddress, connection)) {
+    PanelConnection connection(*this);
+    if (!connection.open(ipAddress)) {
         return std::nullopt;
     }
-    stRecvJobData choices{};
-    if (lock(connection)) {
-        if (auto* receive = platform::functionNamed<PDRecvJobDataFunction>(*module_, "PDRecvJobData")) {
-            receive(connection.handle, &choices, &connection.context);
-        }
-        unlock(connection);
-    }
-    close(connection);
-    return choices;
+    return connection.lock() ? connection.receive() : stRecvJobData{};
 }
 
 bool PanelDriver::canEncode() const { return module_->functionPointer("PDCreateJobData2") != nullptr; }
@@ -122,6 +79,57 @@ stRecvJobData PanelDriver::decode(address32 data, std::uint32_t length) const {
     stRecvJobData choices{};
     if (auto* decode = platform::functionNamed<PDDecodeDataFunction>(*module_, "PDDecodeData")) {
         decode(&choices, trigora_pointer(data), length);
+    }
+    return choices;
+}
+
+PanelConnection::~PanelConnection() {
+    try {
+        auto* unlock = isLocked_ ? functionNamed<PDUnLockFunction>("PDUnLock") : nullptr;
+        if (unlock != nullptr) {
+            unlock(handle_, &context_);
+        }
+        auto* close = isOpen_ ? functionNamed<PDCloseFunction>("PDClose") : nullptr;
+        if (close != nullptr) {
+            close(handle_, &context_);
+        }
+    } catch (...) {
+        // Without memory to look a function up the panel has to find out by itself.
+    }
+}
+
+template <typename Function> Function* PanelConnection::functionNamed(const char* name) const {
+    return platform::functionNamed<Function>(*driver_.module_, name);
+}
+
+bool PanelConnection::open(const std::string& ipAddress) {
+    auto* open = functionNamed<PDOpenFunction>("PDOpen");
+    const PanelOpenBlock block = openBlockFor(ipAddress, driver_.progressCallback_);
+    isOpen_ = open != nullptr && open(&block, &handle_, &context_) != 0;
+    return isOpen_;
+}
+
+bool PanelConnection::lock() {
+    auto* lock = functionNamed<PDLockFunction>("PDLock");
+    isLocked_ = lock != nullptr && lock(handle_, &context_) != 0;
+    return isLocked_;
+}
+
+bool PanelConnection::send(const PanelJobList& list, std::int32_t protocolVersion) {
+    if (isOldJobList(protocolVersion)) {
+        auto* send = functionNamed<PDSendJobDataFunction>("PDSendJobData");
+        return send != nullptr && send(handle_, &list.header(), 0, PANEL_OLD_JOB_LIST, list.count(),
+                                       list.entries(), &context_) != 0;
+    }
+    auto* send = functionNamed<PDSendJobData2Function>("PDSendJobData2");
+    return send != nullptr && send(handle_, &list.header(), 0, static_cast<std::uint16_t>(protocolVersion),
+                                   list.count(), list.entries(), &context_) != 0;
+}
+
+stRecvJobData PanelConnection::receive() {
+    stRecvJobData choices{};
+    if (auto* receive = functionNamed<PDRecvJobDataFunction>("PDRecvJobData")) {
+        receive(handle_, &choices, &context_);
     }
     return choices;
 }

@@ -1,5 +1,6 @@
 #include "netscan/PanelJobExchange.h"
 
+#include "agent/Guarded.h"
 #include "agent/PSlog.h"
 #include "agent/TgaServiceManager.h"
 #include "netscan/CorvaneJobs.h"
@@ -19,6 +20,129 @@ namespace trigora {
 namespace {
 
 using platform::Encoding;
+
+/// The name of the scanner that a request is about: its model, the driver known to serve it, or the driver
+/// that the scanning application last reported.
+std::optional<std::string> scannerName(const NSMScanRequest& request, const PanelEventContext& manager) {
+    const std::optional<std::string> model = fieldText(request.modelName, Encoding::utf8);
+    if (model && !model->empty()) {
+        return model;
+    }
+    const std::optional<std::string> productID = fieldText(request.productID, Encoding::utf8);
+    std::optional<std::string> name = productID ? manager.dsNameWithScopeList(*productID) : std::nullopt;
+    if (!name || name->empty()) {
+        name.reset();
+        TgaServiceManager::sharedServiceManager()->getDriverName(name);
+    }
+    return name;
+}
+
+std::int32_t sendList(PanelConnection& connection, const std::optional<PanelJobList>& list,
+                      std::int32_t protocolVersion) {
+    if (!list) {
+        PSlog("%s [Line %d] no memory for the job list", "SendJobInfoToPanel", __LINE__);
+        return PANEL_RESULT_FAILED;
+    }
+    if (!connection.send(*list, protocolVersion)) {
+        PSlog("the panel was not sent the job list");
+        return PANEL_RESULT_FAILED;
+    }
+    return PANEL_RESULT_DONE;
+}
+
+/// Whether the panel is there and free; says in the log what it is not.
+bool openAndLock(PanelConnection& connection, const std::string& address) {
+    if (!connection.open(address)) {
+        PSlog("no connection to the panel at %@", address);
+        return false;
+    }
+    if (!connection.lock()) {
+        PSlog("the panel at %@ is locked", address);
+        return false;
+    }
+    return true;
+}
+
+/// Busy, for that reason.
+std::int32_t busy(const char* reason) {
+    PSlog(reason);
+    return PANEL_RESULT_BUSY;
+}
+
+/// Whether the button manager serves the scanner; no for none.
+bool isCorvaneSupported(const std::optional<std::string>& productID) {
+    return productID && TgaButtonManager::sharedButtonManager()->isPushScanSupported(*productID);
+}
+
+/// A request to scan to this computer: 1 when the scanner's confirmation is on its way, 9 when a project is
+/// running or the request does not say which scanner it is.
+std::int32_t RunScanJobV2(_NSMEvent*, std::int32_t, void* data, std::int32_t, void* context) {
+    if (data == nullptr || context == nullptr) {
+        return busy("the request is missing");
+    }
+    if (platform::shared<ProjectRunning>()->isRunning()) {
+        return busy("a project is running");
+    }
+    const auto& request = *static_cast<const NSMScanRequest*>(data);
+    PanelEventContext& manager = *static_cast<PanelEventContext*>(context);
+    const std::optional<std::string> address = fieldText(request.ipAddress, Encoding::utf8);
+    const std::optional<std::string> name = scannerName(request, manager);
+    if (!name || !address || address->empty()) {
+        return busy("the request does not say which scanner it is");
+    }
+    TgaServiceManager::sharedServiceManager()->setCurrentEvent(
+        Dictionary{{"initiator", 0},
+                   {"eventStatus", request.eventStatus},
+                   {"modelName", *name},
+                   {"driverName", *name},
+                   {"IPAddress", *address}});
+    platform::current().runLoop.performOnMainThread(
+        [handler = manager.weak_from_this(),
+         event = Dictionary{{"DriverName", *name}, {"IPAddress", *address}}] {
+            if (const std::shared_ptr<PanelEventContext> alive = handler.lock()) {
+                alive->processNetworkScanEvent(event);
+            }
+        });
+    return PANEL_RESULT_DONE;
+}
+
+/// Sends the saved jobs of the record's scanner to its panel: 8 when there is no panel driver or the list
+/// could not be sent; 1 when it was, and also when the panel or the jobs could not be reached.
+std::int32_t SendJobInfoToPanel(_PSMLPANELSCANJOBINFO& record, PanelEventContext& manager) {
+    const std::shared_ptr<PanelDriver> driver = PanelDriver::create();
+    if (!driver || !driver->canOpen()) {
+        return PANEL_RESULT_FAILED;
+    }
+    const std::optional<std::string> productID = fieldText(record.productID, Encoding::ascii);
+    takePanelCapabilities(record.capabilityFlags, manager,
+                          SVJobInterface::jobInterfaceForProductID(productID).get());
+    PanelConnection connection(*driver);
+    if (!openAndLock(connection, dottedAddress(record))) {
+        connection.leaveOpen();
+        return PANEL_RESULT_DONE; // a panel that has gone away or is busy is no error of ours
+    }
+    const auto jobInterface = SVJobInterface::jobInterfaceForProductID(productID);
+    if (!jobInterface) {
+        connection.closeLocked();
+        return PANEL_RESULT_DONE;
+    }
+    return sendList(connection,
+                    jobListToOffer(*jobInterface, isOldJobList(record.protocolVersion),
+                                   record.capabilityFlags, record.hardwareAddress),
+                    record.protocolVersion);
+}
+
+/// The same with one placeholder job, for a scanner that another application serves.
+std::int32_t SendJobInfoToPanel_Dummy(const _PSMLPANELSCANJOBINFO& record, PanelEventContext&) {
+    const std::shared_ptr<PanelDriver> driver = PanelDriver::create();
+    if (!driver || !driver->canOpen()) {
+        return PANEL_RESULT_FAILED;
+    }
+    PanelConnection connection(*driver);
+    return openAndLock(connection, dottedAddress(record))
+               ? sendList(connection, PanelJobList::placeholder(), record.protocolVersion)
+               : PANEL_RESULT_DONE;
+}
 
 std::int32_t handleSimpleScan(_NSMEvent* event, std::int32_t kind, void* data, std::int32_t reserved,
                               void* context) {
@@ -60,114 +184,16 @@ std::int32_t dispatch(_NSMEvent* event, std::int32_t kind, void* data, std::int3
     }
 }
 
-/// The name of the scanner that a request is about: its model, the driver known to serve it, or the driver
-/// that the scanning application last reported.
-std::optional<std::string> scannerName(const NSMScanRequest& request, const PanelEventContext& manager) {
-    const std::optional<std::string> model = fieldText(request.modelName, Encoding::utf8);
-    if (model && !model->empty()) {
-        return model;
-    }
-    const std::optional<std::string> productID = fieldText(request.productID, Encoding::utf8);
-    std::optional<std::string> name = productID ? manager.dsNameWithScopeList(*productID) : std::nullopt;
-    if (!name) {
-        TgaServiceManager::sharedServiceManager()->getDriverName(name);
-    }
-    return name;
-}
-
-std::int32_t sendList(const PanelDriver& driver, PanelConnection& connection,
-                      const std::optional<PanelJobList>& list, std::int32_t protocolVersion) {
-    if (!list) {
-        PSlog("%s [Line %d] no memory for the job list", "SendJobInfoToPanel", __LINE__);
-        return PANEL_RESULT_FAILED;
-    }
-    return driver.send(connection, *list, protocolVersion) ? PANEL_RESULT_DONE : PANEL_RESULT_FAILED;
-}
-
 } // namespace
 
 std::int32_t eventCallback(_NSMEvent* event, std::int32_t kind, void* data, std::int32_t reserved,
                            void* context) {
-    try {
-        return dispatch(event, kind, data, reserved, context);
-    } catch (...) {
-        return PANEL_RESULT_FAILED;
-    }
-}
-
-bool isCorvaneSupported(const std::optional<std::string>& productID) {
-    return productID && TgaButtonManager::sharedButtonManager()->isPushScanSupported(*productID);
-}
-
-std::int32_t RunScanJobV2(_NSMEvent*, std::int32_t, void* data, std::int32_t, void* context) {
-    if (data == nullptr || context == nullptr || platform::shared<ProjectRunning>()->isRunning()) {
-        return PANEL_RESULT_BUSY;
-    }
-    const auto& request = *static_cast<const NSMScanRequest*>(data);
-    PanelEventContext& manager = *static_cast<PanelEventContext*>(context);
-    const std::optional<std::string> address = fieldText(request.ipAddress, Encoding::utf8);
-    const std::optional<std::string> name = scannerName(request, manager);
-    if (!name || !address || address->empty()) {
-        return PANEL_RESULT_BUSY;
-    }
-    TgaServiceManager::sharedServiceManager()->setCurrentEvent(
-        Dictionary{{"initiator", 0},
-                   {"eventStatus", request.eventStatus},
-                   {"modelName", *name},
-                   {"driverName", *name},
-                   {"IPAddress", *address}});
-    platform::current().runLoop.performOnMainThread(
-        [handler = manager.weak_from_this(),
-         event = Dictionary{{"DriverName", *name}, {"IPAddress", *address}}] {
-            if (const std::shared_ptr<PanelEventContext> alive = handler.lock()) {
-                alive->processNetworkScanEvent(event);
-            }
-        });
-    return PANEL_RESULT_DONE;
-}
-
-std::int32_t SendJobInfoToPanel(_PSMLPANELSCANJOBINFO& record, PanelEventContext& manager) {
-    const std::shared_ptr<PanelDriver> driver = PanelDriver::create();
-    if (!driver || !driver->canOpen()) {
-        return PANEL_RESULT_FAILED;
-    }
-    const std::optional<std::string> productID = fieldText(record.productID, Encoding::ascii);
-    takePanelCapabilities(record.capabilityFlags, manager,
-                          SVJobInterface::jobInterfaceForProductID(productID).get());
-    PanelConnection connection;
-    if (!driver->open(dottedAddress(record), connection)) {
-        return PANEL_RESULT_DONE; // a panel that has gone away is no error of ours
-    }
-    if (!driver->lock(connection)) {
-        return PANEL_RESULT_DONE; // nor is one that is busy; its connection is left alone
-    }
-    std::int32_t result = PANEL_RESULT_DONE;
-    if (const auto jobInterface = SVJobInterface::jobInterfaceForProductID(productID)) {
-        result = sendList(*driver, connection,
-                          jobListToOffer(*jobInterface, isOldJobList(record.protocolVersion),
-                                         record.capabilityFlags, record.hardwareAddress),
-                          record.protocolVersion);
-        driver->unlock(connection);
-    }
-    driver->close(connection);
-    return result;
-}
-
-std::int32_t SendJobInfoToPanel_Dummy(const _PSMLPANELSCANJOBINFO& record, PanelEventContext&) {
-    const std::shared_ptr<PanelDriver> driver = PanelDriver::create();
-    if (!driver || !driver->canOpen()) {
-        return PANEL_RESULT_FAILED;
-    }
-    PanelConnection connection;
-    if (!driver->open(dottedAddress(record), connection)) {
-        return PANEL_RESULT_DONE;
-    }
-    std::int32_t result = PANEL_RESULT_DONE;
-    if (driver->lock(connection)) {
-        result = sendList(*driver, connection, PanelJobList::placeholder(), record.protocolVersion);
-        driver->unlock(connection);
-    }
-    driver->close(connection);
+    std::int32_t result = PANEL_RESULT_FAILED;
+    guarded("eventCallback", [&] {
+        PSlog("eventCallback kind = %d", kind);
+        result = dispatch(event, kind, data, reserved, context);
+        PSlog("eventCallback result = %d", result);
+    });
     return result;
 }
 

@@ -9,11 +9,17 @@ namespace trigora {
 
 namespace {
 
-std::int32_t resultFor(bool isDone) { return isDone ? PANEL_RESULT_DONE : PANEL_RESULT_FAILED; }
+std::int32_t resultFor(bool isDone) {
+    if (!isDone) {
+        PSlog("the job interface refused");
+    }
+    return isDone ? PANEL_RESULT_DONE : PANEL_RESULT_FAILED;
+}
 
 std::int32_t startJob(const SVJobInterface& jobInterface, const _PSMLPANELSCANJOBINFO& record,
                       const PanelEventContext& manager, const stRecvJobData& choices) {
     if (!jobInterface.isReady()) {
+        PSlog("scanner is busy");
         return PANEL_RESULT_BUSY;
     }
     const Dictionary options = optionsForChoices(choices, record.timeout, manager);
@@ -57,7 +63,8 @@ std::int32_t ExecuteJob(const _PSMLPANELSCANJOBINFO& record, const PanelEventCon
     }
     const std::optional<stRecvJobData> choices = driver->choicesAt(dottedAddress(record));
     if (!choices) {
-        return PANEL_RESULT_DONE; // the panel has gone away: nothing is started
+        PSlog("no connection to the panel");
+        return PANEL_RESULT_DONE; // it has gone away: nothing is started
     }
     if (record.command == PANEL_COMMAND_START) {
         return startJob(*jobInterface, record, manager, *choices);

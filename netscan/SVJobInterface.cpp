@@ -1,5 +1,6 @@
 #include "netscan/SVJobInterface.h"
 
+#include "agent/PSlog.h"
 #include "files/InstalledPaths.h"
 #include "platform/Formats.h"
 #include "platform/ModuleClass.h"
@@ -18,8 +19,9 @@ std::shared_ptr<platform::Bundle> GetSVInterfaceBundle() {
     return module ? bundles.create(*module) : nullptr;
 }
 
-std::shared_ptr<SVJobInterface>
-SVJobInterface::jobInterfaceForProductID(const std::optional<std::string>& productID) {
+namespace {
+
+std::shared_ptr<SVJobInterface> makeJobInterface(const std::optional<std::string>& productID) {
     std::shared_ptr<platform::Bundle> module = productID ? GetSVInterfaceBundle() : nullptr;
     if (!module) {
         return nullptr;
@@ -32,6 +34,17 @@ SVJobInterface::jobInterfaceForProductID(const std::optional<std::string>& produ
     void* object = operations->jobInterfaceForProductID(productID->c_str());
     return object == nullptr ? nullptr
                              : std::make_shared<SVJobInterface>(std::move(module), *operations, object);
+}
+
+} // namespace
+
+std::shared_ptr<SVJobInterface>
+SVJobInterface::jobInterfaceForProductID(const std::optional<std::string>& productID) {
+    std::shared_ptr<SVJobInterface> jobInterface = makeJobInterface(productID);
+    if (!jobInterface) {
+        PSlog("jobif is null");
+    }
+    return jobInterface;
 }
 
 SVJobInterface::SVJobInterface(std::shared_ptr<platform::Bundle> module,

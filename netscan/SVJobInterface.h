@@ -22,7 +22,8 @@ std::shared_ptr<platform::Bundle> GetSVInterfaceBundle();
 /// nothing, unless said otherwise. Any thread.
 class SVJobInterface {
 public:
-    /// Null when there is no module, or when it has nothing for this scanner; none is no scanner.
+    /// Null, which is logged, when there is no module, or when it has nothing for this scanner; none is no
+    /// scanner.
     static std::shared_ptr<SVJobInterface>
     jobInterfaceForProductID(const std::optional<std::string>& productID);
 

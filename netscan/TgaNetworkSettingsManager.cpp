@@ -1,5 +1,6 @@
 #include "netscan/TgaNetworkSettingsManager.h"
 
+#include "agent/PSlog.h"
 #include "files/InstalledPaths.h"
 #include "files/TrFilePathUtility.h"
 #include "netscan/PanelJobExchange.h"
@@ -77,10 +78,11 @@ TgaNetworkSettingsManager::dsNameWithScopeList(const std::string& productID) con
 }
 
 void TgaNetworkSettingsManager::processNetworkScanEvent(const Dictionary& event) {
-    if (TrLaunchApplicationManager::sharedLaunchApplicationManager()->launchScanAssistantWithWait()) {
-        platform::current().notifications.post("ReplyScannerConfirmationDistributedNotification", event,
-                                               true);
+    if (!TrLaunchApplicationManager::sharedLaunchApplicationManager()->launchScanAssistantWithWait()) {
+        PSlog("%s [Line %d] the scan assistant does not start", "processNetworkScanEvent", __LINE__);
+        return;
     }
+    platform::current().notifications.post("ReplyScannerConfirmationDistributedNotification", event, true);
 }
 
 std::optional<std::string> TgaNetworkSettingsManager::getICADriverVersion() {

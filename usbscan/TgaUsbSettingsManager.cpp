@@ -92,13 +92,11 @@ std::int32_t answerRequest(std::int32_t kind, UsbPanelScanJobInfo* record, TgaUs
     PSlog("Start Usb Event");
     const std::shared_ptr<PanelDriver> panelDriver = PanelDriver::create();
     if (!panelDriver) {
-        PSlog("panelBundle is null");
         return PANEL_RESULT_FAILED;
     }
     const std::shared_ptr<SVJobInterface> jobInterface =
         TgaUsbSettingsManager::JobIF(stringWithFormat("PID %04x", manager.pid()));
     if (!jobInterface) {
-        PSlog("jobif is null");
         return PANEL_RESULT_FAILED;
     }
     switch (kind) {

@@ -1,4 +1,5 @@
 #include "agent/TgaServiceManager.h"
+#include "netscan/DriverNames.h"
 #include "platform/LowMemory.h"
 #include "tests/netscan/NetworkPanelTest.h"
 
@@ -79,6 +80,38 @@ TEST_F(Discovery, AScannerWithJobListsIsServedByTheJobInterface) {
     announcement.versionInformation = lowText("ver");
     EXPECT_EQ(announce(), 1) << "the converter knows it";
     EXPECT_EQ(journal.take(), Lines{});
+}
+
+TEST_F(Discovery, ADriverThatIsBeingLookedUpForAnotherIsNotFound) {
+    const std::string settings = paths::scanSettingsApplication();
+    writePropertyList(settings + "/Contents/Info.plist", Dictionary{{"CFBundleExecutable", "Settings"}});
+    writeFile(settings + "/Contents/MacOS/Settings", "");
+    clock.onSleep = [this] { processes.exit("Settings"); };
+    idConverter.twainIDs["PID 0142"] = "GX Scanner";
+    std::int32_t answerMeanwhile = 0;
+    appleEvents.answer = [&](const auto&, const auto&) {
+        answerMeanwhile = announce();
+        return platform::AppleEventReply{platform::errAETimeout, {}};
+    };
+    char name[driverNameSize] = {};
+    EXPECT_EQ(getDSName("PID 0143", name), -2);
+    EXPECT_EQ(answerMeanwhile, 2);
+    EXPECT_EQ(announce(), 1) << "later";
+}
+
+TEST_F(Discovery, TheLogSaysWhatWasAnsweredAndWhy) {
+    logged();
+    EXPECT_EQ(announce(), 2);
+    const std::string asked = "discoveryCallBack productID = PID 0142";
+    const std::string answered = "discoveryCallBack result = 2";
+    EXPECT_EQ(logged(), (Lines{asked, "no driver is known for PID 0142", answered}));
+    announcement.versionInformation = lowText("Ver");
+    jobs.supportsPushScan = false;
+    EXPECT_EQ(announce(), 2);
+    EXPECT_EQ(logged(), (Lines{asked, "[jobif isPushScanSupported] == NO", answered}));
+    jobs.areThere = false;
+    EXPECT_EQ(announce(), 2);
+    EXPECT_EQ(logged(), (Lines{asked, "jobif is null", answered}));
 }
 
 TEST_F(Discovery, AScannerOfTheButtonManagerIsServedWithoutAsking) {

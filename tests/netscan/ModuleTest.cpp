@@ -16,9 +16,13 @@ constexpr std::uint32_t connectionHandle = 0x1234;
 constexpr std::uint32_t connectionContext = 0x5678;
 
 const std::map<std::string, std::string> moduleFiles = {
-    {"NetScan", MODULE_NetScan}, {"NetScanOnlyStart", MODULE_NetScanOnlyStart},
-    {"Empty", MODULE_Empty},     {"PanelDriver", MODULE_PanelDriver},
-    {"UsbScan", MODULE_UsbScan}, {"Classes", MODULE_Classes}};
+    {"NetScan", MODULE_NetScan},
+    {"NetScanOnlyStart", MODULE_NetScanOnlyStart},
+    {"Empty", MODULE_Empty},
+    {"PanelDriver", MODULE_PanelDriver},
+    {"PanelDriverWithoutSend", MODULE_PanelDriverWithoutSend},
+    {"UsbScan", MODULE_UsbScan},
+    {"Classes", MODULE_Classes}};
 
 std::string textAt(address32 address) {
     return address == 0 ? "(none)" : static_cast<const char*>(trigora_pointer(address));
@@ -52,20 +56,20 @@ ModuleTest::ModuleTest() {
                          ++self->objectsOut;
                          return strdup(self->jobs.list.c_str());
                      },
-                     [](void*) { return std::uint8_t{self->jobs.supportsPushScan}; },
-                     [](void*) { return std::uint8_t{self->jobs.knowsOfficeFormats}; },
-                     [](void*) { return std::uint8_t{self->jobs.needsDigest}; },
+                     [](void*) { return answer(self->jobs.supportsPushScan); },
+                     [](void*) { return answer(self->jobs.knowsOfficeFormats); },
+                     [](void*) { return answer(self->jobs.needsDigest); },
                      [](void*) -> char* {
                          self->objectsOut += self->jobs.password ? 1 : 0;
                          return self->jobs.password ? strdup(self->jobs.password->c_str()) : nullptr;
                      },
-                     [](void*) { return std::uint8_t{self->jobs.isReady}; },
+                     [](void*) { return answer(self->jobs.isReady); },
                      [](void*, std::int32_t index, const char* address, const char* options) {
                          const std::lock_guard lock(self->jobs.mutex);
                          self->jobs.options = options;
                          self->journal.add("invoke " + std::to_string(index) + (address ? " " : "") +
                                            (address ? address : ""));
-                         return std::uint8_t{self->jobs.accepts};
+                         return answer(self->jobs.accepts);
                      },
                      [](void*) { return command("continueJob"); },
                      [](void*) { return command("completeJob"); },
@@ -81,7 +85,7 @@ ModuleTest::ModuleTest() {
                         [](void*) { self->journal.add("ButtonManager initialize"); },
                         [](void*) { self->journal.add("ButtonManager startNWDeviceObservation"); },
                         [](void*) { self->journal.add("ButtonManager stopNWDeviceObservation"); },
-                        [](void*, const char*) { return std::uint8_t{self->buttonManagerServes}; },
+                        [](void*, const char*) { return answer(self->buttonManagerServes); },
                         [](void*, std::int32_t event, const char* productID, const char* address) {
                             self->journal.add("processEvent " + std::to_string(event) + " " + productID +
                                               " " + address);
@@ -111,8 +115,8 @@ void* ModuleTest::installModule(const std::string& module, const std::string& bu
     return functions;
 }
 
-void ModuleTest::installPanelDriver() {
-    install("PanelDriver", paths::panelDriverModule(), panelDriverFunctions());
+void ModuleTest::installPanelDriver(const std::string& module) {
+    install(module, paths::panelDriverModule(), panelDriverFunctions());
 }
 
 void ModuleTest::installJobInterface() {
@@ -172,7 +176,7 @@ void ModuleTest::take(const PanelJobHeader* header, std::uint32_t count, const P
 
 std::uint8_t ModuleTest::command(const char* name) {
     self->journal.add(name);
-    return self->jobs.accepts ? 1 : 0;
+    return answer(self->jobs.accepts);
 }
 
 const PanelDriverFunctions& ModuleTest::panelDriverFunctions() {
@@ -184,11 +188,11 @@ const PanelDriverFunctions& ModuleTest::panelDriverFunctions() {
             self->journal.add(std::string("PDOpen ") + block->ipAddress);
             const std::lock_guard lock(self->panel.mutex);
             self->panel.block = *block;
-            return std::uint8_t{self->panel.opens};
+            return answer(self->panel.opens);
         },
         [](std::uint32_t handle, std::uint32_t* context) {
             addConnectionCall("PDLock", handle, context);
-            return std::uint8_t{self->panel.locks};
+            return answer(self->panel.locks);
         },
         [](std::uint32_t handle, const PanelJobHeader* header, std::uint32_t reserved, std::uint32_t listKind,
            std::uint32_t count, const PanelJobEntry* entries, std::uint32_t* context) {
@@ -196,7 +200,7 @@ const PanelDriverFunctions& ModuleTest::panelDriverFunctions() {
             EXPECT_EQ(listKind, 2057U);
             addConnectionCall("PDSendJobData " + std::to_string(count), handle, context);
             take(header, count, entries);
-            return std::uint8_t{self->panel.sends};
+            return answer(self->panel.sends);
         },
         [](std::uint32_t handle, const PanelJobHeader* header, std::uint32_t reserved, std::uint16_t version,
            std::uint32_t count, const PanelJobEntry* entries, std::uint32_t* context) {
@@ -204,21 +208,21 @@ const PanelDriverFunctions& ModuleTest::panelDriverFunctions() {
             addConnectionCall("PDSendJobData2 " + std::to_string(version) + " " + std::to_string(count),
                               handle, context);
             take(header, count, entries);
-            return std::uint8_t{self->panel.sends};
+            return answer(self->panel.sends);
         },
         [](std::uint32_t handle, stRecvJobData* choices, std::uint32_t* context) {
             EXPECT_EQ(hexadecimal(choices, sizeof *choices), "0000000000000000");
             addConnectionCall("PDRecvJobData", handle, context);
             *choices = self->panel.choices;
-            return std::uint8_t{1};
+            return answer(true);
         },
         [](std::uint32_t handle, std::uint32_t* context) {
             addConnectionCall("PDUnLock", handle, context);
-            return std::uint8_t{1};
+            return answer(true);
         },
         [](std::uint32_t handle, std::uint32_t* context) {
             addConnectionCall("PDClose", handle, context);
-            return std::uint8_t{1};
+            return answer(true);
         },
         [](const PanelJobHeader* header, std::uint32_t reserved, std::uint16_t version, std::uint32_t count,
            const PanelJobEntry* entries, void** data, std::uint32_t* length) {
@@ -228,13 +232,13 @@ const PanelDriverFunctions& ModuleTest::panelDriverFunctions() {
             *data = self->panel.encodedAt ? self->panel.encodedAt
                                           : trigora_pointer(self->lowText(self->panel.encoded));
             *length = static_cast<std::uint32_t>(self->panel.encoded.size());
-            return std::uint8_t{1};
+            return answer(true);
         },
         [](stRecvJobData* choices, const void* data, std::uint32_t length) {
             EXPECT_EQ(hexadecimal(choices, sizeof *choices), "0000000000000000");
             self->journal.add("PDDecodeData " + (data ? hexadecimal(data, length) : "null"));
             *choices = self->panel.choices;
-            return std::uint8_t{1};
+            return answer(true);
         }};
     return functions;
 }

@@ -37,6 +37,8 @@ public:
     using PlatformTest::journal;
     /// Whether the button manager serves scanners.
     std::atomic<bool> buttonManagerServes = true;
+    /// The byte that the modules' functions give for yes.
+    std::uint8_t yes = 1;
 
 protected:
     ModuleTest();
@@ -49,7 +51,8 @@ protected:
     }
     /// Makes a bundle of the module without functions.
     void installEmpty(const std::string& bundlePath) { installModule("Empty", bundlePath); }
-    void installPanelDriver();
+    /// "PanelDriver", or "PanelDriverWithoutSend" that cannot send lists.
+    void installPanelDriver(const std::string& module = "PanelDriver");
     void installJobInterface();
     /// At the module path in the application's bundle.
     void installButtonManager(const std::string& modulePath);
@@ -105,6 +108,7 @@ private:
     static void addConnectionCall(const std::string& call, std::uint32_t handle,
                                   const std::uint32_t* context);
     static void take(const PanelJobHeader* header, std::uint32_t count, const PanelJobEntry* entries);
+    static std::uint8_t answer(bool isYes) { return isYes ? self->yes : 0; }
     static std::uint8_t command(const char* name);
     static const PanelDriverFunctions& panelDriverFunctions();
 

@@ -86,6 +86,101 @@ TEST_F(PanelEvents, EveryWayAListCanGoIsDoneInOrder) {
     }
 }
 
+TEST_F(PanelEvents, EveryByteButZeroIsYes) {
+    yes = 255;
+    jobs.list = "[{}]";
+    jobs.password = "secret";
+    record.capabilityFlags = PANEL_OFFERS_OFFICE_FORMATS;
+    EXPECT_EQ(event(NSM_EVENT_JOB_LIST), 1);
+    EXPECT_EQ(panelCalls(),
+              (Lines{"PDOpen 192.168.0.1", "PDLock", "PDSendJobData2 110 1", "PDUnLock", "PDClose"}));
+    EXPECT_EQ(record.capabilityFlags, std::uint32_t{PANEL_OFFERS_OFFICE_FORMATS});
+    EXPECT_EQ(panel.header.passwordKind, std::uint32_t{PANEL_PASSWORD_MD5});
+    record.protocolVersion = newList - 1;
+    EXPECT_EQ(event(NSM_EVENT_JOB_LIST), 1);
+    for (record.command = 0; record.command <= 4; ++record.command) {
+        EXPECT_EQ(event(NSM_EVENT_START_JOB), 1) << record.command;
+    }
+    EXPECT_EQ(event(NSM_EVENT_END_JOB), 1);
+    startButtonManager();
+    EXPECT_EQ(event(NSM_EVENT_SIMPLE_SCAN, &request), 1);
+    EXPECT_EQ(journal.take(), Lines{"processEvent 2 PID 0142 192.168.0.1"});
+}
+
+TEST_F(PanelEvents, AListThatCannotBeSentFails) {
+    startButtonManager();
+    panel.sends = false;
+    for (const char* driver : {"PanelDriver", "PanelDriverWithoutSend"}) {
+        remove(paths::panelDriverModule());
+        installPanelDriver(driver);
+        for (const bool isServedElsewhere : {false, true}) {
+            buttonManagerServes = isServedElsewhere;
+            for (const std::int32_t version : {newList - 1, newList}) {
+                record.protocolVersion = version;
+                EXPECT_EQ(event(NSM_EVENT_JOB_LIST), 8) << driver << version << isServedElsewhere;
+                EXPECT_EQ(panelCalls().back(), "PDClose");
+            }
+        }
+    }
+}
+
+TEST_F(PanelEvents, ModulesThatCannotBeLoadedDoNothing) {
+    const auto spoil = [&](const std::string& bundle) {
+        remove(bundle);
+        writePropertyList(bundle + "/Contents/Info.plist", Dictionary{{"CFBundleExecutable", "Module"}});
+        writeFile(bundle + "/Contents/MacOS/Module", "no code");
+    };
+    const auto answers = [&] { return std::vector{event(4), event(5), event(6)}; };
+    spoil(paths::panelDriverModule());
+    EXPECT_EQ(answers(), (std::vector{1, 1, 1}));
+    EXPECT_EQ(panelCalls(), Lines{"completeJobInContext"});
+    remove(paths::panelDriverModule());
+    installPanelDriver();
+    spoil(paths::documentCaptureApplication() + "/Contents/Resources/ScrivanaInterface.bundle");
+    EXPECT_EQ(answers(), (std::vector{8, 1, 8}));
+    EXPECT_EQ(panelCalls(), (Lines{"PDOpen 192.168.0.1", "PDLock", "PDClose"}));
+    makeFolder(paths::quilloApplication());
+    spoil(paths::quilloButtonManagerModule());
+    TgaButtonManager::sharedButtonManager()->start();
+    EXPECT_FALSE(TgaButtonManager::sharedButtonManager()->isPushScanSupported("PID 0142"));
+}
+
+TEST_F(PanelEvents, TheLogSaysWhatWasAskedAndWhyItWasNotDone) {
+    const auto expectReason = [&](std::int32_t kind, void* data, const char* reason, std::int32_t result) {
+        logged();
+        EXPECT_EQ(event(kind, data), result) << reason;
+        EXPECT_EQ(logged(), (Lines{"eventCallback kind = " + std::to_string(kind), reason,
+                                   "eventCallback result = " + std::to_string(result)}));
+    };
+    record.protocolVersion = newList - 1; // has no lines of its own
+    panel.sends = false;
+    expectReason(5, &record, "the panel was not sent the job list", 8);
+    panel.locks = false;
+    expectReason(5, &record, "the panel at 192.168.0.1 is locked", 1);
+    panel.opens = false;
+    expectReason(5, &record, "no connection to the panel at 192.168.0.1", 1);
+    expectReason(4, &record, "no connection to the panel", 1);
+    panel.opens = true;
+    jobs.accepts = false;
+    record.command = PANEL_COMMAND_CANCEL;
+    expectReason(4, &record, "the job interface refused", 8);
+    jobs.isReady = false;
+    record.command = PANEL_COMMAND_START;
+    expectReason(4, &record, "scanner is busy", 9);
+    jobs.areThere = false;
+    expectReason(6, &record, "jobif is null", 8);
+    remove(paths::panelDriverModule());
+    expectReason(5, &record, "panelBundle is null", 8);
+    EXPECT_EQ(event(3, &request), 1);
+    loop.runPending();
+    EXPECT_NE(logged().back().find("the scan assistant does not start"), std::string::npos);
+    platform::shared<ProjectRunning>()->begin();
+    expectReason(3, &request, "a project is running", 9);
+    platform::shared<ProjectRunning>()->set(false);
+    setField(request.ipAddress, "");
+    expectReason(3, &request, "the request does not say which scanner it is", 9);
+}
+
 TEST_F(PanelEvents, TheProtocolsVersionPicksTheKindOfList) {
     const std::pair<std::int32_t, const char*> rows[] = {{-1, "PDSendJobData 0"},
                                                          {109, "PDSendJobData 0"},
@@ -142,8 +237,15 @@ TEST_F(PanelEvents, OtherKindsAreAnsweredWithoutDoingAnything) {
 }
 
 TEST_F(PanelEvents, ASimpleScanIsConfirmedOnTheMainThread) {
+    request.eventStatus = 0x10002;
     EXPECT_EQ(event(3, &request), 1);
     EXPECT_EQ(journal.take(), Lines{});
+    EXPECT_EQ(TgaServiceManager::sharedServiceManager()->currentEvent(),
+              (Dictionary{{"initiator", 0},
+                          {"eventStatus", 0x10002},
+                          {"modelName", "Scanner One"},
+                          {"driverName", "Scanner One"},
+                          {"IPAddress", "192.168.0.1"}}));
     EXPECT_EQ(askedFor(), "post! ReplyScannerConfirmationDistributedNotification "
                           "{DriverName = Scanner One; IPAddress = 192.168.0.1;}");
 
@@ -160,6 +262,7 @@ TEST_F(PanelEvents, AScannerWithoutAModelGoesByItsDriver) {
     TgaServiceManager::sharedServiceManager()->setupService();
     notifications.receive("DidGetDriverNameWithIPAddressDistributedNotification",
                           Dictionary{{"DriverName", "Reported"}});
+    manager->setDSName("", "PID 0142"); // no name
     EXPECT_EQ(event(3, &request), 1);
     EXPECT_EQ(askedFor(), "post! ReplyScannerConfirmationDistributedNotification "
                           "{DriverName = Reported; IPAddress = 192.168.0.1;}");
@@ -254,7 +357,9 @@ TEST_F(PanelEvents, WithoutMemoryThatRecordsCanReferToEventsFail) {
     EXPECT_EQ(event(5), 8);
     EXPECT_EQ(panelCalls(), (Lines{"PDOpen 192.168.0.1", "PDLock", "PDUnLock", "PDClose"}));
     platform::install(&p);
-    EXPECT_EQ(logged().size(), 3U);
+    const Lines log = logged();
+    EXPECT_EQ(log.size(), 9U) << "a reason for each";
+    EXPECT_NE(log.at(7).find("no memory for the job list"), std::string::npos) << log.at(7);
 }
 
 } // namespace

@@ -181,7 +181,7 @@ TEST_F(PanelJobLists, TheLogShowsNewListsFieldByField) {
     jobs.list = R"([{"name": "Bills", "scanSetting": {"resolution": 400}}])";
     jobs.password = "secret";
     jobs.knowsOfficeFormats = false;
-    const Lines beginning = {"[jobif isOfficeFormatSupported] == NO"};
+    const Lines beginning = {"eventCallback kind = 5", "[jobif isOfficeFormatSupported] == NO"};
     const Lines fields = {"jobData2.wcJobName = Bills",        "jobData2.ucJobNumber = 1",
                           "jobData2.ucImageType = 0",          "jobData2.ucResolution = 3",
                           "jobData2.usCustomResolution = 400", "jobData2.ucScanningDevice = 0",
@@ -194,6 +194,7 @@ TEST_F(PanelJobLists, TheLogShowsNewListsFieldByField) {
         if (last != nullptr) {
             expected.emplace_back(last);
         }
+        expected.emplace_back("eventCallback result = 1");
         EXPECT_EQ(logged(), expected);
     };
     expectLog(true, "MD5 hash convert");

@@ -96,17 +96,23 @@ TEST_F(NetworkSettings, AreReadFromTheirFormerPlaceWhenThePresentOneIsEmpty) {
 
 TEST_F(NetworkSettings, AServiceThatDoesNotStartOrStopKeepsItsState) {
     installNetScan();
-    startResult = 0;
-    EXPECT_EQ(read().first, (Lines{"NSMInitial", "NSMStartService"}));
-    EXPECT_EQ(stop(), 1);
-    EXPECT_EQ(journal.take(), Lines{}) << "it never ran";
-    startResult = 1;
     read();
-    stopResult = 0;
-    EXPECT_EQ(read(), (Told{{"NSMStopService"}, 3})) << "it runs still and is not started again";
-    EXPECT_EQ(stop(), 0);
-    stopResult = 1;
-    EXPECT_EQ(stop(), 1);
+    stop();
+    journal.take();
+    for (const std::int32_t noYes : {0, -1, 2, 9}) {
+        startResult = noYes;
+        EXPECT_EQ(read().first, Lines{"NSMStartService"}) << noYes;
+        EXPECT_EQ(stop(), 1);
+        EXPECT_EQ(journal.take(), Lines{}) << "it never ran";
+        startResult = 1;
+        read();
+        stopResult = noYes;
+        EXPECT_EQ(read(), (Told{{"NSMStopService"}, 3})) << "it runs still and is not started again";
+        EXPECT_EQ(stop(), noYes);
+        stopResult = 1;
+        EXPECT_EQ(stop(), 1);
+        journal.take();
+    }
 }
 
 TEST_F(NetworkSettings, AModuleThatIsMissingOrPoorDoesNoHarm) {

@@ -8,6 +8,7 @@ std::uint8_t PDOpen(const PanelOpenBlock* block, std::uint32_t* handle, std::uin
     return functions.open(block, handle, context);
 }
 std::uint8_t PDLock(std::uint32_t handle, std::uint32_t* context) { return functions.lock(handle, context); }
+#ifndef WITHOUT_SEND
 std::uint8_t PDSendJobData(std::uint32_t handle, const PanelJobHeader* header, std::uint32_t reserved,
                            std::uint32_t listKind, std::uint32_t count, const PanelJobEntry* entries,
                            std::uint32_t* context) {
@@ -18,6 +19,7 @@ std::uint8_t PDSendJobData2(std::uint32_t handle, const PanelJobHeader* header, 
                             std::uint32_t* context) {
     return functions.sendJobData2(handle, header, reserved, protocolVersion, count, entries, context);
 }
+#endif
 std::uint8_t PDRecvJobData(std::uint32_t handle, stRecvJobData* choices, std::uint32_t* context) {
     return functions.recvJobData(handle, choices, context);
 }

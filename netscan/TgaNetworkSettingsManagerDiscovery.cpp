@@ -1,3 +1,5 @@
+#include "agent/Guarded.h"
+#include "agent/PSlog.h"
 #include "agent/TgaServiceManager.h"
 #include "files/FileManagerExtension.h"
 #include "files/TrFilePathUtility.h"
@@ -40,7 +42,11 @@ bool isNewerDriverInstalled() {
 
 bool isServedByJobInterface(const std::string& productID) {
     const std::shared_ptr<SVJobInterface> jobInterface = SVJobInterface::jobInterfaceForProductID(productID);
-    return jobInterface && jobInterface->isPushScanSupported();
+    const bool isServed = jobInterface && jobInterface->isPushScanSupported();
+    if (jobInterface && !isServed) {
+        PSlog("[jobif isPushScanSupported] == NO");
+    }
+    return isServed;
 }
 
 std::int32_t answerFor(bool isServed) { return isServed ? NSM_SCANNER_SERVED : NSM_SCANNER_NOT_SERVED; }
@@ -58,6 +64,7 @@ void writeErrorLog(const std::string& text) {
 std::int32_t TgaNetworkSettingsManager::answerDiscovery(const _NSMDiscovery& discovery) {
     const std::lock_guard lock(lock_Discovery);
     const std::optional<std::string> productID = textOfRecord(discovery.productID);
+    PSlog("discoveryCallBack productID = %@", productID);
     if (!productID) {
         return NSM_SCANNER_NOT_SERVED;
     }
@@ -74,7 +81,11 @@ std::int32_t TgaNetworkSettingsManager::answerDiscovery(const _NSMDiscovery& dis
         return NSM_SCANNER_SERVED;
     }
     const std::optional<std::string> ipAddress = textOfRecord(discovery.ipAddress);
-    return answerFor(ipAddress && isNewerDriverInstalled() && askDriverName(*productID, *ipAddress));
+    if (ipAddress && isNewerDriverInstalled() && askDriverName(*productID, *ipAddress)) {
+        return NSM_SCANNER_SERVED;
+    }
+    PSlog("no driver is known for %@", productID);
+    return NSM_SCANNER_NOT_SERVED;
 }
 
 bool TgaNetworkSettingsManager::askDriverName(const std::string& productID, const std::string& ipAddress) {
@@ -100,15 +111,16 @@ bool TgaNetworkSettingsManager::askDriverName(const std::string& productID, cons
 }
 
 std::int32_t discoveryCallBack(const _NSMDiscovery* discovery, void* context) {
+    std::int32_t result = NSM_SCANNER_NOT_SERVED;
     if (discovery == nullptr || context == nullptr) {
-        return NSM_SCANNER_NOT_SERVED;
+        return result;
     }
-    try {
+    guarded("discoveryCallBack", [&] {
         auto* manager = static_cast<TgaNetworkSettingsManager*>(static_cast<PanelEventContext*>(context));
-        return manager->answerDiscovery(*discovery);
-    } catch (...) {
-        return NSM_SCANNER_NOT_SERVED;
-    }
+        result = manager->answerDiscovery(*discovery);
+        PSlog("discoveryCallBack result = %d", result);
+    });
+    return result;
 }
 
 std::int32_t errorCallback(std::int32_t, std::int32_t, const char* text, void*) {
