@@ -6,6 +6,7 @@
 #include "files/TrFilePathUtility.h"
 #include "monitor/TgaSurveillant.h"
 #include "netscan/PanelDriver.h"
+#include "netscan/PanelJobExchange.h"
 #include "netscan/PanelJobList.h"
 #include "netscan/TgaNetworkSettingsManager.h"
 #include "platform/LowMemory.h"
@@ -15,6 +16,7 @@
 
 #include <cstring>
 #include <dirent.h>
+#include <dlfcn.h>
 #include <filesystem>
 #include <fstream>
 
@@ -22,6 +24,7 @@ namespace trigora::bench {
 namespace {
 
 constexpr int watchedFiles = 100000;
+constexpr std::int32_t newProtocol = 110;
 
 /// The platform of the tests, outside of a test.
 class Surroundings : public test::PlatformTest {
@@ -31,10 +34,10 @@ public:
         writeFile(TrFilePathUtility::sharedFilePathUtility()->customFolderProjectFolderPath() + "/Watch.plg",
                   "[Launch]\nProjectID=701\nProjectType=0x0002\nActionID=900\n"
                   "[Event_Launch_MacX]\nAppPath=/Applications/Viewer.app\nOption=0x0001\n");
-        const std::string bundle = paths::panelDriverModule();
-        writePropertyList(bundle + "/Contents/Info.plist", Dictionary{{"CFBundleExecutable", "PanelDriver"}});
-        makeFolder(bundle + "/Contents/MacOS");
-        std::filesystem::copy_file(PANEL_DRIVER, onDisk(bundle + "/Contents/MacOS/PanelDriver"));
+        panelDriver = installModule(PANEL_DRIVER, paths::panelDriverModule());
+        const std::string application = paths::documentCaptureApplication();
+        writePropertyList(application + "/Contents/Info.plist", Dictionary{});
+        installModule(JOB_INTERFACE, application + "/Contents/Resources/ScrivanaInterface.bundle");
     }
 
     std::string watchedFolder() {
@@ -47,7 +50,16 @@ public:
     }
     void passSeconds(double seconds) { loop.advance(seconds); }
 
+    std::string panelDriver; ///< its file on the disk
+
 private:
+    std::string installModule(const char* built, const std::string& bundle) {
+        writePropertyList(bundle + "/Contents/Info.plist", Dictionary{{"CFBundleExecutable", "Module"}});
+        makeFolder(bundle + "/Contents/MacOS");
+        std::string file = onDisk(bundle + "/Contents/MacOS/Module");
+        std::filesystem::copy_file(built, file);
+        return file;
+    }
     void TestBody() override {}
 };
 
@@ -119,7 +131,6 @@ void jobListOf30BuiltAndSent(benchmark::State& state) {
         state.SkipWithError("no connection");
         return;
     }
-    constexpr std::int32_t newProtocol = 110;
     for ([[maybe_unused]] const auto iteration : state) {
         auto list = PanelJobList::withJobs(jobs, isOldJobList(newProtocol), true);
         list->setDigestedPassword("0123456789AB", "secret");
@@ -129,6 +140,34 @@ void jobListOf30BuiltAndSent(benchmark::State& state) {
     }
 }
 BENCHMARK(jobListOf30BuiltAndSent)->Unit(benchmark::kMicrosecond);
+
+/// The whole call of the scan module, from the panel's request to the agent's answer.
+void panelAskingForJobListOf30(benchmark::State& state) {
+    const Surroundings surroundings;
+    void* const library = dlopen(surroundings.panelDriver.c_str(), RTLD_NOW | RTLD_LOCAL);
+    const auto* wholeLists =
+        library == nullptr ? nullptr : static_cast<const unsigned*>(dlsym(library, "wholeLists"));
+    if (wholeLists == nullptr) {
+        state.SkipWithError("no panel driver");
+        return;
+    }
+    _PSMLPANELSCANJOBINFO record{};
+    std::strcpy(record.productID, "PRODUCT");
+    std::strcpy(record.ipAddress, "C0000207");
+    std::memcpy(record.hardwareAddress, "0123456789AB", sizeof record.hardwareAddress);
+    record.protocolVersion = newProtocol;
+    PanelEventContext* context = TgaNetworkSettingsManager::sharedNetworkSettingsManager().get();
+    unsigned calls = *wholeLists;
+    for ([[maybe_unused]] const auto iteration : state) {
+        eventCallback(nullptr, NSM_EVENT_JOB_LIST, &record, 0, context);
+        if (*wholeLists != ++calls) {
+            state.SkipWithError("no whole list has arrived");
+            break;
+        }
+    }
+    dlclose(library);
+}
+BENCHMARK(panelAskingForJobListOf30)->Unit(benchmark::kMicrosecond);
 
 std::uint32_t lowText(const std::shared_ptr<void>& memory, const char* text) {
     std::strcpy(static_cast<char*>(memory.get()), text);
