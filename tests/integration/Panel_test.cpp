@@ -1,3 +1,6 @@
+#include "platform/Text.h"
+#include "platform/linux/bus/BusAppleEvents.h"
+#include "platform/linux/bus/BusNames.h"
 #include "simulators/Simulation.h"
 #include "tests/integration/RunningAgentTest.h"
 #include "tools/Command.h"
@@ -269,12 +272,19 @@ TEST_F(PanelTest, AnswersWhatTheModulesLetItAnswer) {
         {{{"jobs", "[1, {"}}, "list", 0, "shows 0 jobs", {"PDSendJobData2", "PDClose"}},
         {{{"cancelJob", false}}, "cancel --usb", 1, "failed", {"cancelJob"}},
         {json::object(), "cancel", 0, "done", {"PDRecvJobData", "PDClose", "cancelJob"}},
+        {json::object(), "continue", 0, "done", {"PDRecvJobData", "PDClose", "continueJob"}},
         {{{"buttonManagerScanners", {"PID 0147"}}, {"scanners", json::array()}}, "announce", 0, "served", {}},
         {{{"buttonManagerScanners", {"PID 0147"}}}, "list", 0, "Dummy", {"PDSendJobData2", "PDClose"}},
         {{{"buttonManagerScanners", {"PID 0147"}}}, "scan", 0, "done", {"processEvent"}},
+        {{{"buttonManagerScanners", {"PID 0147"}}},
+         "pick 1",
+         0,
+         "done",
+         {"PDRecvJobData", "PDClose", "processEvent"}},
     };
-    const std::set<std::string> thatMatter{"PDSendJobData", "PDSendJobData2",   "PDRecvJobData", "PDClose",
-                                           "cancelJob",     "invokeJobAtIndex", "processEvent"};
+    const std::set<std::string> thatMatter{"PDSendJobData",    "PDSendJobData2", "PDRecvJobData",
+                                           "PDClose",          "cancelJob",      "continueJob",
+                                           "invokeJobAtIndex", "processEvent"};
     for (const auto& [settings, words, exitCode, printed, called] : cases) {
         const std::string what = words + " with " + settings.dump();
         set(settings);
@@ -294,6 +304,34 @@ TEST_F(PanelTest, AnswersWhatTheModulesLetItAnswer) {
             panel("list");
         }
     }
+}
+
+TEST_F(PanelTest, LearnsTheNameOfADriverFromTheScanSettings) {
+    using platform::fourCharCode;
+    const std::string settings = paths::scanSettingsApplication() + "/Contents";
+    writePropertyList(settings + "/Info.plist", Dictionary{{"CFBundleExecutable", "Settings"}});
+    writeFile(settings + "/MacOS/Settings", "#!/bin/sh\n"); // the test answers for it
+    std::filesystem::permissions(onDisk(settings + "/MacOS/Settings"), std::filesystem::perms::all);
+    platform::BusAppleEvents scanSettings(bus());
+    std::vector<Data> asked;
+    scanSettings.setEventHandler(fourCharCode("PLsc"), fourCharCode("PSir"),
+                                 [&](const platform::AppleEvent& event, platform::AppleEvent& reply) {
+                                     asked.push_back(event.parameters.at(0).bytes);
+                                     reply.parameters.push_back({fourCharCode("----"),
+                                                                 fourCharCode("PSti"),
+                                                                 {0, 0, 'G', 'X', '-', '1', 0}});
+                                 });
+    bus().requestName(platform::bus::signatureName(fourCharCode("UsSe")));
+    startAgent();
+    const auto announce = [&] {
+        auto played = std::async(std::launch::async, [] { return panel("announce --version 1.0"); });
+        EXPECT_TRUE(
+            waitUntil([&] { return played.wait_for(std::chrono::seconds(0)) == std::future_status::ready; }));
+        return played.get().exitCode;
+    };
+    EXPECT_EQ(announce(), 0) << agentErrors();
+    EXPECT_EQ(announce(), 0) << "it is known now";
+    EXPECT_EQ(asked, std::vector<Data>{(Data{'P', 'I', 'D', ' ', '0', '1', '4', '7'})});
 }
 
 TEST_F(PanelTest, ProtectsListsAsTheApplicationWants) {

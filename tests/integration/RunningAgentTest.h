@@ -55,6 +55,8 @@ protected:
     /// A press of the bound button goes all the way: the viewer is given the scanned file.
     void expectBoundPressWorks();
 
+    /// The test's own place on the bus.
+    platform::BusConnection& bus() { return *connection_; }
     /// Posts as another program would.
     void post(const std::string& name) { busNotifications_->post(name, std::nullopt, true); }
     /// Takes part in the bus until the condition holds; false when that takes more than ten seconds.
