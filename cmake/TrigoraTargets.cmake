@@ -29,7 +29,7 @@ endif()
 if(TRIGORA_SANITIZE)
   target_compile_options(trigora_options INTERFACE
     -fsanitize=${TRIGORA_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer
-    -Wno-maybe-uninitialized) # GCC's is known to be wrong about instrumented code
+    $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>) # known to be wrong about instrumented code
   target_link_options(trigora_options INTERFACE -fsanitize=${TRIGORA_SANITIZE})
 endif()
 
