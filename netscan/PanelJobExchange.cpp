@@ -24,7 +24,7 @@ using platform::Encoding;
 /// The name of the scanner that a request is about: its model, the driver known to serve it, or the driver
 /// that the scanning application last reported.
 std::optional<std::string> scannerName(const NSMScanRequest& request, const PanelEventContext& manager) {
-    const std::optional<std::string> model = fieldText(request.modelName, Encoding::utf8);
+    std::optional<std::string> model = fieldText(request.modelName, Encoding::utf8);
     if (model && !model->empty()) {
         return model;
     }
