@@ -155,6 +155,7 @@ std::int32_t handleSimpleScan(_NSMEvent* event, std::int32_t kind, void* data, s
 
 std::int32_t handlePanelJob(_PSMLPANELSCANJOBINFO* record, std::int32_t kind, PanelEventContext& manager) {
     if (record == nullptr) {
+        PSlog("the request is missing");
         return PANEL_RESULT_FAILED;
     }
     const bool isServedElsewhere =

@@ -124,6 +124,12 @@ TEST_F(PanelEvents, AListThatCannotBeSentFails) {
     }
 }
 
+TEST_F(PanelEvents, APanelIsGivenBackWhateverIsThrown) {
+    jobOperations.jobs = [](void*) -> char* { throw std::bad_alloc(); };
+    EXPECT_EQ(event(NSM_EVENT_JOB_LIST), 8);
+    EXPECT_EQ(panelCalls(), (Lines{"PDOpen 192.168.0.1", "PDLock", "PDUnLock", "PDClose"}));
+}
+
 TEST_F(PanelEvents, ModulesThatCannotBeLoadedDoNothing) {
     const auto spoil = [&](const std::string& bundle) {
         remove(bundle);
@@ -152,6 +158,7 @@ TEST_F(PanelEvents, TheLogSaysWhatWasAskedAndWhyItWasNotDone) {
         EXPECT_EQ(logged(), (Lines{"eventCallback kind = " + std::to_string(kind), reason,
                                    "eventCallback result = " + std::to_string(result)}));
     };
+    expectReason(4, nullptr, "the request is missing", 8);
     record.protocolVersion = newList - 1; // has no lines of its own
     panel.sends = false;
     expectReason(5, &record, "the panel was not sent the job list", 8);
