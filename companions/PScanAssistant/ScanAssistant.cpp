@@ -33,14 +33,25 @@ void answerConfirmation(const DriverEntry& entry, const std::optional<Dictionary
     post("DidFinishScannerConfirmationDistributedNotification", answer);
 }
 
+/// Lets the control know the scanner for as long as this lives.
+class UseOfScanner {
+public:
+    UseOfScanner(ScanControl& control, Scanner& scanner) : control_(control) { control_.use(&scanner); }
+    UseOfScanner(const UseOfScanner&) = delete;
+    UseOfScanner& operator=(const UseOfScanner&) = delete;
+    ~UseOfScanner() { control_.use(nullptr); }
+
+private:
+    ScanControl& control_;
+};
+
 /// The scanner is known to the control while the function uses it.
 template <typename Function>
 void withScanner(Scanners& scanners, const DriverEntry& entry, ScanControl& control, Function function) {
     const std::unique_ptr<Scanner> scanner = openScanner(scanners, entry);
     if (scanner && control.progress()) {
-        control.use(scanner.get());
+        const UseOfScanner use(control, *scanner);
         function(*scanner);
-        control.use(nullptr);
     }
 }
 

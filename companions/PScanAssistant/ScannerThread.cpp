@@ -80,7 +80,7 @@ bool ScannerThread::end() {
     if (waitUntilIdle(timeToNotice)) {
         return true;
     }
-    running->control.interrupt();
+    interrupt(running);
     return waitUntilIdle(timeToStop);
 }
 
@@ -116,6 +116,22 @@ void ScannerThread::settle(const TaskPointer& task, const std::function<void()>&
     }
 }
 
+/// On a thread that nobody waits for: the main thread must stay able to end the program.
+void ScannerThread::interrupt(const TaskPointer& task) {
+    if (task->isBeingInterrupted.exchange(true)) {
+        return;
+    }
+    const bool isOnItsWay = platform::guarded([&task] {
+        std::thread([task] {
+            platform::guarded([&task] { task->control.interrupt(); });
+            task->isBeingInterrupted = false;
+        }).detach();
+    });
+    if (!isOnItsWay) {
+        task->isBeingInterrupted = false;
+    }
+}
+
 void ScannerThread::watch() {
     TaskPointer running;
     std::deque<TaskPointer> waiting;
@@ -131,7 +147,7 @@ void ScannerThread::watch() {
     for (const TaskPointer& task : waiting) {
         settle(task, task->work.gaveUp);
     }
-    running->control.interrupt();
+    interrupt(running);
 }
 
 } // namespace trigora::companions

@@ -27,7 +27,8 @@ public:
     void use(Scanner* scanner);
     /// Asks the work to end; it does so when it next tells of progress.
     void cancel() { cancelled_ = true; }
-    /// Ends a wait for the scanner that does not end by itself.
+    /// Ends a wait for the scanner that does not end by itself. Waits for the scanner's consent, and so does
+    /// `use` meanwhile; a scanner gone wrong never gives it.
     void interrupt();
 
 private:
@@ -69,6 +70,7 @@ private:
         Work work;
         ScanControl control;
         bool isSettled = false; ///< main thread only
+        std::atomic<bool> isBeingInterrupted = false;
     };
     using TaskPointer = std::shared_ptr<Task>;
 
@@ -76,6 +78,7 @@ private:
     TaskPointer nextTask();
     void settle(const TaskPointer& task, const std::function<void()>& tell);
     void watch();
+    static void interrupt(const TaskPointer& task);
     bool waitUntilIdle(std::chrono::milliseconds time);
 
     platform::RunLoop& loop_;

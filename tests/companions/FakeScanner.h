@@ -59,8 +59,15 @@ public:
         return end;
     }
     void cancel() override {
-        const std::lock_guard lock(mutex_);
+        std::unique_lock lock(mutex_);
         ++cancelCount_;
+        changed_.notify_all();
+        changed_.wait(lock, [this] { return !cancelHangs; });
+    }
+    /// Lets a `cancel` that hangs return.
+    void release() {
+        const std::lock_guard lock(mutex_);
+        cancelHangs = false;
         changed_.notify_all();
     }
 
@@ -79,13 +86,14 @@ public:
     Values values;
     std::deque<Frame> frames;
     bool hangs = false;
+    bool cancelHangs = false; ///< until `release`; nothing else of the scanner returns either
 
 private:
     void waitForCancel() {
         std::unique_lock lock(mutex_);
         isHanging_ = true;
         changed_.notify_all();
-        changed_.wait(lock, [this] { return cancelCount_ > 0; });
+        changed_.wait(lock, [this] { return cancelCount_ > 0 && !cancelHangs; });
     }
 
     std::size_t sent_ = 0;

@@ -216,6 +216,20 @@ TEST_F(ScanAssistantTest, QuitsDuringAScanAndLeavesNoFile) {
     EXPECT_TRUE(std::filesystem::is_empty(scans));
 }
 
+TEST_F(ScanAssistantTest, NotEvenAScannerThatCannotBeCancelledHoldsTheMainThread) {
+    begin();
+    scanners.scanner.hangs = true;
+    scanners.scanner.cancelHangs = true;
+    scanners.scanner.frames = {greyFrame(8, 8, 0)};
+    notifications.receive(scanNow, scanRequest());
+    scanners.scanner.waitUntilHanging();
+    loop.advance(200); // the test ends here if this waits for the scanner
+    waitForAnswers(1);
+    EXPECT_EQ(files(answers.at(0).second), Array{"Scan is not succeed!"});
+    EXPECT_FALSE(assistant->end());
+    scanners.scanner.release();
+}
+
 TEST_F(ScanAssistantTest, TellsWhichDriverServesANetworkAddress) {
     scanners.attached = {{"net:10.0.0.8:x", "Pelox", "Flat 10"}};
     begin();
