@@ -33,7 +33,7 @@ bool makesSense(const FrameParameters& parameters) {
 }
 
 /// Reads one frame, whose scan has been started.
-ScannerStatus readFrame(Scanner& scanner, const std::function<bool()>& progress, Frame& frame) {
+ScannerStatus readFrame(Scanner& scanner, const ScanProgress& progress, Frame& frame) {
     const std::optional<FrameParameters> parameters = scanner.parameters();
     if (!parameters || !makesSense(*parameters)) {
         return ScannerStatus::failed;
@@ -44,7 +44,7 @@ ScannerStatus readFrame(Scanner& scanner, const std::function<bool()>& progress,
     for (;;) {
         std::size_t length = 0;
         const ScannerStatus status = scanner.read(buffer, length);
-        if (!progress()) {
+        if (progress(length > 0) != ScanWish::goOn) {
             return ScannerStatus::cancelled;
         }
         length = std::min(length, buffer.size());
@@ -146,12 +146,12 @@ std::optional<PageImage> assemble(const std::vector<Frame>& frames, double resol
 } // namespace
 
 std::variant<PageImage, ScannerStatus> readPage(Scanner& scanner, ImageType type, double resolution,
-                                                const std::function<bool()>& progress) {
+                                                const ScanProgress& progress) {
     constexpr std::size_t mostFrames = 3;
     std::vector<Frame> frames;
     do {
         const ScannerStatus started = scanner.start();
-        if (!progress()) {
+        if (progress(true) != ScanWish::goOn) {
             return ScannerStatus::cancelled;
         }
         if (started != ScannerStatus::good) {

@@ -8,6 +8,7 @@
 #include "platform/Workspace.h"
 
 #include <memory>
+#include <mutex>
 #include <utility>
 
 namespace trigora::companions {
@@ -33,6 +34,24 @@ void answerConfirmation(const DriverEntry& entry, const std::optional<Dictionary
     post("DidFinishScannerConfirmationDistributedNotification", answer);
 }
 
+/// What the work on the scanner thread has come to so far, for the main thread to see at any time.
+template <typename Value> class Outcome {
+public:
+    explicit Outcome(Value value) : value_(std::move(value)) {}
+    void set(Value value) {
+        const std::lock_guard lock(mutex_);
+        value_ = std::move(value);
+    }
+    Value get() const {
+        const std::lock_guard lock(mutex_);
+        return value_;
+    }
+
+private:
+    mutable std::mutex mutex_;
+    Value value_;
+};
+
 /// Lets the control know the scanner for as long as this lives.
 class UseOfScanner {
 public:
@@ -45,14 +64,15 @@ private:
     ScanControl& control_;
 };
 
-/// The scanner is known to the control while the function uses it.
+/// The scanner is known to the control while the function uses it. False when it could not be opened.
 template <typename Function>
-void withScanner(Scanners& scanners, const DriverEntry& entry, ScanControl& control, Function function) {
+bool withScanner(Scanners& scanners, const DriverEntry& entry, ScanControl& control, Function function) {
     const std::unique_ptr<Scanner> scanner = openScanner(scanners, entry);
-    if (scanner && control.progress()) {
+    if (scanner && control.progress() == ScanWish::goOn) {
         const UseOfScanner use(control, *scanner);
         function(*scanner);
     }
+    return scanner != nullptr;
 }
 
 /// The folder to scan into, made when missing; none when there is none.
@@ -99,15 +119,17 @@ void ScanAssistant::observe(const std::string& name, void (ScanAssistant::*handl
 void ScanAssistant::confirmScanner(const Dictionary& request) {
     const std::string driverName = textAt(request, "DriverName").value_or(currentDriverName_);
     const DriverEntry entry = directory_.entry(driverName, networkAddress(request, "IPAddress"));
-    auto information = std::make_shared<std::optional<Dictionary>>();
+    auto information = std::make_shared<Outcome<std::optional<Dictionary>>>(std::nullopt);
+    // When the scanner does not come back from being closed, it has still told what it is.
+    const auto answer = [entry, information] { answerConfirmation(entry, information->get()); };
     thread_.perform({.perform =
                          [this, entry, information](ScanControl& control) {
                              withScanner(scanners_, entry, control, [&](Scanner& scanner) {
-                                 *information = deviceInformation(scanner, entry);
+                                 information->set(deviceInformation(scanner, entry));
                              });
                          },
-                     .finished = [entry, information] { answerConfirmation(entry, *information); },
-                     .gaveUp = [entry] { answerConfirmation(entry, std::nullopt); }});
+                     .finished = answer,
+                     .gaveUp = answer});
 }
 
 void ScanAssistant::scan(const Dictionary& request) {
@@ -120,24 +142,30 @@ void ScanAssistant::scan(const Dictionary& request) {
         return;
     }
     const DriverEntry entry = directory_.entry(driverName, settings.address);
-    auto outcome = std::make_shared<ScanOutcome>(ScanOutcome{{}, "the scanner cannot be opened"});
+    auto outcome = std::make_shared<Outcome<ScanOutcome>>(ScanOutcome{{}, "the scanner does not answer"});
+    // When the scanner does not come back from being closed, the documents are there all the same.
+    const auto answer = [this, folder = *folder, outcome] {
+        const ScanOutcome made = outcome->get();
+        std::vector<std::string> paths;
+        for (const std::string& name : made.fileNames) {
+            paths.push_back(appendingPathComponent(folder, name));
+        }
+        answerScan(paths, made.failure);
+    };
     thread_.perform(
         {.perform =
              [this, entry, settings, onDisk = folderOnDisk_(*folder), outcome](ScanControl& control) {
-                 withScanner(scanners_, entry, control, [&](Scanner& scanner) {
-                     *outcome =
-                         scanDocument(scanner, settings, onDisk, [&control] { return control.progress(); });
+                 const bool isOpen = withScanner(scanners_, entry, control, [&](Scanner& scanner) {
+                     outcome->set(scanDocument(scanner, settings, onDisk, [&control](bool hasMoved) {
+                         return control.progress(hasMoved);
+                     }));
                  });
-             },
-         .finished =
-             [this, folder = *folder, outcome] {
-                 std::vector<std::string> paths;
-                 for (const std::string& name : outcome->fileNames) {
-                     paths.push_back(appendingPathComponent(folder, name));
+                 if (!isOpen) {
+                     outcome->set({{}, "the scanner cannot be opened"});
                  }
-                 answerScan(paths, outcome->failure);
              },
-         .gaveUp = [this] { answerScan({}, "the scanner does not answer"); }});
+         .finished = answer,
+         .gaveUp = answer});
 }
 
 void ScanAssistant::answerScan(const std::vector<std::string>& paths, const std::string& failure) {

@@ -64,47 +64,38 @@ private:
     std::unique_ptr<DocumentWriter> writer_;
 };
 
-std::string failureOf(ScannerStatus status) {
+std::string failureOf(ScannerStatus status, ScanWish wish) {
+    if (wish == ScanWish::stop) {
+        return "the scanner does not answer";
+    }
+    if (wish == ScanWish::discard) {
+        return "the scan was cancelled";
+    }
     switch (status) {
     case ScannerStatus::noDocuments:
         return "there is no document in the feeder";
     case ScannerStatus::cancelled:
-        return "the scan was cancelled";
+        return "the scan was cancelled at the scanner";
     default:
         return "the scanner reports a failure";
     }
 }
 
-/// Ends the scan on every way out.
-class ScanInProgress {
-public:
-    explicit ScanInProgress(Scanner& scanner) : scanner_(scanner) {}
-    ScanInProgress(const ScanInProgress&) = delete;
-    ScanInProgress& operator=(const ScanInProgress&) = delete;
-    ~ScanInProgress() { scanner_.cancel(); }
-
-private:
-    Scanner& scanner_;
-};
-
 } // namespace
 
 ScanOutcome scanDocument(Scanner& scanner, const ScanSettings& settings, const std::string& folder,
-                         const std::function<bool()>& progress) {
+                         const ScanProgress& progress) {
     const std::optional<ScannerSetup> setup = setUp(scanner, settings);
     if (!setup) {
         return {{}, "the scanner refuses the settings"};
     }
-    const ScanInProgress scan(scanner);
     DocumentSequence documents(settings, folder);
     std::string failure;
-    bool isCancelled = false;
     for (bool isFirst = true; isFirst || setup->takesPages; isFirst = false) {
         const auto result = readPage(scanner, settings.imageType, setup->resolution, progress);
         if (const auto* status = std::get_if<ScannerStatus>(&result)) {
-            isCancelled = *status == ScannerStatus::cancelled;
             if (isFirst || *status != ScannerStatus::noDocuments) {
-                failure = failureOf(*status);
+                failure = failureOf(*status, progress(false));
             }
             break;
         }
@@ -113,7 +104,7 @@ ScanOutcome scanDocument(Scanner& scanner, const ScanSettings& settings, const s
             break;
         }
     }
-    if (!isCancelled && !documents.complete() && failure.empty()) {
+    if (progress(false) != ScanWish::discard && !documents.complete() && failure.empty()) {
         failure = "the document could not be written";
     }
     return {documents.names(), failure};

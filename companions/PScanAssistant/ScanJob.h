@@ -1,9 +1,9 @@
 #pragma once
 
+#include "companions/PScanAssistant/ScanProgress.h"
 #include "companions/PScanAssistant/ScanSettings.h"
 #include "companions/PScanAssistant/Scanner.h"
 
-#include <functional>
 #include <string>
 #include <vector>
 
@@ -16,9 +16,9 @@ struct ScanOutcome {
 
 /// Scans by the settings into an existing folder on the disk. From the feeder all pages are taken, into one
 /// document or a file each as the format has it. Every file is whole: pages that were scanned before a
-/// failure are kept, what was being written when the scan was cancelled is not. `progress` is called all
-/// along; when it answers false, the scan is cancelled.
+/// failure, a stop or the scanner's own Cancel key are kept; only when `progress` wishes to discard, what was
+/// being written is not.
 ScanOutcome scanDocument(Scanner& scanner, const ScanSettings& settings, const std::string& folder,
-                         const std::function<bool()>& progress);
+                         const ScanProgress& progress);
 
 } // namespace trigora::companions

@@ -49,8 +49,8 @@ struct FrameParameters {
 };
 
 /// An open scanner. One thread uses it; only `cancel` may come from another one. A page is: `start`,
-/// `parameters`, `read` until the end of the frame, the same again for each further frame of the page; after
-/// the last page `cancel`.
+/// `parameters`, `read` until the end of the frame, the same again for each further frame of the page.
+/// Destroying it ends the scan.
 class Scanner {
 public:
     virtual ~Scanner() = default;

@@ -10,6 +10,8 @@ namespace trigora::companions {
 namespace {
 
 constexpr double secondsBetweenLooks = 1;
+// How long work that has been stopped may take to keep what there is.
+constexpr double secondsToComeBack = 10;
 // How long the work may take to notice that it is cancelled, and then that its scanner was stopped.
 constexpr std::chrono::milliseconds timeToNotice{500};
 constexpr std::chrono::milliseconds timeToStop{3000};
@@ -18,9 +20,11 @@ constexpr std::chrono::milliseconds timeToStop{3000};
 
 ScanControl::ScanControl(platform::Clock& clock) : clock_(clock), lastProgress_(clock.monotonicSeconds()) {}
 
-bool ScanControl::progress() {
-    lastProgress_ = clock_.monotonicSeconds();
-    return !cancelled_;
+ScanWish ScanControl::progress(bool hasMoved) {
+    if (hasMoved) {
+        lastProgress_ = clock_.monotonicSeconds();
+    }
+    return wish_;
 }
 
 double ScanControl::secondsWithoutProgress() const { return clock_.monotonicSeconds() - lastProgress_; }
@@ -30,8 +34,12 @@ void ScanControl::use(Scanner* scanner) {
     scanner_ = scanner;
 }
 
+void ScanControl::giveUp() {
+    ScanWish expected = ScanWish::goOn;
+    wish_.compare_exchange_strong(expected, ScanWish::stop);
+}
+
 void ScanControl::interrupt() {
-    cancel();
     const std::lock_guard lock(mutex_);
     if (scanner_ != nullptr) {
         scanner_->cancel();
@@ -135,19 +143,28 @@ void ScannerThread::interrupt(const TaskPointer& task) {
 void ScannerThread::watch() {
     TaskPointer running;
     std::deque<TaskPointer> waiting;
+    bool isGivenUp = false;
     {
         const std::lock_guard lock(mutex_);
         running = running_;
-        if (!running || running->control.secondsWithoutProgress() < timeLimit_) {
+        const double seconds = running ? running->control.secondsWithoutProgress() : 0;
+        if (!running || seconds < timeLimit_) {
             return;
         }
-        waiting.swap(waiting_);
+        if (seconds >= timeLimit_ + secondsToComeBack) {
+            waiting.swap(waiting_);
+            isGivenUp = true;
+        }
+    }
+    running->control.giveUp();
+    interrupt(running);
+    if (!isGivenUp) {
+        return;
     }
     settle(running, running->work.gaveUp);
     for (const TaskPointer& task : waiting) {
         settle(task, task->work.gaveUp);
     }
-    interrupt(running);
 }
 
 } // namespace trigora::companions

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "companions/PScanAssistant/ScanProgress.h"
 #include "companions/PScanAssistant/Scanner.h"
 #include "platform/Clock.h"
 #include "platform/RunLoop.h"
@@ -19,14 +20,14 @@ class ScanControl {
 public:
     explicit ScanControl(platform::Clock& clock);
 
-    /// The work goes on; false when it should end.
-    bool progress();
-    bool isCancelled() const { return cancelled_; }
+    /// The work goes on, and something has moved or not; what is wanted of it now.
+    ScanWish progress(bool hasMoved = true);
     double secondsWithoutProgress() const;
     /// Which scanner the work waits for, so that it can be told to stop waiting; null for none.
     void use(Scanner* scanner);
-    /// Asks the work to end; it does so when it next tells of progress.
-    void cancel() { cancelled_ = true; }
+    // Each asks the work to end; it does so when it next tells of progress.
+    void cancel() { wish_ = ScanWish::discard; }
+    void giveUp();
     /// Ends a wait for the scanner that does not end by itself. Waits for the scanner's consent, and so does
     /// `use` meanwhile; a scanner gone wrong never gives it.
     void interrupt();
@@ -34,15 +35,15 @@ public:
 private:
     platform::Clock& clock_;
     std::atomic<double> lastProgress_;
-    std::atomic<bool> cancelled_ = false;
+    std::atomic<ScanWish> wish_ = ScanWish::goOn;
     std::mutex mutex_;
     Scanner* scanner_ = nullptr; // guarded by mutex_
 };
 
 /// Does the work with the scanner, one piece after another, so that the main thread can listen meanwhile.
-/// Each piece ends in exactly one of two ways, told on the main thread: it has finished, or it was given up
-/// because nothing had moved for the time limit. What stands in line behind a piece that was given up and
-/// has not come back is given up, too. Used on the main thread.
+/// Each piece ends in exactly one of two ways, told on the main thread: it has finished, or it was given up.
+/// When nothing has moved for the time limit, the work is asked to stop; it is given up when it still has not
+/// come back some seconds later, and what stands in line behind it, too. Used on the main thread.
 class ScannerThread {
 public:
     struct Work {

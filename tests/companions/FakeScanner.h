@@ -11,7 +11,7 @@
 namespace trigora::test {
 
 /// A scanner that a test describes. It accepts what its options allow, sends the pages in its feeder and
-/// then says that there are no more; or it hangs in the middle of a page until it is cancelled.
+/// then says that there are no more; or it stalls in the middle of the last page until it is cancelled.
 class FakeScanner final : public companions::Scanner {
 public:
     using Values = std::map<std::string, companions::ScannerValue>;
@@ -39,13 +39,14 @@ public:
             return companions::ScannerStatus::noDocuments;
         }
         sent_ = 0;
+        const std::lock_guard lock(mutex_);
+        isCancelled_ = false;
         return companions::ScannerStatus::good;
     }
     std::optional<companions::FrameParameters> parameters() override { return frames.front().parameters; }
     companions::ScannerStatus read(std::span<std::uint8_t> buffer, std::size_t& length) override {
-        if (hangs) {
-            waitForCancel();
-            return companions::ScannerStatus::cancelled;
+        if (frames.size() <= 1 && (hangs || sendsNothing)) {
+            return stall(length);
         }
         const Frame& frame = frames.front();
         length = std::min({buffer.size(), frame.bytes.size() - sent_, std::size_t{7}});
@@ -61,6 +62,7 @@ public:
     void cancel() override {
         std::unique_lock lock(mutex_);
         ++cancelCount_;
+        isCancelled_ = true;
         changed_.notify_all();
         changed_.wait(lock, [this] { return !cancelHangs; });
     }
@@ -71,10 +73,15 @@ public:
         changed_.notify_all();
     }
 
-    /// Returns once the scanner hangs in a `read`.
-    void waitUntilHanging() {
+    /// Returns once the scanner has come to where it hangs or sends nothing.
+    void waitUntilStalling() {
         std::unique_lock lock(mutex_);
-        changed_.wait(lock, [this] { return isHanging_; });
+        changed_.wait(lock, [this] { return isStalling_; });
+        isStalling_ = false;
+    }
+    void waitUntilCancelled() {
+        std::unique_lock lock(mutex_);
+        changed_.wait(lock, [this] { return cancelCount_ > 0; });
     }
     int cancelCount() {
         const std::lock_guard lock(mutex_);
@@ -85,21 +92,27 @@ public:
     std::string refused; ///< the option that cannot be set after all
     Values values;
     std::deque<Frame> frames;
-    bool hangs = false;
-    bool cancelHangs = false; ///< until `release`; nothing else of the scanner returns either
+    bool hangs = false;        ///< at the last page
+    bool sendsNothing = false; ///< at the last page, but says that all is well
+    bool cancelHangs = false;  ///< until `release`; nothing else of the scanner returns either
 
 private:
-    void waitForCancel() {
+    companions::ScannerStatus stall(std::size_t& length) {
+        length = 0;
         std::unique_lock lock(mutex_);
-        isHanging_ = true;
+        isStalling_ = true;
         changed_.notify_all();
-        changed_.wait(lock, [this] { return cancelCount_ > 0 && !cancelHangs; });
+        if (hangs) {
+            changed_.wait(lock, [this] { return isCancelled_ && !cancelHangs; });
+        }
+        return isCancelled_ ? companions::ScannerStatus::cancelled : companions::ScannerStatus::good;
     }
 
     std::size_t sent_ = 0;
     std::mutex mutex_;
     std::condition_variable changed_;
-    bool isHanging_ = false;
+    bool isStalling_ = false;
+    bool isCancelled_ = false;
     int cancelCount_ = 0;
 };
 

@@ -11,7 +11,7 @@ using namespace test;
 using Content = FrameParameters::Content;
 
 std::variant<PageImage, ScannerStatus> read(Scanner& scanner, ImageType type) {
-    return readPage(scanner, type, 50, [] { return true; });
+    return readPage(scanner, type, 50, [](bool) { return ScanWish::goOn; });
 }
 
 TEST(PageReaderTest, TheDevicesManyWaysOfSendingAPageGiveTheSamePicture) {

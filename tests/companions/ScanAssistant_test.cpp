@@ -39,6 +39,9 @@ private:
     class Borrowed final : public Scanner {
     public:
         explicit Borrowed(FakeScanner& scanner) : scanner_(scanner) {}
+        Borrowed(const Borrowed&) = delete;
+        Borrowed& operator=(const Borrowed&) = delete;
+        ~Borrowed() override { scanner_.cancel(); }
         std::vector<ScannerOption> options() override { return scanner_.options(); }
         bool set(const std::string& option, const ScannerValue& value) override {
             return scanner_.set(option, value);
@@ -184,22 +187,40 @@ TEST_F(ScanAssistantTest, TheCurrentDriverStandsInForNone) {
     EXPECT_EQ(files(ask(scanNow, scanRequest("NOT SETUP")).at(0).second), Array{"Scan is not succeed!"});
 }
 
-TEST_F(ScanAssistantTest, AScannerThatHangsIsGivenUpAndSoIsWhatWaitsForIt) {
+TEST_F(ScanAssistantTest, AScannerThatStallsIsStoppedAndKeepsTheWholePages) {
     begin();
-    scanners.scanner.hangs = true;
+    scanners.scanner.allOptions = {textOption("source", {"ADF"})};
+    for (const bool answersWithNothing : {false, true}) {
+        scanners.scanner.hangs = !answersWithNothing;
+        scanners.scanner.sendsNothing = answersWithNothing;
+        scanners.scanner.frames = {greyFrame(8, 8, 0), greyFrame(8, 8, 0)};
+        Dictionary request = scanRequest();
+        request["ScanSettings"] =
+            Dictionary{{"driverName", "Scanner A"}, {"folderPath", scans}, {"documentSource", 2}};
+        answers.clear();
+        notifications.receive(scanNow, request);
+        notifications.receive(confirm, Dictionary{{"DriverName", "Scanner A"}});
+        scanners.scanner.waitUntilStalling();
+        loop.advance(119);
+        EXPECT_TRUE(answers.empty());
+        loop.advance(2);
+        waitForAnswers(2);
+        EXPECT_EQ(files(answers[0].second), Array{"Scan is not succeed!"});
+        EXPECT_TRUE(std::filesystem::remove(scans + "/img001.pdf"));
+        EXPECT_EQ(platform::integerAt(answers[1].second, "ScannerConfirmResult"), 0);
+    }
+}
+
+TEST_F(ScanAssistantTest, AScannerThatCannotBeClosedAfterAGoodScanDoesNotSpoilIt) {
+    begin();
+    scanners.scanner.cancelHangs = true;
     scanners.scanner.frames = {greyFrame(8, 8, 0)};
     notifications.receive(scanNow, scanRequest());
-    notifications.receive(confirm, Dictionary{{"DriverName", "Scanner A"}});
-    scanners.scanner.waitUntilHanging();
-    loop.advance(119);
-    EXPECT_TRUE(answers.empty());
-    loop.advance(2);
-    ASSERT_EQ(answers.size(), 2U);
-    EXPECT_EQ(files(answers[0].second), Array{"Scan is not succeed!"});
-    EXPECT_EQ(answers[1].second, (Dictionary{{"ScannerConfirmResult", -1}}));
-    EXPECT_TRUE(assistant->end());
-    loop.runPending();
-    EXPECT_EQ(answers.size(), 2U); // no second answer when it has come back
+    scanners.scanner.waitUntilCancelled();
+    loop.advance(140);
+    waitForAnswers(1);
+    EXPECT_EQ(files(answers.at(0).second), Array{scans + "/img001.bmp"});
+    scanners.scanner.release();
 }
 
 TEST_F(ScanAssistantTest, QuitsDuringAScanAndLeavesNoFile) {
@@ -207,7 +228,7 @@ TEST_F(ScanAssistantTest, QuitsDuringAScanAndLeavesNoFile) {
     scanners.scanner.hangs = true;
     scanners.scanner.frames = {greyFrame(8, 8, 0)};
     notifications.receive(scanNow, scanRequest());
-    scanners.scanner.waitUntilHanging();
+    scanners.scanner.waitUntilStalling();
     notifications.receive("ReplySAQuitDistributedNotification");
     EXPECT_TRUE(assistant->end());
     EXPECT_GT(scanners.scanner.cancelCount(), 0);
@@ -222,10 +243,12 @@ TEST_F(ScanAssistantTest, NotEvenAScannerThatCannotBeCancelledHoldsTheMainThread
     scanners.scanner.cancelHangs = true;
     scanners.scanner.frames = {greyFrame(8, 8, 0)};
     notifications.receive(scanNow, scanRequest());
-    scanners.scanner.waitUntilHanging();
+    scanners.scanner.waitUntilStalling();
+    notifications.receive(confirm, Dictionary{{"DriverName", "Scanner A"}});
     loop.advance(200); // the test ends here if this waits for the scanner
-    waitForAnswers(1);
+    waitForAnswers(2);
     EXPECT_EQ(files(answers.at(0).second), Array{"Scan is not succeed!"});
+    EXPECT_EQ(answers[1].second, (Dictionary{{"ScannerConfirmResult", -1}}));
     EXPECT_FALSE(assistant->end());
     scanners.scanner.release();
 }
