@@ -4,6 +4,7 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/statvfs.h>
 #include <unistd.h>
 
 #include <array>
@@ -76,6 +77,16 @@ bool DocumentFile::write(const std::uint8_t* bytes, std::size_t count) const {
     return true;
 }
 
+bool DocumentFile::hasRoomFor(double bytes) const {
+    struct statvfs disk = {};
+    if (::fstatvfs(descriptor_, &disk) != 0 || disk.f_blocks == 0 ||
+        static_cast<double>(disk.f_bavail) * static_cast<double>(disk.f_frsize) >= bytes) {
+        return true;
+    }
+    errno = ENOSPC;
+    return false;
+}
+
 int DocumentFile::giveName(const std::string& path) const {
     if (hiddenPath_.empty()) {
         const std::string source = "/proc/self/fd/" + std::to_string(descriptor_);
@@ -96,11 +107,11 @@ bool DocumentFile::publish(NumberedName& name) {
         return false;
     }
     for (; name.number <= highestNumber; ++name.number) {
-        const int error = giveName(platform::appendingPathComponent(folder_, name.text()));
-        if (error == 0) {
+        errno = giveName(platform::appendingPathComponent(folder_, name.text()));
+        if (errno == 0) {
             return true;
         }
-        if (error != EEXIST) {
+        if (errno != EEXIST) {
             return false;
         }
     }

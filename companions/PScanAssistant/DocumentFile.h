@@ -22,6 +22,8 @@ struct NumberedName {
 /// the file system knows no files without a name, it has a hidden one in the meantime.
 class DocumentFile {
 public:
+    // Where one of these fails, errno tells why.
+
     /// In an existing folder on the disk; none when no file can be made there.
     static std::optional<DocumentFile> create(const std::string& folder);
 
@@ -34,6 +36,8 @@ public:
     /// Open for reading and writing; stays the file's own.
     int descriptor() const { return descriptor_; }
     bool write(const std::uint8_t* bytes, std::size_t count) const;
+    /// Whether the disk has so many bytes left, as far as it tells.
+    bool hasRoomFor(double bytes) const;
     /// Gives the file its name for good, counting the number up past names that are taken; no existing file
     /// is ever replaced. False when it could not be written out or no name is free.
     bool publish(NumberedName& name);

@@ -35,6 +35,7 @@ public:
         return found == values.end() ? std::nullopt : std::optional(found->second);
     }
     companions::ScannerStatus start() override {
+        ++startCount;
         if (frames.empty()) {
             return companions::ScannerStatus::noDocuments;
         }
@@ -92,6 +93,7 @@ public:
     std::string refused; ///< the option that cannot be set after all
     Values values;
     std::deque<Frame> frames;
+    int startCount = 0;
     bool hangs = false;        ///< at the last page
     bool sendsNothing = false; ///< at the last page, but says that all is well
     bool cancelHangs = false;  ///< until `release`; nothing else of the scanner returns either

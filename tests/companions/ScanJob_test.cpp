@@ -206,13 +206,27 @@ TEST_F(ScanJobTest, ACancelledScanLeavesNothingHalfWritten) {
     }
 }
 
-TEST_F(ScanJobTest, AFolderThatCannotBeWrittenIsAFailure) {
-    FakeScanner scanner;
-    scanner.frames = {greyFrame(8, 8, 0)};
-    const ScanOutcome outcome = scanDocument(scanner, settingsFor(FileFormat::pdf, ImageType::grey),
-                                             folder.path() + "/missing", [](bool) { return ScanWish::goOn; });
-    EXPECT_EQ(outcome.failure, "the document could not be written");
-    EXPECT_TRUE(outcome.fileNames.empty());
+TEST_F(ScanJobTest, AFolderThatCannotTakeTheDocumentIsKnownBeforeAnyPaperIsFed) {
+    struct Case {
+        std::string folder;
+        PaperSize paper;
+        std::string reason;
+    };
+    const std::array<Case, 2> cases{{{folder.path() + "/missing", {100, 100}, "No such file or directory"},
+                                     {folder.path(), {1e7, 1e7}, "No space left on device"}}};
+    for (const Case& one : cases) {
+        FakeScanner scanner;
+        scanner.frames = {greyFrame(8, 8, 0)};
+        ScanSettings settings = settingsFor(FileFormat::pdf, ImageType::grey);
+        settings.paper = one.paper;
+        const ScanOutcome outcome =
+            scanDocument(scanner, settings, one.folder, [](bool) { return ScanWish::goOn; });
+        EXPECT_EQ(outcome.failure,
+                  "the document could not be written into " + one.folder + ": " + one.reason);
+        EXPECT_EQ(outcome.fileNames, std::vector<std::string>{});
+        EXPECT_EQ(scanner.startCount, 0);
+    }
+    EXPECT_EQ(files(), std::vector<std::string>{});
 }
 
 } // namespace
