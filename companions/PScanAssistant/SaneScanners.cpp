@@ -142,12 +142,12 @@ public:
         return found;
     }
 
-    ScannerStatus start() override { return statusOf(sane_start(handle_)); }
+    ScannerStatus start() override { return statusOf(noted(sane_start(handle_))); }
 
     std::optional<FrameParameters> parameters() override {
         SANE_Parameters parameters{};
-        if (sane_get_parameters(handle_, &parameters) != SANE_STATUS_GOOD || parameters.bytes_per_line <= 0 ||
-            parameters.pixels_per_line <= 0) {
+        if (noted(sane_get_parameters(handle_, &parameters)) != SANE_STATUS_GOOD ||
+            parameters.bytes_per_line <= 0 || parameters.pixels_per_line <= 0) {
             return std::nullopt;
         }
         FrameParameters frame;
@@ -167,12 +167,20 @@ public:
         const SANE_Status status =
             sane_read(handle_, buffer.data(), static_cast<SANE_Int>(buffer.size()), &received);
         length = received > 0 ? static_cast<std::size_t>(received) : 0;
-        return statusOf(status);
+        return statusOf(noted(status));
     }
+
+    std::string complaint() const override { return complaint_; }
 
     void cancel() override { sane_cancel(handle_); }
 
 private:
+    SANE_Status noted(SANE_Status status) {
+        const bool isAllWell = status == SANE_STATUS_GOOD || status == SANE_STATUS_EOF;
+        complaint_ = isAllWell ? "" : textOf(sane_strstatus(status));
+        return status;
+    }
+
     /// Calls the visitor with each option of a single value until it answers true; whether it did.
     template <typename Visitor> bool forEachOption(const Visitor& visit) {
         // Option 0 holds the number of options, itself included.
@@ -213,7 +221,7 @@ private:
 
     bool control(SANE_Int index, void* value) {
         SANE_Int information = 0;
-        return sane_control_option(handle_, index, SANE_ACTION_SET_VALUE, value, &information) ==
+        return noted(sane_control_option(handle_, index, SANE_ACTION_SET_VALUE, value, &information)) ==
                SANE_STATUS_GOOD;
     }
 
@@ -234,6 +242,7 @@ private:
     }
 
     SANE_Handle handle_;
+    std::string complaint_;
 };
 
 } // namespace
@@ -256,9 +265,15 @@ std::vector<AttachedScanner> SaneScanners::list() {
     return scanners;
 }
 
-std::unique_ptr<Scanner> SaneScanners::open(const std::string& device) {
+std::unique_ptr<Scanner> SaneScanners::open(const std::string& device, std::string& reason) {
+    if (!isReady()) {
+        reason = "SANE cannot be started";
+        return nullptr;
+    }
     SANE_Handle handle = nullptr;
-    if (!isReady() || sane_open(device.c_str(), &handle) != SANE_STATUS_GOOD) {
+    const SANE_Status status = sane_open(device.c_str(), &handle);
+    if (status != SANE_STATUS_GOOD) {
+        reason = textOf(sane_strstatus(status));
         return nullptr;
     }
     return std::make_unique<SaneScanner>(handle);

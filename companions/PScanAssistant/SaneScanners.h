@@ -13,7 +13,7 @@ public:
     ~SaneScanners() override;
 
     std::vector<AttachedScanner> list() override;
-    std::unique_ptr<Scanner> open(const std::string& device) override;
+    std::unique_ptr<Scanner> open(const std::string& device, std::string& reason) override;
 
 private:
     bool isReady();

@@ -9,6 +9,7 @@
 
 #include <memory>
 #include <mutex>
+#include <new>
 #include <utility>
 
 namespace trigora::companions {
@@ -18,18 +19,27 @@ namespace {
 using namespace platform;
 
 constexpr const char* failedScan = "Scan is not succeed!";
+constexpr const char* noAnswer = "the scanner does not answer";
 constexpr int confirmationFailed = -1;
 
 void post(const char* name, const Dictionary& userInfo) {
     current().notifications.post(name, userInfo, true);
 }
 
-void answerConfirmation(const DriverEntry& entry, const std::optional<Dictionary>& information) {
-    PSlog("scanner of %@: %@", entry.driverName, information ? "confirmed" : "not found");
+struct Confirmation {
+    std::optional<Dictionary> information; ///< about the scanner; none when it could not be confirmed
+    std::string failure;
+};
+
+void answerConfirmation(const DriverEntry& entry, const Confirmation& confirmation) {
+    const auto& [information, failure] = confirmation;
+    PSlog("scanner of %@: %@", entry.driverName, information ? "confirmed" : failure);
     Dictionary answer{{"ScannerConfirmResult", information ? 0 : confirmationFailed}};
     if (information) {
         answer["UpdatedDeviceInfo"] = Dictionary{{entry.driverName, *information}};
         answer["ScannerVersion"] = entry.version;
+    } else {
+        answer["Reason"] = failure;
     }
     post("DidFinishScannerConfirmationDistributedNotification", answer);
 }
@@ -64,15 +74,24 @@ private:
     ScanControl& control_;
 };
 
-/// The scanner is known to the control while the function uses it. False when it could not be opened.
+/// Opens the scanner, which the control knows while the function uses it. Gives why that failed, else
+/// nothing.
 template <typename Function>
-bool withScanner(Scanners& scanners, const DriverEntry& entry, ScanControl& control, Function function) {
-    const std::unique_ptr<Scanner> scanner = openScanner(scanners, entry);
-    if (scanner && control.progress() == ScanWish::goOn) {
-        const UseOfScanner use(control, *scanner);
-        function(*scanner);
+std::string withScanner(Scanners& scanners, const DriverEntry& entry, ScanControl& control,
+                        Function function) {
+    try {
+        std::string reason;
+        const std::unique_ptr<Scanner> scanner = openScanner(scanners, entry, reason);
+        if (scanner && control.progress() == ScanWish::goOn) {
+            const UseOfScanner use(control, *scanner);
+            function(*scanner);
+        }
+        return reason;
+    } catch (const std::bad_alloc&) {
+        return "there is not enough memory";
+    } catch (const std::exception& exception) {
+        return exception.what();
     }
-    return scanner != nullptr;
 }
 
 /// The folder to scan into, made when missing; none when there is none.
@@ -119,14 +138,18 @@ void ScanAssistant::observe(const std::string& name, void (ScanAssistant::*handl
 void ScanAssistant::confirmScanner(const Dictionary& request) {
     const std::string driverName = textAt(request, "DriverName").value_or(currentDriverName_);
     const DriverEntry entry = directory_.entry(driverName, networkAddress(request, "IPAddress"));
-    auto information = std::make_shared<Outcome<std::optional<Dictionary>>>(std::nullopt);
+    auto outcome = std::make_shared<Outcome<Confirmation>>(Confirmation{std::nullopt, noAnswer});
     // When the scanner does not come back from being closed, it has still told what it is.
-    const auto answer = [entry, information] { answerConfirmation(entry, information->get()); };
+    const auto answer = [entry, outcome] { answerConfirmation(entry, outcome->get()); };
     thread_.perform({.perform =
-                         [this, entry, information](ScanControl& control) {
-                             withScanner(scanners_, entry, control, [&](Scanner& scanner) {
-                                 information->set(deviceInformation(scanner, entry));
-                             });
+                         [this, entry, outcome](ScanControl& control) {
+                             const std::string failure =
+                                 withScanner(scanners_, entry, control, [&](Scanner& scanner) {
+                                     outcome->set({deviceInformation(scanner, entry), {}});
+                                 });
+                             if (!failure.empty()) {
+                                 outcome->set({std::nullopt, failure});
+                             }
                          },
                      .finished = answer,
                      .gaveUp = answer});
@@ -138,11 +161,11 @@ void ScanAssistant::scan(const Dictionary& request) {
     const std::string& driverName = settings.driverName.empty() ? currentDriverName_ : settings.driverName;
     const std::optional<std::string> folder = targetFolder(settings.folderPath);
     if (!folder) {
-        answerScan({}, "the folder cannot be made");
+        answerScan({}, "the folder " + settings.folderPath + " cannot be made");
         return;
     }
     const DriverEntry entry = directory_.entry(driverName, settings.address);
-    auto outcome = std::make_shared<Outcome<ScanOutcome>>(ScanOutcome{{}, "the scanner does not answer"});
+    auto outcome = std::make_shared<Outcome<ScanOutcome>>(ScanOutcome{{}, noAnswer});
     // When the scanner does not come back from being closed, the documents are there all the same.
     const auto answer = [this, folder = *folder, outcome] {
         const ScanOutcome made = outcome->get();
@@ -155,13 +178,13 @@ void ScanAssistant::scan(const Dictionary& request) {
     thread_.perform(
         {.perform =
              [this, entry, settings, onDisk = folderOnDisk_(*folder), outcome](ScanControl& control) {
-                 const bool isOpen = withScanner(scanners_, entry, control, [&](Scanner& scanner) {
+                 const std::string failure = withScanner(scanners_, entry, control, [&](Scanner& scanner) {
                      outcome->set(scanDocument(scanner, settings, onDisk, [&control](bool hasMoved) {
                          return control.progress(hasMoved);
                      }));
                  });
-                 if (!isOpen) {
-                     outcome->set({{}, "the scanner cannot be opened"});
+                 if (!failure.empty()) {
+                     outcome->set({{}, failure});
                  }
              },
          .finished = answer,
@@ -169,13 +192,19 @@ void ScanAssistant::scan(const Dictionary& request) {
 }
 
 void ScanAssistant::answerScan(const std::vector<std::string>& paths, const std::string& failure) {
-    Array files(paths.begin(), paths.end());
+    const Array files(paths.begin(), paths.end());
     PSlog("scanned: %@", Value(files));
-    if (!failure.empty()) {
-        PSlog("scan failed: %@", failure);
-        files = {failedScan};
+    if (failure.empty()) {
+        post("DidFinishScanDistributedNotification", {{"ScanResult", files}});
+        return;
     }
-    post("DidFinishScanDistributedNotification", {{"ScanResult", files}});
+    std::string reason = failure;
+    if (!paths.empty()) {
+        reason += "; what was scanned before is kept in " + paths.front();
+        reason += paths.size() > 1 ? " to " + paths.back() : "";
+    }
+    PSlog("scan failed: %@", reason);
+    post("DidFinishScanDistributedNotification", {{"ScanResult", Array{failedScan}}, {"Reason", reason}});
 }
 
 void ScanAssistant::findDriverAtAddress(const Dictionary& request) {

@@ -105,7 +105,12 @@ private:
     bool hasPages_ = false;
 };
 
-std::string failureOf(ScannerStatus status, ScanWish wish) {
+std::string withComplaint(const std::string& failure, const Scanner& scanner) {
+    const std::string complaint = scanner.complaint();
+    return complaint.empty() ? failure : failure + ": " + complaint;
+}
+
+std::string failureOf(ScannerStatus status, ScanWish wish, const Scanner& scanner) {
     if (wish == ScanWish::stop) {
         return "the scanner does not answer";
     }
@@ -118,7 +123,7 @@ std::string failureOf(ScannerStatus status, ScanWish wish) {
     case ScannerStatus::cancelled:
         return "the scan was cancelled at the scanner";
     default:
-        return "the scanner reports a failure";
+        return withComplaint("the scanner reports a failure", scanner);
     }
 }
 
@@ -128,7 +133,7 @@ ScanOutcome scanDocument(Scanner& scanner, const ScanSettings& settings, const s
                          const ScanProgress& progress) {
     const std::optional<ScannerSetup> setup = setUp(scanner, settings);
     if (!setup) {
-        return {{}, "the scanner refuses the settings"};
+        return {{}, withComplaint("the scanner refuses the settings", scanner)};
     }
     DocumentSequence documents(settings, folder);
     if (!documents.begin(leastBytes(settings, setup->resolution))) {
@@ -139,7 +144,7 @@ ScanOutcome scanDocument(Scanner& scanner, const ScanSettings& settings, const s
         const auto result = readPage(scanner, settings.imageType, setup->resolution, progress);
         if (const auto* status = std::get_if<ScannerStatus>(&result)) {
             if (isFirst || *status != ScannerStatus::noDocuments) {
-                failure = failureOf(*status, progress(false));
+                failure = failureOf(*status, progress(false), scanner);
             }
             break;
         }

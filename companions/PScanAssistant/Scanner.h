@@ -63,6 +63,8 @@ public:
     virtual std::optional<FrameParameters> parameters() = 0;
     /// Waits for data; `length` tells how much came.
     virtual ScannerStatus read(std::span<std::uint8_t> buffer, std::size_t& length) = 0;
+    /// What the scanner says about its last refusal or failure, in words; empty when nothing.
+    virtual std::string complaint() const = 0;
     /// Ends the scan; a `read` under way on another thread returns soon.
     virtual void cancel() = 0;
 };
@@ -80,8 +82,8 @@ public:
 
     /// Looks for them, which can take seconds.
     virtual std::vector<AttachedScanner> list() = 0;
-    /// Null when there is no such scanner or it is in use.
-    virtual std::unique_ptr<Scanner> open(const std::string& device) = 0;
+    /// Null when there is no such scanner or it is in use, with the reason in words.
+    virtual std::unique_ptr<Scanner> open(const std::string& device, std::string& reason) = 0;
 };
 
 } // namespace trigora::companions

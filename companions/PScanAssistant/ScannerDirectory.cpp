@@ -73,12 +73,19 @@ std::optional<std::string> ScannerDirectory::driverNameAtAddress(const std::stri
 
 void ScannerDirectory::reload() { PxIniParser::sharedParser()->removeAllItems(); }
 
-std::unique_ptr<Scanner> openScanner(Scanners& scanners, const DriverEntry& entry) {
-    if (!entry.device.empty()) {
-        return scanners.open(entry.device);
+std::unique_ptr<Scanner> openScanner(Scanners& scanners, const DriverEntry& entry, std::string& reason) {
+    const std::optional<std::string> device =
+        entry.device.empty() ? deviceOf(scanners.list(), entry) : entry.device;
+    if (!device) {
+        reason = "no scanner is found for the driver \"" + entry.driverName + '"';
+        return nullptr;
     }
-    const std::optional<std::string> device = deviceOf(scanners.list(), entry);
-    return device ? scanners.open(*device) : nullptr;
+    std::string complaint;
+    std::unique_ptr<Scanner> scanner = scanners.open(*device, complaint);
+    if (!scanner) {
+        reason = "the scanner " + *device + " cannot be opened: " + complaint;
+    }
+    return scanner;
 }
 
 std::optional<std::string> driverNameFoundAtAddress(Scanners& scanners, const std::string& address) {

@@ -35,8 +35,8 @@ private:
 
 /// Opens the scanner of a driver: the device that the entry names, or else among the scanners found the one
 /// whose device is the driver's name, whose vendor and model are, whose model is, or that has the address.
-/// Null when there is none. May take seconds.
-std::unique_ptr<Scanner> openScanner(Scanners& scanners, const DriverEntry& entry);
+/// Null when there is none or it cannot be opened, with the reason in words. May take seconds.
+std::unique_ptr<Scanner> openScanner(Scanners& scanners, const DriverEntry& entry, std::string& reason);
 
 /// The driver name for a scanner found at a network address: its vendor and model. None when there is none.
 std::optional<std::string> driverNameFoundAtAddress(Scanners& scanners, const std::string& address);

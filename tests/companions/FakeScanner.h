@@ -60,6 +60,7 @@ public:
         frames.pop_front();
         return end;
     }
+    std::string complaint() const override { return {}; }
     void cancel() override {
         std::unique_lock lock(mutex_);
         ++cancelCount_;

@@ -20,7 +20,10 @@ public:
         setenv("SANE_CONFIG_DIR", folder().path().c_str(), 1);
     }
 
-    std::unique_ptr<companions::Scanner> open() { return scanners.open("test:0"); }
+    std::unique_ptr<companions::Scanner> open() {
+        std::string reason;
+        return scanners.open("test:0", reason);
+    }
 
     companions::SaneScanners scanners;
 

@@ -24,7 +24,8 @@ constexpr const char* itIs = "DidGetDriverNameWithIPAddressDistributedNotificati
 class FakeScanners final : public Scanners {
 public:
     std::vector<AttachedScanner> list() override { return attached; }
-    std::unique_ptr<Scanner> open(const std::string& device) override {
+    std::unique_ptr<Scanner> open(const std::string& device, std::string& reason) override {
+        reason = "Device busy";
         opened.push_back(device);
         return device == available ? std::make_unique<Borrowed>(scanner) : nullptr;
     }
@@ -54,6 +55,7 @@ private:
         ScannerStatus read(std::span<std::uint8_t> buffer, std::size_t& length) override {
             return scanner_.read(buffer, length);
         }
+        std::string complaint() const override { return scanner_.complaint(); }
         void cancel() override { scanner_.cancel(); }
 
     private:
@@ -121,12 +123,20 @@ TEST_F(ScanAssistantTest, ConfirmsAScannerWithWhatItIs) {
     EXPECT_EQ(device.size(), 18U);
 }
 
-TEST_F(ScanAssistantTest, AMissingScannerIsAnsweredToo) {
+TEST_F(ScanAssistantTest, AScannerThatIsMissingOrInUseIsAnsweredWithTheReason) {
+    writeFile(paths::userScannerDriversFile(), "[Mine]\nDevice=usb:1\n");
     begin();
-    EXPECT_EQ(ask(confirm, {{"DriverName", "Scanner B"}}).at(0).second,
-              (Dictionary{{"ScannerConfirmResult", -1}}));
-    EXPECT_EQ(ask(confirm, {}).at(0).second, (Dictionary{{"ScannerConfirmResult", -1}}));
-    EXPECT_EQ(files(ask(scanNow, scanRequest("Scanner B")).at(0).second), Array{"Scan is not succeed!"});
+    const std::array<std::pair<std::string, std::string>, 3> cases{{
+        {"Scanner B", "no scanner is found for the driver \"Scanner B\""},
+        {"", "no scanner is found for the driver \"\""},
+        {"Mine", "the scanner usb:1 cannot be opened: Device busy"},
+    }};
+    for (const auto& [driver, reason] : cases) {
+        EXPECT_EQ(ask(confirm, {{"DriverName", driver}}).at(0).second,
+                  (Dictionary{{"ScannerConfirmResult", -1}, {"Reason", reason}}));
+        EXPECT_EQ(ask(scanNow, scanRequest(driver)).at(0).second,
+                  (Dictionary{{"ScanResult", Array{"Scan is not succeed!"}}, {"Reason", reason}}));
+    }
 }
 
 TEST_F(ScanAssistantTest, FindsTheScannerThatADriverNameStandsFor) {
@@ -205,7 +215,10 @@ TEST_F(ScanAssistantTest, AScannerThatStallsIsStoppedAndKeepsTheWholePages) {
         EXPECT_TRUE(answers.empty());
         loop.advance(2);
         waitForAnswers(2);
-        EXPECT_EQ(files(answers[0].second), Array{"Scan is not succeed!"});
+        EXPECT_EQ(answers[0].second,
+                  (Dictionary{{"ScanResult", Array{"Scan is not succeed!"}},
+                              {"Reason", "the scanner does not answer; what was scanned before is kept in " +
+                                             scans + "/img001.pdf"}}));
         EXPECT_TRUE(std::filesystem::remove(scans + "/img001.pdf"));
         EXPECT_EQ(platform::integerAt(answers[1].second, "ScannerConfirmResult"), 0);
     }
@@ -248,7 +261,8 @@ TEST_F(ScanAssistantTest, NotEvenAScannerThatCannotBeCancelledHoldsTheMainThread
     loop.advance(200); // the test ends here if this waits for the scanner
     waitForAnswers(2);
     EXPECT_EQ(files(answers.at(0).second), Array{"Scan is not succeed!"});
-    EXPECT_EQ(answers[1].second, (Dictionary{{"ScannerConfirmResult", -1}}));
+    EXPECT_EQ(answers[1].second,
+              (Dictionary{{"ScannerConfirmResult", -1}, {"Reason", "the scanner does not answer"}}));
     EXPECT_FALSE(assistant->end());
     scanners.scanner.release();
 }

@@ -189,6 +189,19 @@ TEST_F(ScanJobTest, AFailureKeepsTheWholePagesAndNothingElse) {
     }
 }
 
+TEST_F(ScanJobTest, AFailureIsToldInTheScannersWords) {
+    const std::array<std::pair<std::string, std::string>, 3> cases{{
+        {"SANE_STATUS_JAMMED", "the scanner reports a failure: Document feeder jammed"},
+        {"SANE_STATUS_COVER_OPEN", "the scanner reports a failure: Scanner cover is open"},
+        {"SANE_STATUS_EOF", "the scanner reports a failure"},
+    }};
+    for (const auto& [status, failure] : cases) {
+        SaneTestDevice device("read-status-code \"" + status + "\"");
+        const auto scanner = device.open();
+        EXPECT_EQ(scan(*scanner, settingsFor(FileFormat::pdf, ImageType::grey)).failure, failure);
+    }
+}
+
 TEST_F(ScanJobTest, AnEmptyFeederIsAFailure) {
     FakeScanner scanner;
     scanner.allOptions = {textOption("source", {"ADF"})};
