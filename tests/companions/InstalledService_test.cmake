@@ -1,0 +1,16 @@
+# The unit file starts the agent wherever it was installed:
+#     cmake -DINSTALL_SCRIPT=<InstallService.cmake> -DFOLDER=<scratch folder> -P InstalledService_test.cmake
+foreach(case "/=" "/opt/My Scanner/=/opt/My Scanner" "/100%=/100%%")
+  string(REGEX MATCH "^(.*)=(.*)$" ignored "${case}")
+  set(CMAKE_INSTALL_PREFIX "${CMAKE_MATCH_1}")
+  set(expected "ExecStart=\"${CMAKE_MATCH_2}/Applications/Pelox Software/")
+  file(REMOVE_RECURSE "${FOLDER}")
+  set(ENV{DESTDIR} "${FOLDER}")
+  include("${INSTALL_SCRIPT}")
+  file(STRINGS "${FOLDER}${CMAKE_INSTALL_PREFIX}/usr/lib/systemd/user/trigora-agent.service" start REGEX "^ExecStart=")
+  string(FIND "${start}" "${expected}" position)
+  if(NOT position EQUAL 0)
+    message(FATAL_ERROR "installed into ${CMAKE_INSTALL_PREFIX}: ${start}")
+  endif()
+endforeach()
+file(REMOVE_RECURSE "${FOLDER}")
