@@ -31,7 +31,17 @@ bool isAddressOf(const AttachedScanner& scanner, const std::string& address) {
     return !(at > 0 && belongsToAnother(at - 1)) && !belongsToAnother(at + address.size());
 }
 
+/// Whether they are USB devices of one back-end, as "genesys:libusb:001:004" and "genesys:libusb:001:005".
+bool areAlike(const std::string& device, const std::string& other) {
+    const auto backEnd = [](const std::string& name) { return name.substr(0, name.find(':')); };
+    const auto isUsb = [](const std::string& name) { return name.find("usb:") != std::string::npos; };
+    return isUsb(device) && isUsb(other) && backEnd(device) == backEnd(other);
+}
+
 std::optional<std::string> deviceOf(const std::vector<AttachedScanner>& scanners, const DriverEntry& entry) {
+    if (std::ranges::find(scanners, entry.device, &AttachedScanner::device) != scanners.end()) {
+        return entry.device;
+    }
     const std::string wanted = platform::lowercased(entry.driverName);
     const std::array<std::function<bool(const AttachedScanner&)>, 4> rules{
         [&](const AttachedScanner& scanner) { return scanner.device == entry.driverName; },
@@ -45,7 +55,12 @@ std::optional<std::string> deviceOf(const std::vector<AttachedScanner>& scanners
             return found->device;
         }
     }
-    return std::nullopt;
+    const auto isAlike = [&](const AttachedScanner& scanner) {
+        return areAlike(scanner.device, entry.device);
+    };
+    const auto found = std::ranges::find_if(scanners, isAlike);
+    const bool isOnlyOne = std::ranges::count_if(scanners, isAlike) == 1;
+    return isOnlyOne ? std::optional(found->device) : std::nullopt;
 }
 
 } // namespace
@@ -74,16 +89,20 @@ std::optional<std::string> ScannerDirectory::driverNameAtAddress(const std::stri
 void ScannerDirectory::reload() { PxIniParser::sharedParser()->removeAllItems(); }
 
 std::unique_ptr<Scanner> openScanner(Scanners& scanners, const DriverEntry& entry, std::string& reason) {
-    const std::optional<std::string> device =
-        entry.device.empty() ? deviceOf(scanners.list(), entry) : entry.device;
-    if (!device) {
-        reason = "no scanner is found for the driver \"" + entry.driverName + '"';
-        return nullptr;
-    }
     std::string complaint;
-    std::unique_ptr<Scanner> scanner = scanners.open(*device, complaint);
+    std::unique_ptr<Scanner> scanner =
+        entry.device.empty() ? nullptr : scanners.open(entry.device, complaint);
+    if (scanner) {
+        return scanner;
+    }
+    const std::optional<std::string> found = deviceOf(scanners.list(), entry);
+    if (found && *found != entry.device) {
+        scanner = scanners.open(*found, complaint);
+    }
     if (!scanner) {
-        reason = "the scanner " + *device + " cannot be opened: " + complaint;
+        reason = found || !entry.device.empty()
+                     ? "the scanner " + found.value_or(entry.device) + " cannot be opened: " + complaint
+                     : "no scanner is found for the driver \"" + entry.driverName + '"';
     }
     return scanner;
 }

@@ -33,9 +33,11 @@ private:
     std::optional<std::string> value(const std::string& section, const std::string& key) const;
 };
 
-/// Opens the scanner of a driver: the device that the entry names, or else among the scanners found the one
-/// whose device is the driver's name, whose vendor and model are, whose model is, or that has the address.
-/// Null when there is none or it cannot be opened, with the reason in words. May take seconds.
+/// Opens the scanner of a driver: the device that the entry names, or where there is no such device any more
+/// the one of the scanners found whose device is the driver's name, whose vendor and model are, whose model
+/// is, or that has the address, or that is the only one by USB with the same back-end as the device: such
+/// devices get another name whenever they are plugged in. Null when there is none or it cannot be opened,
+/// with the reason in words. May take seconds.
 std::unique_ptr<Scanner> openScanner(Scanners& scanners, const DriverEntry& entry, std::string& reason);
 
 /// The driver name for a scanner found at a network address: its vendor and model. None when there is none.

@@ -142,12 +142,20 @@ TEST_F(ScanAssistantTest, AScannerThatIsMissingOrInUseIsAnsweredWithTheReason) {
 TEST_F(ScanAssistantTest, FindsTheScannerThatADriverNameStandsFor) {
     scanners.attached = {{"net:10.0.0.12:x", "Pelox", "Flat 10"},
                          {"net:10.0.0.1:y", "Pelox", "Flat 1"},
-                         {"usb:1", "Other", "Scanner"}};
-    writeFile(paths::userScannerDriversFile(), "[Mine]\nDevice=usb:1\n[Scanner A]\nDevice=usb:2\n");
+                         {"usb:1", "Other", "Scanner"},
+                         {"two:usb:5", "Other", "Twin"},
+                         {"two:usb:6", "Other", "Twin"}};
+    writeFile(paths::userScannerDriversFile(), "[Mine]\nDevice=usb:1\n[Scanner A]\nDevice=usb:2\n"
+                                               "[Flat 1]\nDevice=usb:9\n[Pelox Flat 10]\nDevice=two:usb:6\n"
+                                               "[Gone]\nDevice=two:usb:4\n");
     begin();
-    const std::array<std::pair<Dictionary, std::vector<std::string>>, 8> cases{{
+    const std::array<std::pair<Dictionary, std::vector<std::string>>, 11> cases{{
         {{{"DriverName", "Mine"}}, {"usb:1"}},
-        {{{"DriverName", "Scanner A"}}, {"usb:2"}}, // the user's word counts first
+        // The user's word counts first. The device has another name since it was plugged in again.
+        {{{"DriverName", "Scanner A"}}, {"usb:2", "usb:1"}},
+        {{{"DriverName", "Flat 1"}}, {"usb:9", "net:10.0.0.1:y"}},
+        {{{"DriverName", "Gone"}}, {"two:usb:4"}},          // could be either of two
+        {{{"DriverName", "Pelox Flat 10"}}, {"two:usb:6"}}, // in use, but there
         {{{"DriverName", "usb:1"}}, {"usb:1"}},
         {{{"DriverName", "pelox flat 1"}}, {"net:10.0.0.1:y"}},
         {{{"DriverName", "Flat 10"}}, {"net:10.0.0.12:x"}},
