@@ -13,7 +13,9 @@ namespace {
 
 constexpr double millimetresPerInch = 25.4;
 
-bool containsAny(const std::string& text, std::initializer_list<std::string_view> words) {
+using Words = std::initializer_list<std::string_view>;
+
+bool containsAny(const std::string& text, const Words& words) {
     const std::string lowered = platform::lowercased(text);
     return std::ranges::any_of(
         words, [&](std::string_view word) { return lowered.find(word) != std::string::npos; });
@@ -71,15 +73,34 @@ struct ModeNames {
     std::optional<std::string> lineArt;
 };
 
+/// The mode with the name itself; else one with any of the words in its name, if possible without one of
+/// those that tell of a poorer kind ("Gray[Error Diffusion]" beside "True Gray", "Color Lineart" beside
+/// "Lineart").
+std::optional<std::string> modeWith(const ScannerOption& mode, std::string_view name, const Words& words,
+                                    const Words& poorer) {
+    for (const auto& text : mode.texts) {
+        if (platform::lowercased(text) == name) {
+            return text;
+        }
+    }
+    std::optional<std::string> found;
+    for (const auto& text : mode.texts) {
+        if (!containsAny(text, words)) {
+            continue;
+        }
+        if (!containsAny(text, poorer)) {
+            return text;
+        }
+        found = found ? found : text;
+    }
+    return found;
+}
+
 ModeNames modeNames(const ScannerOption& mode) {
-    return {firstText(&mode, [](const std::string& name) { return containsAny(name, {"colo"}); }),
-            firstText(&mode,
-                      [](const std::string& name) {
-                          return containsAny(name, {"gray", "grey"});
-                      }),
-            firstText(&mode, [](const std::string& name) {
-                return containsAny(name, {"lineart", "line art", "binary", "black", "monochrome"});
-            })};
+    return {modeWith(mode, "color", {"colo"}, {"diffusion", "dither", "halftone", "lineart"}),
+            modeWith(mode, "gray", {"gray", "grey"}, {"diffusion", "dither", "halftone", "lineart"}),
+            modeWith(mode, "lineart", {"lineart", "line art", "binary", "black", "monochrome"},
+                     {"diffusion", "dither", "halftone", "colo"})};
 }
 
 /// The mode that comes nearest; none when the scanner has none of them.

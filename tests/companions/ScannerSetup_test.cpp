@@ -87,10 +87,18 @@ TEST(ScannerSetupTest, ModesDepthsResolutionAndAreaComeAsNearAsTheScannerCan) {
         std::string chosen;
         std::optional<ScannerValue> depth;
     };
-    const std::array<Case, 4> cases{{{lineArt, ImageType::colour, "Color", 8.0},
-                                     {lineArt, ImageType::blackAndWhite, "Lineart", std::nullopt},
-                                     {greyOnly, ImageType::blackAndWhite, "Gray", 1.0},
-                                     {textOption("mode", {"Color"}), ImageType::grey, "Color", 8.0}}};
+    const ScannerOption many =
+        textOption("mode", {"Color Lineart", "Black & White Halftone", "Black & White",
+                            "Gray[Error Diffusion]", "True Gray", "24bit Color[Fast]", "Color"});
+    const std::array<Case, 8> cases{
+        {{many, ImageType::colour, "Color", 8.0},
+         {many, ImageType::grey, "True Gray", 8.0},
+         {many, ImageType::blackAndWhite, "Black & White", std::nullopt},
+         {textOption("mode", {"Gray[Error Diffusion]"}), ImageType::grey, "Gray[Error Diffusion]", 8.0},
+         {lineArt, ImageType::colour, "Color", 8.0},
+         {lineArt, ImageType::blackAndWhite, "Lineart", std::nullopt},
+         {greyOnly, ImageType::blackAndWhite, "Gray", 1.0},
+         {textOption("mode", {"Color"}), ImageType::grey, "Color", 8.0}}};
     for (const Case& one : cases) {
         FakeScanner scanner;
         scanner.allOptions = {one.mode, depth, resolution, rangeOption("br-x", 0, 200), height};
