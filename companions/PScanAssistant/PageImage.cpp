@@ -24,7 +24,7 @@ std::uint8_t greyAt(const PageImage& page, const std::uint8_t* row, std::size_t 
 
 } // namespace
 
-PageImage convertedTo(ImageType type, const PageImage& page) {
+PageImage convertedTo(ImageType type, PageImage page) {
     if (page.type == type || type == ImageType::colour) {
         return page;
     }

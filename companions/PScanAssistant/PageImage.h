@@ -33,6 +33,6 @@ struct PageImage {
 
 /// The same picture with fewer colours (black below the middle of the greys); black and white becomes grey
 /// by widening. Colour cannot be made.
-PageImage convertedTo(ImageType type, const PageImage& page);
+PageImage convertedTo(ImageType type, PageImage page);
 
 } // namespace trigora::companions

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 namespace trigora::companions {
 
@@ -103,7 +104,8 @@ PageImage blackAndWhitePage(const Frame& frame, double resolution) {
 }
 
 /// One page from the frames that belong to it: a grey one, a coloured one, or one each of the three colours.
-std::optional<PageImage> assemble(const std::vector<Frame>& frames, double resolution) {
+/// A page can have hundreds of megabytes, so that its bytes are not copied where they are right as they are.
+std::optional<PageImage> assemble(std::vector<Frame> frames, double resolution) {
     const FrameParameters& first = frames.front().parameters;
     const bool isSingle = first.content == Content::grey || first.content == Content::colour;
     if (frames.size() != (isSingle ? 1U : 3U)) {
@@ -119,6 +121,11 @@ std::optional<PageImage> assemble(const std::vector<Frame>& frames, double resol
             return std::nullopt;
         }
         page.height = std::min(page.height, frame.lines());
+    }
+    if (isSingle && first.depth == 8 && first.bytesPerLine == page.bytesPerRow()) {
+        page.pixels = std::move(frames.front().bytes);
+        page.pixels.resize(page.bytesPerRow() * page.height);
+        return page;
     }
     page.pixels.assign(page.bytesPerRow() * page.height, 0);
     for (const Frame& frame : frames) {
@@ -162,11 +169,11 @@ std::variant<PageImage, ScannerStatus> readPage(Scanner& scanner, ImageType type
             return status;
         }
     } while (!frames.back().parameters.isLast && frames.size() < mostFrames);
-    std::optional<PageImage> page = assemble(frames, resolution);
+    std::optional<PageImage> page = assemble(std::move(frames), resolution);
     if (!page) {
         return ScannerStatus::failed;
     }
-    return convertedTo(type, *page);
+    return convertedTo(type, std::move(*page));
 }
 
 } // namespace trigora::companions
