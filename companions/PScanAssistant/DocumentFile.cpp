@@ -28,6 +28,22 @@ int openHidden(std::string& path) {
     return descriptor;
 }
 
+/// Where there are no second names either, as on disks of other computers: reserves the name with an empty
+/// file and puts the real one into its place. 0, or the error number.
+int takeName(const std::string& from, const std::string& path) {
+    const int reserved = ::open(path.c_str(), O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC, fileMode);
+    if (reserved < 0) {
+        return errno;
+    }
+    ::close(reserved);
+    if (::rename(from.c_str(), path.c_str()) == 0) {
+        return 0;
+    }
+    const int error = errno;
+    ::unlink(path.c_str());
+    return error;
+}
+
 } // namespace
 
 std::string NumberedName::text() const {
@@ -99,7 +115,10 @@ int DocumentFile::giveName(const std::string& path) const {
         return errno;
     }
     // A file system that cannot rename without replacing; a second name fails when it is taken, too.
-    return ::link(hiddenPath_.c_str(), path.c_str()) == 0 ? 0 : errno;
+    if (::link(hiddenPath_.c_str(), path.c_str()) == 0) {
+        return 0;
+    }
+    return errno == EEXIST ? EEXIST : takeName(hiddenPath_, path);
 }
 
 bool DocumentFile::publish(NumberedName& name) {

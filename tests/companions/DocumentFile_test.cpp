@@ -3,8 +3,16 @@
 #include "tests/companions/TestPictures.h"
 #include "tests/fakes/PlatformTest.h"
 
+#include <fcntl.h>
+#include <linux/filter.h>
+#include <linux/seccomp.h>
+#include <sys/prctl.h>
+#include <sys/syscall.h>
+
+#include <cstddef>
 #include <filesystem>
 #include <fstream>
+#include <thread>
 
 namespace trigora::companions {
 namespace {
@@ -25,6 +33,51 @@ TEST(DocumentFileTest, TakesTheNextFreeNameAndNeverReplacesAFile) {
     EXPECT_EQ(name.text(), "img012.pdf");
     EXPECT_EQ(bytesOf(folder.path() + "/img012.pdf"), "new");
     EXPECT_EQ(bytesOf(folder.path() + "/img009.pdf"), "the user's own");
+}
+
+#ifdef SYS_link
+constexpr unsigned linkCall = SYS_link;
+#else
+constexpr unsigned linkCall = SYS_linkat;
+#endif
+
+/// From here on this thread's file systems know no files without a name, no second names and no renaming
+/// without replacing.
+void makeFileSystemsPoor() {
+    const auto answer = [](unsigned error) {
+        return sock_filter BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | error);
+    };
+    constexpr unsigned unnamedFile = O_TMPFILE & ~O_DIRECTORY;
+    std::array<sock_filter, 9> program{{
+        BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
+        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_renameat2, 4, 0),
+        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, linkCall, 4, 0),
+        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_openat, 0, 4),
+        BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, args[2])),
+        BPF_JUMP(BPF_JMP | BPF_JSET | BPF_K, unnamedFile, 1, 2),
+        answer(EINVAL),
+        answer(EPERM),
+        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
+    }};
+    const sock_fprog filter{static_cast<unsigned short>(program.size()), program.data()};
+    ASSERT_EQ(::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0), 0);
+    ASSERT_EQ(::prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &filter), 0);
+}
+
+TEST(DocumentFileTest, PublishesWhereTheFileSystemKnowsLittle) {
+    TemporaryFolder folder;
+    std::ofstream(folder.path() + "/img001.pdf") << "the user's own";
+    std::thread([&folder] {
+        makeFileSystemsPoor();
+        NumberedName name{"img", 1, "pdf"};
+        std::optional<DocumentFile> file = DocumentFile::create(folder.path());
+        ASSERT_TRUE(file);
+        EXPECT_TRUE(file->write(reinterpret_cast<const std::uint8_t*>("new"), 3));
+        EXPECT_TRUE(file->publish(name));
+    }).join();
+    EXPECT_EQ(bytesOf(folder.path() + "/img001.pdf"), "the user's own");
+    EXPECT_EQ(bytesOf(folder.path() + "/img002.pdf"), "new");
+    EXPECT_EQ(std::ranges::distance(std::filesystem::directory_iterator(folder.path())), 2);
 }
 
 TEST(DocumentFileTest, WhatIsNotPublishedWasNeverThere) {
