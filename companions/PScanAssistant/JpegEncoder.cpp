@@ -1,9 +1,10 @@
 #include "companions/PScanAssistant/JpegEncoder.h"
 
-#include <cmath>
+#include <algorithm>
 #include <csetjmp>
 #include <cstdio>
-#include <cstdlib>
+#include <exception>
+#include <utility>
 
 #include <jpeglib.h>
 
@@ -21,10 +22,49 @@ struct ErrorManager {
     std::longjmp(reinterpret_cast<ErrorManager*>(compressor->err)->out, 1);
 }
 
-/// Compresses into memory that the caller frees. No object with a destructor may live in here, because of
-/// the jump.
-bool compress(const PageImage& page, int quality, unsigned char** bytes, unsigned long* size) {
+/// Where the library puts the file: into a vector that belongs to the caller, whatever happens here.
+struct Destination {
+    jpeg_destination_mgr base;
+    Data* bytes;
+};
+
+/// Offers the library the bytes from `used` on. False without memory; no exception may pass the library.
+bool offerRoom(Destination& destination, std::size_t used) {
+    constexpr std::size_t firstSize = std::size_t{64} << 10;
+    try {
+        destination.bytes->resize(std::max(firstSize, used * 2));
+    } catch (const std::exception&) {
+        return false;
+    }
+    destination.base.next_output_byte = destination.bytes->data() + used;
+    destination.base.free_in_buffer = destination.bytes->size() - used;
+    return true;
+}
+
+void begin(j_compress_ptr compressor) {
+    if (!offerRoom(*reinterpret_cast<Destination*>(compressor->dest), 0)) {
+        jumpOut(reinterpret_cast<j_common_ptr>(compressor));
+    }
+}
+
+/// Called when all that was offered is full.
+boolean goOn(j_compress_ptr compressor) {
+    auto& destination = *reinterpret_cast<Destination*>(compressor->dest);
+    if (!offerRoom(destination, destination.bytes->size())) {
+        jumpOut(reinterpret_cast<j_common_ptr>(compressor));
+    }
+    return TRUE;
+}
+
+void end(j_compress_ptr compressor) {
+    auto& destination = *reinterpret_cast<Destination*>(compressor->dest);
+    destination.bytes->resize(destination.bytes->size() - destination.base.free_in_buffer);
+}
+
+/// No object with a destructor may live in here, because of the jump.
+bool compress(const PageImage& page, int quality, Data& bytes) {
     jpeg_compress_struct compressor;
+    Destination destination{{nullptr, 0, begin, goOn, end}, &bytes};
     ErrorManager errors;
     compressor.err = jpeg_std_error(&errors.base);
     errors.base.error_exit = jumpOut;
@@ -33,7 +73,7 @@ bool compress(const PageImage& page, int quality, unsigned char** bytes, unsigne
         return false;
     }
     jpeg_create_compress(&compressor);
-    jpeg_mem_dest(&compressor, bytes, size);
+    compressor.dest = &destination.base;
     const bool isColour = page.type == ImageType::colour;
     compressor.image_width = static_cast<JDIMENSION>(page.width);
     compressor.image_height = static_cast<JDIMENSION>(page.height);
@@ -60,14 +100,8 @@ std::optional<Data> encodeJpeg(const PageImage& page, int quality) {
     if (page.type == ImageType::blackAndWhite) {
         return encodeJpeg(convertedTo(ImageType::grey, page), quality);
     }
-    unsigned char* bytes = nullptr;
-    unsigned long size = 0;
-    std::optional<Data> result;
-    if (compress(page, quality, &bytes, &size)) {
-        result.emplace(bytes, bytes + size);
-    }
-    std::free(bytes);
-    return result;
+    Data bytes;
+    return compress(page, quality, bytes) ? std::optional(std::move(bytes)) : std::nullopt;
 }
 
 } // namespace trigora::companions
