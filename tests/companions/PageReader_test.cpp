@@ -54,6 +54,7 @@ TEST(PageReaderTest, AScannerNeedNotKnowThePagesHeight) {
     const auto result = read(scanner, ImageType::grey);
     ASSERT_TRUE(std::holds_alternative<PageImage>(result));
     EXPECT_EQ(std::get<PageImage>(result).height, 5U);
+    EXPECT_EQ(std::get<PageImage>(result).pixels, Data(8 * 5, 5));
 }
 
 TEST(PageReaderTest, WhatTheScannerReportsEndsTheReading) {
