@@ -3,6 +3,7 @@
 #include "agent/TgaServiceManager.h"
 
 #include "agent/DeviceTable.h"
+#include "agent/Guarded.h"
 #include "agent/PSlog.h"
 #include "agent/ScanEventMapping.h"
 #include "agent/ScanEventProject.h"
@@ -87,13 +88,14 @@ void TgaServiceManager::SM_ScannerConfirmationDidFinish(const platform::Notifica
     if (const auto runner = runnerManager->currentActionRunner()) {
         PSlog("%s [Line %d] executeAction", name, __LINE__);
         if (result == 0) {
-            runner->performAction();
+            isFailed = !guarded(name, [&] { runner->performAction(); });
         }
         runnerManager->setCurrentActionRunner(nullptr);
         TrProjectManager::sharedProjectManager()->setRunningProjectStatus(false);
     } else if (result == 0) {
         PSlog("%s [Line %d] confirmAction", name, __LINE__);
-        isFailed = !confirmAction(userInfo);
+        isFailed = true;
+        guarded(name, [&] { isFailed = !confirmAction(userInfo); });
         if (isFailed) {
             PSlog("%s [Line %d] SM_CheckEventInfo fails", name, __LINE__);
         }

@@ -2,6 +2,7 @@
 
 #include "agent/TgaServiceManager.h"
 
+#include "agent/Guarded.h"
 #include "catalogue/TrScannerDriverInformation.h"
 #include "files/PxIniParser.h"
 #include "platform/Platform.h"
@@ -40,8 +41,10 @@ void TgaServiceManager::SM_ScanDidFinish(const platform::Notification& notificat
     const std::optional<Array> scanResult = platform::arrayAt(userInfoOf(notification), "ScanResult");
     const auto runnerManager = TgaActionRunnerManager::sharedActionRunnerManager();
     if (const auto runner = runnerManager->currentActionRunner(); runner && scanResult) {
-        runner->setScanDataFileList(textsOf(*scanResult));
-        runner->performAction();
+        guarded("-[TgaServiceManager SM_ScanDidFinish:]", [&] {
+            runner->setScanDataFileList(textsOf(*scanResult));
+            runner->performAction();
+        });
     }
     runnerManager->setCurrentActionRunner(nullptr);
     TrLaunchApplicationManager::sharedLaunchApplicationManager()->terminateScanAssistantWithWait();

@@ -1,11 +1,10 @@
 #pragma once
 
+#include "platform/linux/FileDescriptor.h"
 #include "platform/linux/InstallationRoot.h"
 
 #include <string>
 #include <string_view>
-#include <unistd.h>
-#include <utility>
 
 namespace trigora::platform {
 
@@ -16,30 +15,6 @@ std::string diskPath(const InstallationRoot& root, std::string_view path);
 /// A name in the folder that no other item of this or any running process has, for what is put in its place
 /// when it is whole.
 std::string temporaryPathIn(const std::string& folder);
-
-/// Owns a file descriptor; -1 is none.
-class FileDescriptor {
-public:
-    explicit FileDescriptor(int descriptor = -1) : descriptor_(descriptor) {}
-    FileDescriptor(FileDescriptor&& other) noexcept : descriptor_(std::exchange(other.descriptor_, -1)) {}
-    FileDescriptor& operator=(FileDescriptor&& other) noexcept {
-        std::swap(descriptor_, other.descriptor_);
-        return *this;
-    }
-    FileDescriptor(const FileDescriptor&) = delete;
-    FileDescriptor& operator=(const FileDescriptor&) = delete;
-    ~FileDescriptor() {
-        if (descriptor_ >= 0) {
-            ::close(descriptor_);
-        }
-    }
-
-    int get() const { return descriptor_; }
-    explicit operator bool() const { return descriptor_ >= 0; }
-
-private:
-    int descriptor_;
-};
 
 /// Opens an existing regular file with the given flags; none for anything else. Never blocks, and never
 /// opens a device or a pipe, which may act on being opened.

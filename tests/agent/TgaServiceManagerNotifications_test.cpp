@@ -3,7 +3,11 @@
 #include "files/PxIniParser.h"
 #include "files/TrFilePathUtility.h"
 #include "projects/TrProjectManager.h"
+#include "runners/TgaActionRunner.h"
+#include "runners/TgaActionRunnerManager.h"
 #include "tests/agent/InstalledScannerTest.h"
+
+#include <new>
 
 namespace trigora {
 namespace {
@@ -59,6 +63,32 @@ TEST_F(TgaServiceManagerNotificationsTest, EndsTheScanWhateverItGave) {
         notifications.receive("DidFinishScanDistributedNotification", cases[0].answer);
         EXPECT_EQ(journal.take(), Lines{"post ScanEventDidFinishNotification"}) << c.what;
     }
+}
+
+/// Fails as one does for which there is no memory left.
+class FailingRunner final : public TgaActionRunner {
+public:
+    std::int32_t performAction() override { throw std::bad_alloc(); }
+};
+
+TEST_F(TgaServiceManagerNotificationsTest, EndsTheScanWhenItsActionFails) {
+    installLauncherProject();
+    start();
+    const auto runners = TgaActionRunnerManager::sharedActionRunnerManager();
+    startScan();
+    runners->setCurrentActionRunner(std::make_shared<FailingRunner>());
+    notifications.receive("DidFinishScanDistributedNotification",
+                          Dictionary{{"ScanResult", Array{"/1.pdf"}}});
+    EXPECT_EQ(journal.take(), Lines(scanEnded.begin() + 1, scanEnded.end()));
+    EXPECT_EQ(runners->currentActionRunner(), nullptr);
+    EXPECT_FALSE(TrProjectManager::sharedProjectManager()->isProjectRunning());
+
+    startScan();
+    runners->setCurrentActionRunner(std::make_shared<FailingRunner>());
+    confirm("D1", 0x123);
+    EXPECT_EQ(journal.take(), failed);
+    EXPECT_EQ(runners->currentActionRunner(), nullptr);
+    EXPECT_FALSE(TrProjectManager::sharedProjectManager()->isProjectRunning());
 }
 
 TEST_F(TgaServiceManagerNotificationsTest, LetsTheAssistantGoForTheScanningApplication) {

@@ -1,5 +1,6 @@
 #include "platform/linux/bus/BusAppleEvents.h"
 
+#include "platform/linux/FileDescriptor.h"
 #include "platform/linux/bus/BusNames.h"
 #include "platform/linux/bus/Guarded.h"
 
@@ -140,22 +141,15 @@ public:
     // By number: the library's own declaration has no C linkage everywhere.
     explicit ProcessHandle(std::int32_t processID)
         : descriptor_(static_cast<int>(syscall(SYS_pidfd_open, processID, 0))) {}
-    ~ProcessHandle() {
-        if (descriptor_ >= 0) {
-            close(descriptor_);
-        }
-    }
-    ProcessHandle(const ProcessHandle&) = delete;
-    ProcessHandle& operator=(const ProcessHandle&) = delete;
 
     /// Waits so long for the process to end; true also when there is none.
     bool endsWithin(milliseconds time) const {
-        pollfd waited{descriptor_, POLLIN, 0};
-        return descriptor_ < 0 || poll(&waited, 1, static_cast<int>(time.count())) > 0;
+        pollfd waited{descriptor_.get(), POLLIN, 0};
+        return !descriptor_ || poll(&waited, 1, static_cast<int>(time.count())) > 0;
     }
 
 private:
-    int descriptor_;
+    FileDescriptor descriptor_;
 };
 
 } // namespace

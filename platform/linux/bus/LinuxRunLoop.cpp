@@ -70,35 +70,27 @@ struct LinuxRunLoop::SignalHandler {
 
 /// Owns the descriptor that stands for the process.
 struct LinuxRunLoop::ExitHandler {
-    ExitHandler(LinuxRunLoop& itsLoop, int itsDescriptor, std::function<void()> itsHandler)
-        : loop(itsLoop), descriptor(itsDescriptor), handler(std::move(itsHandler)) {}
-    ExitHandler(const ExitHandler&) = delete;
-    ExitHandler& operator=(const ExitHandler&) = delete;
-    ~ExitHandler() {
-        source.reset();
-        close(descriptor);
-    }
+    ExitHandler(LinuxRunLoop& itsLoop, FileDescriptor itsDescriptor, std::function<void()> itsHandler)
+        : loop(itsLoop), descriptor(std::move(itsDescriptor)), handler(std::move(itsHandler)) {}
 
     LinuxRunLoop& loop;
-    int descriptor;
+    FileDescriptor descriptor;
     std::function<void()> handler;
-    EventSourcePointer source;
+    EventSourcePointer source; // goes before the descriptor
 };
 
 LinuxRunLoop::LinuxRunLoop() : wakeDescriptor_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK | EFD_SEMAPHORE)) {
-    check(wakeDescriptor_ < 0 ? -errno : 0, "eventfd");
+    check(wakeDescriptor_ ? 0 : -errno, "eventfd");
     sd_event* event = nullptr;
     check(sd_event_new(&event), "sd_event_new");
     event_.reset(event);
     sd_event_source* source = nullptr;
-    check(sd_event_add_io(event, &source, wakeDescriptor_, EPOLLIN, workArrived, this), "sd_event_add_io");
+    check(sd_event_add_io(event, &source, wakeDescriptor_.get(), EPOLLIN, workArrived, this),
+          "sd_event_add_io");
     wakeSource_.reset(source);
 }
 
-LinuxRunLoop::~LinuxRunLoop() {
-    wakeSource_.reset();
-    close(wakeDescriptor_);
-}
+LinuxRunLoop::~LinuxRunLoop() = default;
 
 RunLoop::TimerID LinuxRunLoop::addRepeatingTimer(double seconds, std::function<void()> handler) {
     const TimerID id = ++lastTimer_;
@@ -137,14 +129,14 @@ void LinuxRunLoop::fire(TimerID id) {
 }
 
 void LinuxRunLoop::whenProcessExits(std::int32_t processID, std::function<void()> handler) {
-    const auto descriptor = static_cast<int>(syscall(SYS_pidfd_open, processID, 0));
-    if (descriptor < 0) {
+    FileDescriptor descriptor(static_cast<int>(syscall(SYS_pidfd_open, processID, 0)));
+    if (!descriptor) {
         performOnMainThread(std::move(handler));
         return;
     }
-    auto made = std::make_unique<ExitHandler>(*this, descriptor, std::move(handler));
+    auto made = std::make_unique<ExitHandler>(*this, std::move(descriptor), std::move(handler));
     sd_event_source* source = nullptr;
-    check(sd_event_add_io(event_.get(), &source, descriptor, EPOLLIN, processExited, made.get()),
+    check(sd_event_add_io(event_.get(), &source, made->descriptor.get(), EPOLLIN, processExited, made.get()),
           "sd_event_add_io");
     made->source.reset(source);
     exitHandlers_.push_back(std::move(made));
@@ -168,7 +160,7 @@ void LinuxRunLoop::performOnMainThread(std::function<void()> work) {
 
 void LinuxRunLoop::wake() const {
     // Fails only when as many wake-ups are pending as a 64-bit number holds.
-    [[maybe_unused]] const int result = eventfd_write(wakeDescriptor_, 1);
+    [[maybe_unused]] const int result = eventfd_write(wakeDescriptor_.get(), 1);
 }
 
 int LinuxRunLoop::workArrived(sd_event_source*, int descriptor, std::uint32_t, void* loop) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/RunLoop.h"
+#include "platform/linux/FileDescriptor.h"
 #include "platform/linux/bus/SystemdPointers.h"
 
 #include <atomic>
@@ -56,7 +57,7 @@ private:
     void wake() const;
 
     EventPointer event_;
-    int wakeDescriptor_;
+    FileDescriptor wakeDescriptor_; // goes after the source that watches it
     EventSourcePointer wakeSource_;
     std::map<TimerID, std::unique_ptr<Timer>> timers_;
     TimerID lastTimer_ = 0;
