@@ -225,13 +225,19 @@ AppleEventReply BusAppleEvents::sendWaitingForReply(const AppleEventTarget& targ
 }
 
 int BusAppleEvents::sendCalled(sd_bus_message* message, void* appleEvents, sd_bus_error* error) {
+    int result = -ENOMEM;
+    guarded([&] { result = static_cast<BusAppleEvents*>(appleEvents)->answerCall(message, error); });
+    return result;
+}
+
+int BusAppleEvents::answerCall(sd_bus_message* message, sd_bus_error* error) const {
     AppleEvent event;
     if (sd_bus_message_read(message, "uu", &event.eventClass, &event.eventID) <= 0 ||
         !readParameters(message, event.parameters)) {
         return -EBADMSG;
     }
     AppleEvent reply;
-    if (!static_cast<BusAppleEvents*>(appleEvents)->handle(event, reply)) {
+    if (!handle(event, reply)) {
         return sd_bus_error_set(error, bus::notHandledError, "No handler takes this event");
     }
     sd_bus_message* made = nullptr;

@@ -35,6 +35,8 @@ public:
 private:
     static int sendCalled(sd_bus_message* message, void* appleEvents, sd_bus_error* error);
 
+    /// What the bus library is answered: negative for an error.
+    int answerCall(sd_bus_message* message, sd_bus_error* error) const;
     /// False when there is no handler, or when it failed.
     bool handle(const AppleEvent& event, AppleEvent& reply) const;
     /// The unique name of the target, none when it is not on the bus. A process is waited for until it is as
