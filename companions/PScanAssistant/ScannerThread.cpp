@@ -1,6 +1,6 @@
 #include "companions/PScanAssistant/ScannerThread.h"
 
-#include "platform/linux/bus/Guarded.h"
+#include "platform/Guarded.h"
 
 #include <chrono>
 #include <utility>

@@ -1,9 +1,9 @@
 #include "companions/PScanAssistant/SaneScanners.h"
 #include "companions/PScanAssistant/ScanAssistant.h"
+#include "platform/Guarded.h"
 #include "platform/linux/LinuxPlatform.h"
 #include "platform/linux/bus/BusConnection.h"
 #include "platform/linux/bus/BusNames.h"
-#include "platform/linux/bus/Guarded.h"
 #include "platform/linux/bus/LinuxRunLoop.h"
 
 #include <csignal>

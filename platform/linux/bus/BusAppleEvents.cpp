@@ -1,8 +1,8 @@
 #include "platform/linux/bus/BusAppleEvents.h"
 
+#include "platform/Guarded.h"
 #include "platform/linux/FileDescriptor.h"
 #include "platform/linux/bus/BusNames.h"
-#include "platform/linux/bus/Guarded.h"
 
 #include <poll.h>
 #include <sys/syscall.h>

@@ -1,6 +1,6 @@
 #include "platform/linux/bus/BusConnection.h"
 
-#include "platform/linux/bus/Guarded.h"
+#include "platform/Guarded.h"
 
 #include <cerrno>
 #include <cstdint>

@@ -1,9 +1,9 @@
 #include "platform/linux/bus/BusNotifications.h"
 
+#include "platform/Guarded.h"
 #include "platform/Text.h"
 #include "platform/linux/bus/BusNames.h"
 #include "platform/linux/bus/BusValue.h"
-#include "platform/linux/bus/Guarded.h"
 
 #include <algorithm>
 #include <cstring>

@@ -1,6 +1,6 @@
 #include "platform/linux/bus/LinuxRunLoop.h"
 
-#include "platform/linux/bus/Guarded.h"
+#include "platform/Guarded.h"
 
 #include <sys/epoll.h>
 #include <sys/eventfd.h>

@@ -1,4 +1,4 @@
-#include "platform/linux/bus/Guarded.h"
+#include "platform/Guarded.h"
 
 #include <cerrno>
 #include <cstdio>
