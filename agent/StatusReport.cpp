@@ -18,9 +18,6 @@ namespace trigora {
 
 namespace {
 
-static_assert(StatusReport::eventClass == platform::fourCharCode("PLsc"));
-static_assert(StatusReport::eventID == platform::fourCharCode("Stat"));
-
 Array listOf(const std::vector<std::string>& texts) { return {texts.begin(), texts.end()}; }
 
 /// Of the runner that waits for its scan; nothing when there is none.
@@ -39,8 +36,8 @@ StatusReport::StatusReport(std::string root)
         eventClass, eventID, [this](const platform::AppleEvent&, platform::AppleEvent& reply) {
             guarded("-[StatusReport status]", [&] {
                 const std::string text = platform::current().json.write(status());
-                reply.parameters.push_back({platform::fourCharCode("----"), platform::fourCharCode("utf8"),
-                                            Data(text.begin(), text.end())});
+                reply.parameters.push_back(
+                    {platform::keyDirectObject, platform::typeUTF8Text, Data(text.begin(), text.end())});
             });
         });
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/AppleEvents.h"
+#include "platform/Text.h"
 #include "platform/Value.h"
 
 #include <string>
@@ -17,8 +18,8 @@ namespace trigora {
 /// It answers for as long as it lives. Main thread only.
 class StatusReport {
 public:
-    static constexpr std::uint32_t eventClass = 0x504C7363; ///< 'PLsc'
-    static constexpr std::uint32_t eventID = 0x53746174;    ///< 'Stat'
+    static constexpr std::uint32_t eventClass = platform::productEventClass;
+    static constexpr std::uint32_t eventID = platform::fourCharCode("Stat");
 
     explicit StatusReport(std::string root);
     ~StatusReport();

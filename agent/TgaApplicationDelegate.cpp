@@ -2,6 +2,7 @@
 
 #include "agent/Guarded.h"
 #include "agent/TgaServiceManager.h"
+#include "files/NotificationNames.h"
 #include "platform/Platform.h"
 
 namespace trigora {
@@ -39,7 +40,7 @@ void TgaApplicationDelegate::applicationWillTerminate() { drive(eventSources_, &
 
 void TgaApplicationDelegate::AD_RegistrationNotification() {
     observer_ = platform::current().notifications.observe(
-        "NetworkSettingsDidChangeNotification",
+        notifications::networkSettingsDidChange,
         [this](const platform::Notification& notification) { AD_NetworkSettingsDidChange(notification); });
 }
 

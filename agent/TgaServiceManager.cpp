@@ -5,6 +5,7 @@
 #include "agent/Guarded.h"
 #include "catalogue/TrActionManager.h"
 #include "catalogue/TrEventManager.h"
+#include "files/NotificationNames.h"
 #include "files/PxDefParser.h"
 #include "files/PxIniParser.h"
 #include "monitor/TgaSurveillant.h"
@@ -16,7 +17,6 @@ namespace trigora {
 
 namespace {
 
-constexpr std::uint32_t scanEventClass = platform::fourCharCode("PLsc");
 constexpr std::uint32_t scanEventID = platform::fourCharCode("OPtw");
 
 } // namespace
@@ -82,7 +82,7 @@ void TgaServiceManager::getDriverName(std::optional<std::string>& driverName) co
 
 void TgaServiceManager::SM_RegistrationAppleEvent() {
     platform::current().appleEvents.setEventHandler(
-        scanEventClass, scanEventID,
+        platform::productEventClass, scanEventID,
         [this](const platform::AppleEvent& event, platform::AppleEvent& replyEvent) {
             guarded("-[TgaServiceManager SM_HandleScanEvent:withReplyEvent:]",
                     [&] { SM_HandleScanEvent(event, replyEvent); });
@@ -90,21 +90,18 @@ void TgaServiceManager::SM_RegistrationAppleEvent() {
 }
 
 void TgaServiceManager::SM_RemoveAppleEvent() {
-    platform::current().appleEvents.removeEventHandler(scanEventClass, scanEventID);
+    platform::current().appleEvents.removeEventHandler(platform::productEventClass, scanEventID);
 }
 
 void TgaServiceManager::SM_RegistrationDistributedNotification() {
-    observe("DidFinishScanDistributedNotification", &TgaServiceManager::SM_ScanDidFinish);
-    observe("DidFinishScannerConfirmationDistributedNotification",
-            &TgaServiceManager::SM_ScannerConfirmationDidFinish);
-    observe("DidFinishLaunchingPlScanDistributedNotification",
-            &TgaServiceManager::SM_PeloxScanLaunchingDidFinish);
-    observe("ScanSettingsDidChangeNotification", &TgaServiceManager::SM_ScanSettingsDidChange);
-    observe("MonitorFolderSettingsDidChangeNotification",
+    observe(notifications::didFinishScan, &TgaServiceManager::SM_ScanDidFinish);
+    observe(notifications::didFinishScannerConfirmation, &TgaServiceManager::SM_ScannerConfirmationDidFinish);
+    observe(notifications::didFinishLaunchingPlScan, &TgaServiceManager::SM_PeloxScanLaunchingDidFinish);
+    observe(notifications::scanSettingsDidChange, &TgaServiceManager::SM_ScanSettingsDidChange);
+    observe(notifications::monitorFolderSettingsDidChange,
             &TgaServiceManager::SM_MonitorFolderSettingsDidChange);
-    // Three n's in a row: the settings application posts it under exactly this name.
-    observe("TestScannningWillStartNotification", &TgaServiceManager::SM_TestScanningWillStart);
-    observe("DidGetDriverNameWithIPAddressDistributedNotification",
+    observe(notifications::testScanningWillStart, &TgaServiceManager::SM_TestScanningWillStart);
+    observe(notifications::didGetDriverNameWithIPAddress,
             &TgaServiceManager::SM_ReplyDriverNameWithIPAddressDidFinish);
 }
 

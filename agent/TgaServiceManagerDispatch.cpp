@@ -1,6 +1,7 @@
 // From the scanner driver's button event to the run of a project.
 
 #include "agent/TgaServiceManager.h"
+#include "runners/ConfirmationRequest.h"
 
 #include "agent/DeviceTable.h"
 #include "agent/Guarded.h"
@@ -24,8 +25,6 @@ namespace trigora {
 
 namespace {
 
-constexpr std::uint32_t directParameter = platform::fourCharCode("----");
-
 void showNotSupportedEvent() {
     platform::StringTable& texts = platform::current().stringTable;
     platform::current().alertPanel.run(texts.localizedString("Message.Title"),
@@ -38,7 +37,7 @@ void showNotSupportedEvent() {
 void TgaServiceManager::SM_HandleScanEvent(const platform::AppleEvent& event, platform::AppleEvent&) {
     constexpr const char* name = "-[TgaServiceManager SM_HandleScanEvent:withReplyEvent:]";
     PSlog("%s Enter [Line %d] ", name, __LINE__);
-    const platform::AppleEventParameter* record = event.parameter(directParameter);
+    const platform::AppleEventParameter* record = event.parameter(platform::keyDirectObject);
     const std::optional<ScanEvent> scanEvent = record ? decodeScanEvent(record->bytes) : std::nullopt;
     if (!scanEvent) {
         return;
@@ -56,14 +55,8 @@ void TgaServiceManager::SM_HandleScanEvent(const platform::AppleEvent& event, pl
 }
 
 void TgaServiceManager::requestConfirmation(const Dictionary& event) {
-    Dictionary request;
-    if (const auto driverName = platform::textAt(event, "driverName")) {
-        request["DriverName"] = *driverName;
-    }
-    if (const auto address = platform::textAt(event, "IPAddress")) {
-        request["IPAddress"] = *address;
-    }
-    platform::current().notifications.post("ReplyScannerConfirmationDistributedNotification", request, true);
+    postConfirmationRequest(platform::textAt(event, "driverName"), platform::textAt(event, "IPAddress"),
+                            true);
 }
 
 std::optional<std::string>

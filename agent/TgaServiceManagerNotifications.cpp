@@ -1,6 +1,7 @@
 // What the service manager does when another application reports something.
 
 #include "agent/TgaServiceManager.h"
+#include "files/NotificationNames.h"
 
 #include "agent/Guarded.h"
 #include "catalogue/TrScannerDriverInformation.h"
@@ -34,7 +35,7 @@ std::vector<std::string> textsOf(const Array& list) {
 } // namespace
 
 void TgaServiceManager::postScanEventDidFinish() {
-    platform::current().notifications.post("ScanEventDidFinishNotification", std::nullopt, false);
+    platform::current().notifications.post(notifications::scanEventDidFinish, std::nullopt, false);
 }
 
 void TgaServiceManager::SM_ScanDidFinish(const platform::Notification& notification) {

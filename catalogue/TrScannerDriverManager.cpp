@@ -1,6 +1,7 @@
 #include "catalogue/TrScannerDriverManager.h"
 
 #include "catalogue/TrScannerDriverInformation.h"
+#include "files/NotificationNames.h"
 #include "platform/DistributedNotifications.h"
 #include "platform/Platform.h"
 #include "runners/TrLaunchApplicationManager.h"
@@ -63,9 +64,9 @@ void TrScannerDriverManager::setScannerDriverList(const Value& list) {
 
 void TrScannerDriverManager::setCurrentScannerDriverWithName(const std::optional<std::string>& name) {
     currentScannerDriverInformation_.reset();
-    auto& notifications = platform::current().notifications;
+    auto& center = platform::current().notifications;
     if (!name) {
-        notifications.post("DidSetCurrentDriverDistributedNotification", std::nullopt, false);
+        center.post(notifications::didSetCurrentDriver, std::nullopt, false);
         return;
     }
     restartScanAssistant();
@@ -73,9 +74,8 @@ void TrScannerDriverManager::setCurrentScannerDriverWithName(const std::optional
     if (driver != mutableDictionary_ScannerDriverMap.end()) {
         currentScannerDriverInformation_ = driver->second;
     }
-    notifications.post("ReplySetCurrentDriverDistributedNotification",
-                       Dictionary{{"CurrentDriverName", name->substr(0, name->find(otherDriverSuffix))}},
-                       true);
+    center.post(notifications::replySetCurrentDriver,
+                Dictionary{{"CurrentDriverName", name->substr(0, name->find(otherDriverSuffix))}}, true);
 }
 
 const std::map<std::string, std::string>& TrScannerDriverManager::eventIDMap() {

@@ -191,13 +191,12 @@ int TrFilePathUtility::fsRefFromFilePath(const std::string& path, FileReference&
 }
 
 int TrFilePathUtility::fsSpecFromPath(const std::string& path, FileSpecification& fsSpec) const {
-    constexpr int noSuchFile = -43;
     FileReference reference;
     if (fsRefFromFilePath(path, reference) != 0) {
         return 0;
     }
     if (reference.path.empty()) {
-        return noSuchFile;
+        return platform::fnfErr;
     }
     fsSpec.folder = platform::deletingLastPathComponent(path);
     fsSpec.name = platform::lastPathComponent(path);

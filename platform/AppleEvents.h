@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/Text.h"
 #include "platform/Value.h"
 
 #include <cstdint>
@@ -8,6 +9,12 @@
 #include <vector>
 
 namespace trigora::platform {
+
+constexpr std::uint32_t keyDirectObject = fourCharCode("----"); ///< what the event is about
+constexpr std::uint32_t typeWildCard = fourCharCode("****");    ///< plain bytes
+constexpr std::uint32_t typeUTF8Text = fourCharCode("utf8");
+/// The class of the events among the product's programs.
+constexpr std::uint32_t productEventClass = fourCharCode("PLsc");
 
 struct AppleEventParameter {
     std::uint32_t keyword = 0;

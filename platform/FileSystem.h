@@ -11,6 +11,8 @@
 
 namespace trigora::platform {
 
+constexpr std::int32_t fnfErr = -43; ///< there is no such file
+
 struct FileAttributes {
     // Accounts are only ever set, not read: looking them up loads the system's account services.
     std::optional<std::string> ownerAccountName;

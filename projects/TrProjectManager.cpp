@@ -4,6 +4,7 @@
 #include "catalogue/TrScannerDriverManager.h"
 #include "files/FileManagerExtension.h"
 #include "files/InstalledPaths.h"
+#include "files/NotificationNames.h"
 #include "files/PxDefParser.h"
 #include "files/PxIniParser.h"
 #include "files/TrFilePathUtility.h"
@@ -176,7 +177,7 @@ void TrProjectManager::setCustomProjectList(const ProjectList& list,
     ProjectList& stored = customProjectLists_[folder];
     PM_DeleteProjectFile(stored, sorted);
     stored = std::move(sorted);
-    platform::current().notifications.post("ScanSettingsDidChangeNotification", std::nullopt, false);
+    platform::current().notifications.post(notifications::scanSettingsDidChange, std::nullopt, false);
 }
 
 void TrProjectManager::setScanProjectListWithScannerDriver(
@@ -194,7 +195,8 @@ void TrProjectManager::setMonitorProjectList(const ProjectList& list) {
     sortByID(sorted);
     PM_DeleteProjectFile(monitorProjectList_, sorted);
     monitorProjectList_ = std::move(sorted);
-    platform::current().notifications.post("MonitorFolderSettingsDidChangeNotification", std::nullopt, false);
+    platform::current().notifications.post(notifications::monitorFolderSettingsDidChange, std::nullopt,
+                                           false);
 }
 
 // The names decide, not the IDs: of two projects with one name, dropping one deletes neither.

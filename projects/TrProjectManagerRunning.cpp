@@ -1,6 +1,8 @@
 // Running a project: the one running flag, what the runner is given, and what the scanning side is told.
 
+#include "files/NotificationNames.h"
 #include "projects/TrProjectManager.h"
+#include "runners/ConfirmationRequest.h"
 
 #include "agent/PSlog.h"
 #include "catalogue/TrActionInformation.h"
@@ -106,12 +108,9 @@ std::optional<std::string> nameOf(const std::shared_ptr<TrScannerDriverInformati
 
 void postScannerConfirmed(const std::shared_ptr<TrScannerDriverInformation>& driver,
                           const std::optional<std::string>& ipAddress) {
-    Dictionary userInfo;
-    putIfPresent(userInfo, "DriverName", nameOf(driver));
-    putIfPresent(userInfo, "IPAddress", ipAddress);
     PSlog("%s [Line %d] postNotificationName Trc_ReplyScannerConfirmation_DistributedNotification",
           runProjectName, __LINE__);
-    platform::current().notifications.post("ReplyScannerConfirmationDistributedNotification", userInfo, true);
+    postConfirmationRequest(nameOf(driver), ipAddress, true);
 }
 
 void postScanNow(const TrProjectInformation& project,
@@ -122,7 +121,7 @@ void postScanNow(const TrProjectInformation& project,
     }
     PSlog("%s [Line %d] postNotificationName Trc_ReplyScan_DistributedNotification", runProjectName,
           __LINE__);
-    platform::current().notifications.post("ReplyScanDistributedNotification", userInfo, true);
+    platform::current().notifications.post(notifications::replyScan, userInfo, true);
 }
 
 } // namespace

@@ -1,21 +1,16 @@
 #include "runners/NextAssistant.h"
 
 #include "files/TrFilePathUtility.h"
-#include "platform/DistributedNotifications.h"
+#include "platform/FileSystem.h"
 #include "platform/Platform.h"
 #include "platform/Text.h"
+#include "runners/ConfirmationRequest.h"
 #include "runners/TrLaunchApplicationManager.h"
 
 #include <utility>
 #include <vector>
 
 namespace trigora {
-
-namespace {
-
-constexpr std::int32_t fnfErr = -43; ///< the platform's "file not found"
-
-} // namespace
 
 platform::ApplicationLaunch launchNextAssistant(const Dictionary& scanAssistantData) {
     const std::string path = platform::textAt(scanAssistantData, "NextAssistantPath").value_or("");
@@ -25,7 +20,7 @@ platform::ApplicationLaunch launchNextAssistant(const Dictionary& scanAssistantD
         return {status, 0};
     }
     if (application.path.empty()) { // no path counts as success and leaves the reference unset
-        return {fnfErr, 0};
+        return {platform::fnfErr, 0};
     }
     return platform::current().workspace.launchApplication(application.path);
 }
@@ -33,8 +28,7 @@ platform::ApplicationLaunch launchNextAssistant(const Dictionary& scanAssistantD
 std::int32_t sendBytes(const platform::AppleEventTarget& target, std::uint32_t eventClass,
                        std::uint32_t eventID, Data bytes) {
     platform::AppleEvent event{eventClass, eventID, {}};
-    event.parameters.push_back(
-        {platform::fourCharCode("----"), platform::fourCharCode("****"), std::move(bytes)});
+    event.parameters.push_back({platform::keyDirectObject, platform::typeWildCard, std::move(bytes)});
     return platform::current().appleEvents.sendWithoutReply(target, event);
 }
 
@@ -60,9 +54,7 @@ void confirmScannerThroughScanAssistant(const std::optional<std::string>& driver
     const bool isRunning =
         TrLaunchApplicationManager::sharedLaunchApplicationManager()->launchScanAssistantWithWait();
     if (isRunning && driverName && ipAddress) {
-        platform::current().notifications.post(
-            "ReplyScannerConfirmationDistributedNotification",
-            Dictionary{{"DriverName", *driverName}, {"IPAddress", *ipAddress}}, false);
+        postConfirmationRequest(driverName, ipAddress, false);
     }
 }
 

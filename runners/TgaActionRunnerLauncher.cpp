@@ -2,6 +2,7 @@
 
 #include "catalogue/TrActionInformation.h"
 #include "files/InstalledPaths.h"
+#include "files/NotificationNames.h"
 #include "platform/Clock.h"
 #include "platform/Desktop.h"
 #include "platform/FileSystem.h"
@@ -20,8 +21,6 @@ using FileList = std::vector<std::string>;
 
 constexpr const char* passFolderOption = "0x0002";
 constexpr const char* scriptExtension = "scpt";
-/// What the scanning side lists in the place of a file when the scan has failed.
-constexpr const char* failedScanMark = "Scan is not succeed!";
 
 /// The nearest folder above the path that exists; empty when a relative path has none, none when even "/"
 /// is no folder.
@@ -80,7 +79,7 @@ std::int32_t TgaActionRunnerLauncher::performAction() {
     }
     const std::string& application = *action->applicationPath();
     const FileList files = filesToOpen();
-    if (std::find(files.begin(), files.end(), failedScanMark) != files.end()) {
+    if (std::find(files.begin(), files.end(), notifications::failedScanMark) != files.end()) {
         return scanFailed;
     }
     if (platform::pathExtension(application) == scriptExtension) {

@@ -1,6 +1,7 @@
 #include "runners/TgaActionRunnerPeloxScan.h"
 
 #include "agent/PSlog.h"
+#include "files/NotificationNames.h"
 #include "platform/Desktop.h"
 #include "platform/DistributedNotifications.h"
 #include "platform/Platform.h"
@@ -60,7 +61,7 @@ void TgaActionRunnerPeloxScan::postScanSettings() const {
     TrLaunchApplicationManager::sharedLaunchApplicationManager()->launchScanAssistantWithWait();
     PSlog("%s [Line %d] postNotificationName Trc_ReplyLaunchPlScan_DistributedNotification",
           performActionName, __LINE__);
-    platform::current().notifications.post("ReplyLaunchPlScanDistributedNotification", userInfo, true);
+    platform::current().notifications.post(notifications::replyLaunchPlScan, userInfo, true);
 }
 
 std::optional<Dictionary> TgaActionRunnerPeloxScan::scanSettingsUserInfo() const {

@@ -2,6 +2,7 @@
 
 #include "agent/PSlog.h"
 #include "files/InstalledPaths.h"
+#include "files/NotificationNames.h"
 #include "platform/Bundles.h"
 #include "platform/Clock.h"
 #include "platform/Desktop.h"
@@ -19,8 +20,6 @@ namespace {
 
 constexpr const char* agentName = "TrigoraAgent";
 constexpr const char* scanAssistantName = "PScanAssistant";
-constexpr const char* didFinishLaunchingNotification = "DidFinishLaunchingSADistributedNotification";
-constexpr const char* quitNotification = "ReplySAQuitDistributedNotification";
 constexpr const char* loginDomain = "loginwindow";
 constexpr const char* loginItemsKey = "AutoLaunchedApplicationDictionary";
 
@@ -104,7 +103,7 @@ std::int32_t TrLaunchApplicationManager::launchScanAssistant() const {
     PSlog("%s Enter [Line %d] ", function, __LINE__);
     std::int32_t result = 0;
     if (isLaunchScanAssistant()) {
-        platform::current().notifications.post(didFinishLaunchingNotification, std::nullopt, false);
+        platform::current().notifications.post(notifications::didFinishLaunchingSA, std::nullopt, false);
     } else {
         result = launchInstalled(paths::scanAssistantExecutable());
     }
@@ -133,7 +132,7 @@ bool TrLaunchApplicationManager::launchScanAssistantWithWait() const {
 }
 
 void TrLaunchApplicationManager::terminateScanAssistant() const {
-    platform::current().notifications.post(quitNotification, std::nullopt, true);
+    platform::current().notifications.post(notifications::replySAQuit, std::nullopt, true);
 }
 
 void TrLaunchApplicationManager::terminateScanAssistantWithWait() const {

@@ -3,6 +3,7 @@
 #include "agent/PSlog.h"
 #include "companions/PScanAssistant/DeviceInformation.h"
 #include "companions/PScanAssistant/ScanJob.h"
+#include "files/NotificationNames.h"
 #include "platform/FileSystem.h"
 #include "platform/Text.h"
 #include "platform/Workspace.h"
@@ -18,7 +19,6 @@ namespace {
 
 using namespace platform;
 
-constexpr const char* failedScan = "Scan is not succeed!";
 constexpr const char* noAnswer = "the scanner does not answer";
 constexpr int confirmationFailed = -1;
 
@@ -41,7 +41,7 @@ void answerConfirmation(const DriverEntry& entry, const Confirmation& confirmati
     } else {
         answer["Reason"] = failure;
     }
-    post("DidFinishScannerConfirmationDistributedNotification", answer);
+    post(notifications::didFinishScannerConfirmation, answer);
 }
 
 /// What the work on the scanner thread has come to so far, for the main thread to see at any time.
@@ -113,13 +113,13 @@ std::optional<std::string> targetFolder(const std::string& wanted) {
 ScanAssistant::ScanAssistant(Scanners& scanners, FolderOnDisk folderOnDisk, double timeLimit)
     : scanners_(scanners), folderOnDisk_(std::move(folderOnDisk)),
       thread_(current().runLoop, current().clock, timeLimit) {
-    observe("ReplyScannerConfirmationDistributedNotification", &ScanAssistant::confirmScanner);
-    observe("ReplyScanDistributedNotification", &ScanAssistant::scan);
-    observe("ReplyDriverNameWithIPAddressDistributedNotification", &ScanAssistant::findDriverAtAddress);
-    observe("ReplySetCurrentDriverDistributedNotification", &ScanAssistant::setCurrentDriver);
-    observe("ReplyLaunchPlScanDistributedNotification", &ScanAssistant::launchScanningApplication);
-    observe("DidFinishLaunchingSADistributedNotification", &ScanAssistant::beginAnew);
-    observe("ReplySAQuitDistributedNotification", &ScanAssistant::quit);
+    observe(notifications::replyScannerConfirmation, &ScanAssistant::confirmScanner);
+    observe(notifications::replyScan, &ScanAssistant::scan);
+    observe(notifications::replyDriverNameWithIPAddress, &ScanAssistant::findDriverAtAddress);
+    observe(notifications::replySetCurrentDriver, &ScanAssistant::setCurrentDriver);
+    observe(notifications::replyLaunchPlScan, &ScanAssistant::launchScanningApplication);
+    observe(notifications::didFinishLaunchingSA, &ScanAssistant::beginAnew);
+    observe(notifications::replySAQuit, &ScanAssistant::quit);
 }
 
 ScanAssistant::~ScanAssistant() {
@@ -195,7 +195,7 @@ void ScanAssistant::answerScan(const std::vector<std::string>& paths, const std:
     const Array files(paths.begin(), paths.end());
     PSlog("scanned: %@", Value(files));
     if (failure.empty()) {
-        post("DidFinishScanDistributedNotification", {{"ScanResult", files}});
+        post(notifications::didFinishScan, {{"ScanResult", files}});
         return;
     }
     std::string reason = failure;
@@ -204,7 +204,7 @@ void ScanAssistant::answerScan(const std::vector<std::string>& paths, const std:
         reason += paths.size() > 1 ? " to " + paths.back() : "";
     }
     PSlog("scan failed: %@", reason);
-    post("DidFinishScanDistributedNotification", {{"ScanResult", Array{failedScan}}, {"Reason", reason}});
+    post(notifications::didFinishScan, {{"ScanResult", Array{notifications::failedScanMark}}, {"Reason", reason}});
 }
 
 void ScanAssistant::findDriverAtAddress(const Dictionary& request) {
@@ -212,7 +212,7 @@ void ScanAssistant::findDriverAtAddress(const Dictionary& request) {
     auto driverName = std::make_shared<std::optional<std::string>>(directory_.driverNameAtAddress(address));
     // Without a name the answer is of use, too: the agent then knows that nothing more comes.
     const auto answer = [driverName] {
-        post("DidGetDriverNameWithIPAddressDistributedNotification",
+        post(notifications::didGetDriverNameWithIPAddress,
              *driverName ? Dictionary{{"DriverName", **driverName}} : Dictionary{});
     };
     thread_.perform({.perform =
@@ -222,7 +222,7 @@ void ScanAssistant::findDriverAtAddress(const Dictionary& request) {
                              }
                          },
                      .finished = answer,
-                     .gaveUp = [] { post("DidGetDriverNameWithIPAddressDistributedNotification", {}); }});
+                     .gaveUp = [] { post(notifications::didGetDriverNameWithIPAddress, {}); }});
 }
 
 void ScanAssistant::setCurrentDriver(const Dictionary& request) {

@@ -1,5 +1,6 @@
 #include "platform/linux/LinuxWorkspace.h"
 
+#include "platform/FileSystem.h"
 #include "platform/Text.h"
 #include "platform/linux/DiskPath.h"
 
@@ -11,7 +12,6 @@ namespace trigora::platform {
 
 namespace {
 
-constexpr std::int32_t noSuchFile = -43;
 constexpr std::int32_t unknownFailure = -10810;
 constexpr const char* applications = "/Applications";
 
@@ -50,7 +50,7 @@ bool LinuxWorkspace::openFile(const std::string& path, const std::string& applic
 
 ApplicationLaunch LinuxWorkspace::launchApplication(const std::string& path) {
     if (!fileSystem_.exists(path)) {
-        return {noSuchFile, 0};
+        return {fnfErr, 0};
     }
     const Command command = commandFor(path);
     if (command.program.empty()) {
