@@ -11,8 +11,6 @@
 #include "usbscan/TgaButtonManager.h"
 #include "usbscan/TgaUsbSettingsManager.h"
 
-#include <systemd/sd-daemon.h>
-
 #include <csignal>
 #include <cstdlib>
 #include <exception>
@@ -88,9 +86,9 @@ int runAgent(const std::string& root) {
     TgaApplicationDelegate delegate(eventSources());
     delegate.applicationDidFinishLaunching();
     const StatusReport statusReport(real->root().path());
-    sd_notify(0, "READY=1");
+    platform::LinuxPlatform::notifyReady();
     const int exitCode = loop.run();
-    sd_notify(0, "STOPPING=1");
+    platform::LinuxPlatform::notifyStopping();
     delegate.applicationWillTerminate();
     // Nothing stops a USB module: its threads may be in a call-back at this moment. The process ends around
     // them, with everything that they use still in its place.

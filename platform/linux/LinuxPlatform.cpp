@@ -20,6 +20,8 @@
 #include "platform/linux/bus/LinuxClock.h"
 #include "platform/linux/bus/LinuxRunLoop.h"
 
+#include <systemd/sd-daemon.h>
+
 #include <csignal>
 #include <filesystem>
 
@@ -123,5 +125,9 @@ const InstallationRoot& LinuxPlatform::root() const { return parts_->root; }
 LinuxRunLoop& LinuxPlatform::runLoop() { return parts_->runLoop; }
 
 BusConnection* LinuxPlatform::bus() { return parts_->connection.get(); }
+
+void LinuxPlatform::notifyReady() { sd_notify(0, "READY=1"); }
+
+void LinuxPlatform::notifyStopping() { sd_notify(0, "STOPPING=1"); }
 
 } // namespace trigora::platform

@@ -44,6 +44,10 @@ public:
     /// For taking names on the bus and hearing of its loss; null when there is no bus.
     BusConnection* bus();
 
+    /// Tell the service manager, when one has started this program, how far it is.
+    static void notifyReady();
+    static void notifyStopping();
+
 private:
     struct Parts;
 
