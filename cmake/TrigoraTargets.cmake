@@ -33,13 +33,43 @@ if(TRIGORA_SANITIZE)
   target_link_options(trigora_options INTERFACE -fsanitize=${TRIGORA_SANITIZE})
 endif()
 
+# trigora_floor(NAME [PROGRAM] SOURCES file... LINKS target...)
+# Notes what the check of the floors has to know.
+function(trigora_floor name)
+  cmake_parse_arguments(PARSE_ARGV 1 arg "PROGRAM" "" "SOURCES;LINKS")
+  file(RELATIVE_PATH folder ${PROJECT_SOURCE_DIR} ${CMAKE_CURRENT_SOURCE_DIR})
+  list(TRANSFORM arg_SOURCES PREPEND "${folder}/")
+  string(CONCAT floor
+    "list(APPEND targets ${name})\nset(${name}_folder ${folder})\nset(${name}_isProgram ${arg_PROGRAM})\n"
+    "set(${name}_files \"${arg_SOURCES}\")\nset(${name}_links \"${arg_LINKS}\")\n")
+  set_property(GLOBAL APPEND_STRING PROPERTY trigora_floors "${floor}")
+endfunction()
+
+# trigora_check_floors(): adds the test that every file includes only from what its target links.
+function(trigora_check_floors)
+  get_property(floors GLOBAL PROPERTY trigora_floors)
+  file(GENERATE OUTPUT ${PROJECT_BINARY_DIR}/floors.cmake CONTENT "${floors}")
+  add_test(NAME floors
+    COMMAND ${CMAKE_COMMAND} -DSOURCE=${PROJECT_SOURCE_DIR} -DTARGETS=${PROJECT_BINARY_DIR}/floors.cmake
+            -P ${PROJECT_SOURCE_DIR}/cmake/CheckFloors.cmake)
+endfunction()
+
 # trigora_library(NAME SOURCES file... [LINKS target...] [USES target...])
-# A library of one floor; LINKS names exactly the targets that it may include from, USES what only its
-# sources need.
+# A library of one floor; LINKS and USES name exactly the targets that it may include from, USES those that
+# only its sources need. Headers without a source of their own are listed where a folder has several libraries.
 function(trigora_library name)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;LINKS;USES")
   add_library(${name} STATIC ${arg_SOURCES})
   target_link_libraries(${name} PUBLIC trigora_options ${arg_LINKS} PRIVATE ${arg_USES})
+  trigora_floor(${name} SOURCES ${arg_SOURCES} LINKS ${arg_LINKS} ${arg_USES})
+endfunction()
+
+# trigora_program(NAME SOURCES file... LINKS target...)
+function(trigora_program name)
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;LINKS")
+  add_executable(${name} ${arg_SOURCES})
+  target_link_libraries(${name} PRIVATE trigora_options ${arg_LINKS})
+  trigora_floor(${name} PROGRAM SOURCES ${arg_SOURCES} LINKS ${arg_LINKS})
 endfunction()
 
 # trigora_test(NAME SOURCES file... LINKS target... [LOCKS resource])
