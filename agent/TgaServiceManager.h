@@ -37,8 +37,8 @@ class TrProjectInformation;
 /// A second press while one waits for its confirmation replaces it: the later press wins. Every press that
 /// fails, and every scan that ends, posts "ScanEventDidFinishNotification" exactly once.
 ///
-/// Everything runs on the main thread, except `setCurrentEvent` and `getDriverName`, which the callbacks of
-/// the loaded modules use: those two may be called from any thread.
+/// Everything runs on the main thread, except `setCurrentEvent`, `currentEvent` and `getDriverName`, which
+/// the callbacks of the loaded modules use: those three may be called from any thread.
 class TgaServiceManager {
 public:
     /// The one instance, which lives as long as the process.

@@ -14,8 +14,8 @@ class TrMonitorEventInformation;
 /// Watches one folder and asks an application to open what newly appears in it.
 ///
 /// Idle from its making until a successful set-up; then watching, which means that a repeating timer compares
-/// the folder's listing with the one before; stopped by `invalidateMonitorFolder` or its end. It is never
-/// started again: whoever wants to watch the folder anew makes a new watcher. Main thread only.
+/// the folder's listing with the one before; stopped by `invalidateMonitorFolder` or its end. A new
+/// set-up that succeeds takes the place of the one before. Main thread only.
 class TgaSurveillant {
 public:
     TgaSurveillant() = default;

@@ -4,13 +4,13 @@
 
 namespace trigora::platform {
 
-/// Local time taken apart, as the log writes it.
+/// A moment of the wall clock.
 struct WallTime {
     std::int64_t seconds = 0; ///< since 1970-01-01 00:00:00 UTC
     std::int32_t microseconds = 0;
 };
 
-/// The four clocks and the sleep. Any thread.
+/// The three clocks and the sleep. Any thread.
 class Clock {
 public:
     virtual ~Clock() = default;
