@@ -3,15 +3,12 @@
 #include "agent/TgaServiceManager.h"
 
 #include "agent/Guarded.h"
-#include "catalogue/TrActionManager.h"
 #include "catalogue/TrEventManager.h"
 #include "files/NotificationNames.h"
-#include "files/PxDefParser.h"
-#include "files/PxIniParser.h"
 #include "monitor/TgaSurveillant.h"
 #include "platform/Platform.h"
 #include "platform/Text.h"
-#include "projects/TrProjectManager.h"
+#include "projects/CachedCatalogues.h"
 
 namespace trigora {
 
@@ -142,12 +139,6 @@ std::vector<std::string> TgaServiceManager::watchedFolders() const {
     return folders;
 }
 
-void TgaServiceManager::SM_RefreshDataManager() {
-    PxIniParser::sharedParser()->removeAllItems();
-    PxDefParser::sharedDefParser()->removeAllItems();
-    TrActionManager::releaseSharedManager();
-    TrProjectManager::releaseSharedManager();
-    TrEventManager::releaseSharedManager();
-}
+void TgaServiceManager::SM_RefreshDataManager() { releaseCachedCatalogues(); }
 
 } // namespace trigora

@@ -4,8 +4,7 @@
 #include "catalogue/TrScannerDriverInformation.h"
 #include "files/FileManagerExtension.h"
 #include "files/InstalledPaths.h"
-#include "files/PxDefParser.h"
-#include "files/PxIniParser.h"
+#include "files/ParsedFiles.h"
 #include "files/TrFilePathUtility.h"
 #include "platform/FileSystem.h"
 #include "platform/Formats.h"
@@ -63,11 +62,6 @@ std::vector<BindingFile> allBindings() {
 
 Dictionary watchedFolders() { return dictionaryIn(paths::watchedFolderSettingsFile()); }
 
-void forgetTexts() {
-    PxIniParser::sharedParser()->removeAllItems();
-    PxDefParser::sharedDefParser()->removeAllItems();
-}
-
 std::optional<std::string> applicationOf(const TrProjectInformation& project) {
     const auto& action = project.actionInformation();
     return action ? action->applicationPath() : std::nullopt;
@@ -75,7 +69,7 @@ std::optional<std::string> applicationOf(const TrProjectInformation& project) {
 
 /// Whether the project's files say what the project in memory does.
 bool isWrittenAs(const TrProjectInformation& project) {
-    forgetTexts();
+    forgetParsedFiles();
     const auto written = TrProjectInformation::initWithPath(project.projectFilePath().value_or(""));
     return written->projectID() == project.projectID() && written->projectName() == project.projectName() &&
            written->type() == project.type() && applicationOf(*written) == applicationOf(project) &&

@@ -1,18 +1,14 @@
 #include "tools/SettingsSession.h"
 
-#include "catalogue/TrActionManager.h"
-#include "catalogue/TrEventManager.h"
 #include "catalogue/TrScannerDriverInformation.h"
 #include "files/InstalledPaths.h"
-#include "files/PxDefParser.h"
-#include "files/PxIniParser.h"
 #include "files/TrFilePathUtility.h"
 #include "platform/FileSystem.h"
 #include "platform/Formats.h"
 #include "platform/Processes.h"
 #include "platform/Text.h"
 #include "platform/linux/OfflineBus.h"
-#include "projects/TrProjectManager.h"
+#include "projects/CachedCatalogues.h"
 #include "tools/Command.h"
 
 #include <algorithm>
@@ -20,14 +16,6 @@
 namespace trigora::tools {
 
 namespace {
-
-void forgetWhatWasRead() {
-    PxIniParser::sharedParser()->removeAllItems();
-    PxDefParser::sharedDefParser()->removeAllItems();
-    TrActionManager::releaseSharedManager();
-    TrProjectManager::releaseSharedManager();
-    TrEventManager::releaseSharedManager();
-}
 
 bool isDamaged(const std::string& path) {
     platform::Platform& platform = platform::current();
@@ -133,7 +121,7 @@ SettingsSession::SettingsSession()
                                                                         former_.lowMemory,
                                                                         former_.sharedInstances});
     platform::install(platform_.get());
-    forgetWhatWasRead();
+    releaseCachedCatalogues();
 }
 
 SettingsSession::~SettingsSession() { platform::install(&former_); }
