@@ -156,23 +156,14 @@ std::string timeStamp() {
     return stringWithFormat("%s.%03ld", timeText(now.seconds), milliseconds);
 }
 
-/// Every user of the machine writes into the same log.
-platform::FileAttributes sharedWith(std::uint32_t permissions) {
-    platform::FileAttributes attributes;
-    attributes.ownerAccountName = "owner";
-    attributes.groupOwnerAccountName = "group";
-    attributes.posixPermissions = permissions;
-    return attributes;
-}
-
 /// Appends to the program's log file, making the file and its folder when it cannot be opened. A file that
 /// is there but cannot be written to, another user's for example, stays as it is.
 void appendToFile(const std::string& folder, const std::string& line) {
     auto& platform = platform::current();
     const std::string file = platform::appendingPathComponent(folder, "log.log");
     if (!platform.fileContents.append(file, line, std::nullopt)) {
-        platform.fileSystem.createDirectory(folder, true, sharedWith(0777));
-        platform.fileContents.append(file, line, sharedWith(0666));
+        platform.fileSystem.createDirectory(folder, true, platform::attributesSharedByAll(0777));
+        platform.fileContents.append(file, line, platform::attributesSharedByAll(0666));
     }
 }
 

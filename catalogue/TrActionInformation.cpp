@@ -1,18 +1,15 @@
 #include "catalogue/TrActionInformation.h"
 
+#include "files/FileManagerExtension.h"
 #include "files/InstalledPaths.h"
 #include "files/PxDefParser.h"
 #include "files/PxIniParser.h"
 #include "files/TrFilePathUtility.h"
-#include "platform/FileSystem.h"
-#include "platform/Platform.h"
 #include "platform/Text.h"
 
 namespace trigora {
 
 namespace {
-
-bool exists(const std::string& path) { return platform::current().fileSystem.exists(path); }
 
 std::string optionOfType(const std::string& optionType) {
     constexpr std::size_t decidingPosition = 5;
@@ -31,13 +28,13 @@ std::string optionOfType(const std::string& optionType) {
 
 std::optional<std::string> resolvedApplicationPath(const std::string& path) {
     if (path == paths::formerScanApplication()) {
-        return exists(paths::scanApplication()) ? paths::scanApplication() : path;
+        return itemExistsAtPath(paths::scanApplication()) ? paths::scanApplication() : path;
     }
-    if (path.empty() || exists(path)) {
+    if (path.empty() || itemExistsAtPath(path)) {
         return path.empty() ? std::nullopt : std::optional(path);
     }
     std::string application = platform::appendingPathExtension(platform::deletingPathExtension(path), "app");
-    return exists(application) ? std::optional(std::move(application)) : std::nullopt;
+    return itemExistsAtPath(application) ? std::optional(std::move(application)) : std::nullopt;
 }
 
 } // namespace
@@ -99,7 +96,7 @@ const std::optional<std::string>& TrActionInformation::projectApplicationName() 
 }
 
 bool TrActionInformation::isRunableAction() const {
-    return string_ApplicationPath && exists(*string_ApplicationPath);
+    return string_ApplicationPath && itemExistsAtPath(*string_ApplicationPath);
 }
 
 } // namespace trigora

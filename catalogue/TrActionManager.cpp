@@ -4,7 +4,6 @@
 #include "files/FileManagerExtension.h"
 #include "files/InstalledPaths.h"
 #include "platform/Platform.h"
-#include "platform/Text.h"
 
 namespace trigora {
 
@@ -17,13 +16,9 @@ void TrActionManager::releaseSharedManager() { platform::releaseShared<TrActionM
 TrActionManager::TrActionManager() { AM_Initialize(); }
 
 void TrActionManager::AM_Initialize() {
-    const std::string folder = paths::actionFolder();
     ActionList actions;
-    for (const std::string& name : exDirectoryContentsAtPath(folder).value_or(std::vector<std::string>())) {
-        if (platform::pathExtension(name) == "adi") {
-            actions.push_back(
-                TrActionInformation::initWithPath(platform::appendingPathComponent(folder, name)));
-        }
+    for (const std::string& path : pathsWithExtension(paths::actionFolder(), "adi")) {
+        actions.push_back(TrActionInformation::initWithPath(path));
     }
     if (!actions.empty()) {
         array_PredefinedActionList = std::move(actions);

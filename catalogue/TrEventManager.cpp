@@ -6,8 +6,6 @@
 #include "files/FileManagerExtension.h"
 #include "files/InstalledPaths.h"
 #include "files/TrFilePathUtility.h"
-#include "platform/FileSystem.h"
-#include "platform/Formats.h"
 #include "platform/Platform.h"
 #include "platform/Text.h"
 
@@ -29,16 +27,10 @@ bool isOfType(const TrEventInformation& event, std::int32_t typeMask) {
     return (event.eventType().value_or(0) & typeMask) != 0;
 }
 
-std::optional<Dictionary> readDictionary(const std::string& path) {
-    const std::optional<Value> value = platform::current().propertyLists.read(path);
-    const Dictionary* dictionary = value ? value->dictionary() : nullptr;
-    return dictionary == nullptr ? std::nullopt : std::optional(*dictionary);
-}
-
 /// What cannot be read may still be of worth to its user: it is kept under another name. False when there is
 /// nothing to keep.
 bool setAsideIfUnreadable(const std::string& path, const std::string& keptPath) {
-    if (!platform::current().fileSystem.exists(path) || readDictionary(path)) {
+    if (!itemExistsAtPath(path) || dictionaryWithContentsOfFile(path)) {
         return false;
     }
     exRemoveItemAtPath(keptPath);
@@ -49,11 +41,10 @@ bool writeDictionary(const std::string& path, const Dictionary& dictionary) {
     TrFilePathUtility::sharedFilePathUtility()->createFolderPath(platform::deletingLastPathComponent(path));
     const std::string keptPath = path + ".damaged";
     const bool isSetAside = setAsideIfUnreadable(path, keptPath);
-    const bool isWritten = platform::current().propertyLists.write(path, dictionary, true);
+    const bool isWritten = writePropertyList(dictionary, path, true);
     if (!isWritten && isSetAside) {
         exMovePath(keptPath, path); // without it, the legacy file would be taken up again
     }
-    exChangeFileAttributes(attributesOfWrittenFile(), path);
     return isWritten;
 }
 
@@ -75,11 +66,11 @@ std::optional<std::string> formerProjectOfFolder(const Dictionary& bindings, int
 
 Dictionary formerWatchedFolderSettings() {
     const Dictionary bindings =
-        readDictionary(paths::formerWatchedFolderBindingsFile()).value_or(Dictionary());
+        dictionaryWithContentsOfFile(paths::formerWatchedFolderBindingsFile()).value_or(Dictionary());
     Dictionary settings;
     for (int number = 1; number <= monitorFolderCount; ++number) {
-        Dictionary entry =
-            readDictionary(paths::formerWatchedFolderSettingsFile(number)).value_or(Dictionary());
+        Dictionary entry = dictionaryWithContentsOfFile(paths::formerWatchedFolderSettingsFile(number))
+                               .value_or(Dictionary());
         if (const auto projectID = formerProjectOfFolder(bindings, number - 1)) {
             entry["executiveProjectID"] = *projectID;
         }
@@ -143,12 +134,8 @@ void TrEventManager::EM_Initialize() {
 }
 
 void TrEventManager::EM_ReadEventInformation() {
-    const std::string folder = paths::eventFolder();
-    for (const std::string& name : exDirectoryContentsAtPath(folder).value_or(std::vector<std::string>())) {
-        if (platform::pathExtension(name) != "plg") {
-            continue;
-        }
-        const auto event = TrEventInformation::initWithPath(platform::appendingPathComponent(folder, name));
+    for (const std::string& path : pathsWithExtension(paths::eventFolder(), "plg")) {
+        const auto event = TrEventInformation::initWithPath(path);
         if (!event) {
             continue;
         }
@@ -173,7 +160,7 @@ void TrEventManager::EM_CreateMonitorEvents(const TrEventInformation& installedE
 }
 
 void TrEventManager::EM_ReadWatchedFolderSettings() {
-    std::optional<Dictionary> settings = readDictionary(paths::watchedFolderSettingsFile());
+    std::optional<Dictionary> settings = dictionaryWithContentsOfFile(paths::watchedFolderSettingsFile());
     watchedFolderSettings_ = settings ? std::move(*settings) : formerWatchedFolderSettings();
 }
 
@@ -258,10 +245,10 @@ void TrEventManager::setScanEventPathWithModelID(const std::optional<std::string
 }
 
 void TrEventManager::EM_ReadScanEventInformation() {
-    hadNoFile_ = !platform::current().fileSystem.exists(*string_CurrentScanFilePath);
-    bindingsAsRead_ =
-        readDictionary(hadNoFile_ ? *string_OldCurrentScanFilePath : *string_CurrentScanFilePath)
-            .value_or(Dictionary());
+    hadNoFile_ = !itemExistsAtPath(*string_CurrentScanFilePath);
+    bindingsAsRead_ = dictionaryWithContentsOfFile(hadNoFile_ ? *string_OldCurrentScanFilePath
+                                                              : *string_CurrentScanFilePath)
+                          .value_or(Dictionary());
     bindings_ = bindingsAsRead_;
 }
 
@@ -270,8 +257,7 @@ void TrEventManager::EM_WriteScanEventInformation() {
         return;
     }
     // Unchanged bindings are older than what another program may have written to the file since.
-    const bool isFirstSave =
-        hadNoFile_ && !platform::current().fileSystem.exists(*string_CurrentScanFilePath);
+    const bool isFirstSave = hadNoFile_ && !itemExistsAtPath(*string_CurrentScanFilePath);
     if ((bindings_ != bindingsAsRead_ || isFirstSave) &&
         writeDictionary(*string_CurrentScanFilePath, *bindings_)) {
         bindingsAsRead_ = *bindings_;

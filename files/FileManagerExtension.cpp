@@ -1,6 +1,7 @@
 #include "files/FileManagerExtension.h"
 
 #include "platform/Desktop.h"
+#include "platform/Formats.h"
 #include "platform/Platform.h"
 #include "platform/Text.h"
 
@@ -16,14 +17,6 @@ platform::FileMetadata& metadata() { return platform::current().fileMetadata; }
 /// Systems from 10.5 on make intermediate folders by themselves.
 bool isNewSystem() { return platform::current().systemInformation.systemVersion() >= 0x1050; }
 
-FileAttributes sharedWith(std::uint32_t permissions) {
-    FileAttributes attributes;
-    attributes.ownerAccountName = "owner";
-    attributes.groupOwnerAccountName = "group";
-    attributes.posixPermissions = permissions;
-    return attributes;
-}
-
 /// Makes the missing folders one at a time; the result is that of the last one.
 bool createFolderByFolder(const std::string& path, const std::optional<FileAttributes>& attributes) {
     bool made = false;
@@ -35,6 +28,8 @@ bool createFolderByFolder(const std::string& path, const std::optional<FileAttri
 
 } // namespace
 
+bool itemExistsAtPath(const std::string& path) { return fileSystem().exists(path); }
+
 std::optional<FileAttributes> exFileAttributesAtPath(const std::string& path, bool traverseLink) {
     return fileSystem().exists(path) ? metadata().attributes(path, traverseLink) : std::nullopt;
 }
@@ -45,6 +40,16 @@ bool exChangeFileAttributes(const FileAttributes& attributes, const std::string&
 
 std::optional<std::vector<std::string>> exDirectoryContentsAtPath(const std::string& path) {
     return fileSystem().isDirectory(path) ? fileSystem().contentsOfDirectory(path) : std::nullopt;
+}
+
+std::vector<std::string> pathsWithExtension(const std::string& folder, const std::string& extension) {
+    std::vector<std::string> paths;
+    for (const std::string& name : exDirectoryContentsAtPath(folder).value_or(std::vector<std::string>())) {
+        if (platform::pathExtension(name) == extension) {
+            paths.push_back(platform::appendingPathComponent(folder, name));
+        }
+    }
+    return paths;
 }
 
 std::optional<FileSystemAttributes> exFileSystemAttributesAtPath(const std::string& path) {
@@ -84,6 +89,20 @@ bool exMovePath(const std::string& path, const std::string& toPath) {
 
 bool exRemoveItemAtPath(const std::string& path) { return fileSystem().removeItem(path); }
 
+std::optional<Dictionary> dictionaryWithContentsOfFile(const std::string& path) {
+    const std::optional<Value> value = platform::current().propertyLists.read(path);
+    const Dictionary* dictionary = value ? value->dictionary() : nullptr;
+    return dictionary == nullptr ? std::nullopt : std::optional(*dictionary);
+}
+
+bool writePropertyList(const Dictionary& dictionary, const std::string& path, bool atomically) {
+    if (!platform::current().propertyLists.write(path, dictionary, atomically)) {
+        return false;
+    }
+    exChangeFileAttributes(attributesOfWrittenFile(), path);
+    return true;
+}
+
 std::vector<std::string> missingFoldersOfPath(const std::string& path) {
     std::vector<std::string> missing;
     for (std::string folder = path; !folder.empty() && !fileSystem().exists(folder);) {
@@ -98,8 +117,8 @@ std::vector<std::string> missingFoldersOfPath(const std::string& path) {
     return missing;
 }
 
-FileAttributes attributesOfWrittenFile() { return sharedWith(0666); }
+FileAttributes attributesOfWrittenFile() { return platform::attributesSharedByAll(0666); }
 
-FileAttributes attributesOfMadeFolder() { return sharedWith(0777); }
+FileAttributes attributesOfMadeFolder() { return platform::attributesSharedByAll(0777); }
 
 } // namespace trigora

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/FileSystem.h"
+#include "platform/Value.h"
 
 #include <optional>
 #include <string>
@@ -8,18 +9,22 @@
 
 /// The file operations that the whole system uses. Each tests its precondition and then does its work;
 /// none reports more than "it did not work". An item is tested for existence through links, so that a link
-/// to nothing does not exist.
+/// to nothing does not exist. Any thread.
 namespace trigora {
 
 using platform::FileAttributes;
 using platform::FileSystemAttributes;
 
+bool itemExistsAtPath(const std::string& path);
 /// None when there is no such item. Without `traverseLink` a link's own attributes are given.
 std::optional<FileAttributes> exFileAttributesAtPath(const std::string& path, bool traverseLink);
 /// Sets the attributes that are given; false when there is no such item.
 bool exChangeFileAttributes(const FileAttributes& attributes, const std::string& path);
 /// Names in ascending order of their bytes; none unless the path is a readable folder.
 std::optional<std::vector<std::string>> exDirectoryContentsAtPath(const std::string& path);
+/// The items of a folder whose names have the extension, as paths, in ascending order of the names; none
+/// when it cannot be read.
+std::vector<std::string> pathsWithExtension(const std::string& folder, const std::string& extension);
 std::optional<FileSystemAttributes> exFileSystemAttributesAtPath(const std::string& path);
 /// Where a link leads, as it is written there; none when that does not exist or the path is no link.
 std::optional<std::string> exPathContentOfSymbolicLinkAtPath(const std::string& path);
@@ -36,6 +41,12 @@ bool exCopyPath(const std::string& path, const std::string& toPath);
 bool exMovePath(const std::string& path, const std::string& toPath);
 /// Tried whether or not anything exists at the path.
 bool exRemoveItemAtPath(const std::string& path);
+
+/// None when the file cannot be read or is no property list that holds a dictionary.
+std::optional<Dictionary> dictionaryWithContentsOfFile(const std::string& path);
+/// Writes a property list with the attributes of a written file; one that cannot be written leaves what is at
+/// the path as it is.
+bool writePropertyList(const Dictionary& dictionary, const std::string& path, bool atomically);
 
 /// The path and those of its ancestors that do not exist, the topmost first.
 std::vector<std::string> missingFoldersOfPath(const std::string& path);

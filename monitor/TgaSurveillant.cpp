@@ -4,7 +4,6 @@
 #include "catalogue/TrActionInformation.h"
 #include "catalogue/TrMonitorEventInformation.h"
 #include "files/FileManagerExtension.h"
-#include "platform/FileSystem.h"
 #include "platform/Platform.h"
 #include "platform/Text.h"
 #include "platform/Workspace.h"
@@ -20,8 +19,6 @@ namespace {
 
 constexpr const char* finder = "Finder";
 constexpr const char* openFolderOption = "folder";
-
-bool exists(const std::string& path) { return platform::current().fileSystem.exists(path); }
 
 /// The action of the folder project that the event is bound to; null when there is none.
 std::shared_ptr<TrActionInformation> actionBoundTo(TrMonitorEventInformation& monitorEvent) {
@@ -49,12 +46,12 @@ bool TgaSurveillant::setupMonitorSettings(const std::shared_ptr<TrMonitorEventIn
     const std::optional<Value>& interval = monitorEvent->timeInterval();
     const std::int64_t seconds = interval ? platform::integerOf(*interval).value_or(0) : 0;
     const std::optional<std::string>& folder = monitorEvent->monitorFolderPath();
-    if (!folder || seconds < 1 || !exists(*folder)) {
+    if (!folder || seconds < 1 || !itemExistsAtPath(*folder)) {
         return false;
     }
     const auto action = actionBoundTo(*monitorEvent);
     const std::optional<std::string> application = action ? action->applicationPath() : std::nullopt;
-    if (!application || !exists(*application)) {
+    if (!application || !itemExistsAtPath(*application)) {
         return false;
     }
     const bool isFinder =

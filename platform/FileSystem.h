@@ -27,6 +27,15 @@ struct FileAttributes {
     double modificationTime = 0; ///< seconds since 1970
 };
 
+/// Of what every user of the machine shares: owner "owner", group "group".
+inline FileAttributes attributesSharedByAll(std::uint32_t permissions) {
+    FileAttributes attributes;
+    attributes.ownerAccountName = "owner";
+    attributes.groupOwnerAccountName = "group";
+    attributes.posixPermissions = permissions;
+    return attributes;
+}
+
 struct FileSystemAttributes {
     std::uint64_t size = 0;     ///< bytes
     std::uint64_t freeSize = 0; ///< bytes that the user may still fill

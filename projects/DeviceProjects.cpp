@@ -1,21 +1,14 @@
 #include "projects/DeviceProjects.h"
 
 #include "catalogue/TrScannerDriverInformation.h"
+#include "files/FileManagerExtension.h"
 #include "files/InstalledPaths.h"
 #include "files/TrFilePathUtility.h"
-#include "platform/FileSystem.h"
-#include "platform/Platform.h"
 #include "platform/Text.h"
 
 namespace trigora {
 
 using platform::appendingPathComponent;
-
-namespace {
-
-bool exists(const std::string& path) { return platform::current().fileSystem.exists(path); }
-
-} // namespace
 
 std::optional<std::string> deviceProjectFolder(const TrScannerDriverInformation& driver) {
     if (!driver.isDependency() || !driver.deviceSettingAlias()) {
@@ -23,14 +16,14 @@ std::optional<std::string> deviceProjectFolder(const TrScannerDriverInformation&
     }
     const std::string devices = paths::deviceSettingsFolder();
     std::string device = appendingPathComponent(devices, *driver.deviceSettingAlias());
-    if (!exists(device)) {
+    if (!itemExistsAtPath(device)) {
         device = appendingPathComponent(devices, "Model" + driver.hexadecimalModelID().value_or(""));
     }
     const std::string projects = appendingPathComponent(device, "AppInfo1");
     const auto country = TrFilePathUtility::sharedFilePathUtility()->currentCountry();
     for (const std::string& language : {country.value_or("en"), std::string("en")}) {
         const std::string folder = appendingPathComponent(projects, language);
-        if (exists(folder)) {
+        if (itemExistsAtPath(folder)) {
             return folder;
         }
     }

@@ -28,8 +28,7 @@ constexpr const char* userApplicationAction = "900";
 constexpr const char* shownFlag = "0x0010";
 
 bool isFile(const std::string& path) {
-    platform::FileSystem& files = platform::current().fileSystem;
-    return files.exists(path) && !files.isDirectory(path);
+    return itemExistsAtPath(path) && !platform::current().fileSystem.isDirectory(path);
 }
 
 /// The option by its sixth character.
@@ -68,7 +67,7 @@ std::string userApplicationText(TrActionInformation& action) {
 }
 
 void createMissingFolder(const std::string& folder) {
-    if (!platform::current().fileSystem.exists(folder)) {
+    if (!itemExistsAtPath(folder)) {
         TrFilePathUtility::sharedFilePathUtility()->createFolderPath(folder);
     }
 }
@@ -134,11 +133,8 @@ void TrProjectInformation::readUserApplicationAction() {
 }
 
 std::optional<std::string> TrProjectInformation::PI_AdiPathWithActionID(const std::string& actionID) {
-    const std::string folder = paths::actionFolder();
-    for (const std::string& name : exDirectoryContentsAtPath(folder).value_or(std::vector<std::string>{})) {
-        const std::string path = appendingPathComponent(folder, name);
-        if (platform::pathExtension(name) == "adi" &&
-            PxIniParser::sharedParser()->valueWithFilePath(path, launchSection, "ID") == actionID) {
+    for (const std::string& path : pathsWithExtension(paths::actionFolder(), "adi")) {
+        if (PxIniParser::sharedParser()->valueWithFilePath(path, launchSection, "ID") == actionID) {
             return path;
         }
     }
@@ -148,15 +144,15 @@ std::optional<std::string> TrProjectInformation::PI_AdiPathWithActionID(const st
 /// A file that is there but is no dictionary counts as missing: keeping its path would have it written over.
 void TrProjectInformation::readScanSettings(const std::optional<std::string>& storedPath) {
     const std::string path = storedPath ? *storedPath : formerScanSettingsPath().value_or("");
-    const std::optional<Value> settings =
-        isFile(path) ? platform::current().propertyLists.read(path) : std::nullopt;
-    if (!settings || settings->dictionary() == nullptr) {
+    const std::optional<Dictionary> settings =
+        isFile(path) ? dictionaryWithContentsOfFile(path) : std::nullopt;
+    if (!settings) {
         setScanSettingsPath(std::nullopt);
         PI_SetDefaultScanSettings();
         return;
     }
     setScanSettingsPath(path);
-    setScanSettings(*settings->dictionary());
+    setScanSettings(*settings);
     setPdfSettingFolderAtScanSettings(deletingLastPathComponent(path));
     PI_CheckFolderPath();
 }
@@ -227,9 +223,7 @@ void TrProjectInformation::PI_WriteStringDefFile(const std::string& folder) cons
 
 void TrProjectInformation::PI_WriteScanSettingsFile() const {
     createMissingFolder(deletingLastPathComponent(*scanSettingsFilePath_));
-    if (platform::current().propertyLists.write(*scanSettingsFilePath_, scanSettings_, false)) {
-        exChangeFileAttributes(attributesOfWrittenFile(), *scanSettingsFilePath_);
-    }
+    writePropertyList(scanSettings_, *scanSettingsFilePath_, false);
 }
 
 } // namespace trigora

@@ -5,13 +5,11 @@
 #include "files/FileManagerExtension.h"
 #include "files/InstalledPaths.h"
 #include "files/NotificationNames.h"
+#include "files/ParsedFiles.h"
 #include "files/PxDefParser.h"
-#include "files/PxIniParser.h"
 #include "files/TrFilePathUtility.h"
 #include "platform/Desktop.h"
 #include "platform/DistributedNotifications.h"
-#include "platform/FileSystem.h"
-#include "platform/Formats.h"
 #include "platform/Text.h"
 #include "projects/DeviceProjects.h"
 #include "projects/ProjectFileName.h"
@@ -31,8 +29,6 @@ namespace {
 constexpr std::size_t modelIDBufferSize = 257;
 constexpr std::int32_t driverTypeWithNoAction = 1;
 
-bool existsAt(const std::string& path) { return platform::current().fileSystem.exists(path); }
-
 std::int32_t numberOf(const TrProjectInformation& project) {
     return platform::integerValue(project.projectID().value_or(""));
 }
@@ -44,15 +40,8 @@ std::shared_ptr<TrProjectInformation> readProject(const std::string& path) {
     return project->projectID() || project->type() ? project : nullptr;
 }
 
-/// The project files in a folder, in ascending order of their names.
 std::vector<std::string> projectFilesInFolder(const std::string& folder) {
-    std::vector<std::string> paths;
-    for (const std::string& name : exDirectoryContentsAtPath(folder).value_or(std::vector<std::string>{})) {
-        if (platform::pathExtension(name) == "plg") {
-            paths.push_back(appendingPathComponent(folder, name));
-        }
-    }
-    return paths;
+    return pathsWithExtension(folder, "plg");
 }
 
 ProjectList readProjectsInFolder(const std::string& folder) {
@@ -74,11 +63,6 @@ std::shared_ptr<TrProjectInformation> firstWithID(const ProjectList& list, const
 bool containsName(const ProjectList& list, const std::optional<std::string>& name) {
     return std::any_of(list.begin(), list.end(),
                        [&](const auto& project) { return project->projectName() == name; });
-}
-
-void forgetParsedFiles() {
-    PxIniParser::sharedParser()->removeAllItems();
-    PxDefParser::sharedDefParser()->removeAllItems();
 }
 
 /// Gives a project file and the folder beside it another name. Gives the project file's path afterwards,
@@ -108,9 +92,8 @@ void adoptOwnScanSettings(const std::string& path) {
     const std::string settingsPath = appendingPathComponent(
         deletingPathExtension(path), TrFilePathUtility::sharedFilePathUtility()->scanSettingsFileName());
     project->setScanSettingsPath(settingsPath);
-    const auto settings = platform::current().propertyLists.read(settingsPath);
-    if (settings && settings->dictionary() != nullptr) {
-        project->setScanSettings(*settings->dictionary());
+    if (const auto settings = dictionaryWithContentsOfFile(settingsPath)) {
+        project->setScanSettings(*settings);
     }
     project->writeProjectInformation();
 }
@@ -160,7 +143,7 @@ const ProjectList& TrProjectManager::customProjectListWithScannerDriver(
     const auto folder =
         TrFilePathUtility::sharedFilePathUtility()->customProjectPathWithScannerDriver(driver);
     if (!customProjectLists_.contains(folder)) {
-        if (!existsAt(folder)) {
+        if (!itemExistsAtPath(folder)) {
             setupDefaultProjectFolder(driver);
         }
         PM_ReadCustomProjectFile(folder);
@@ -271,7 +254,7 @@ bool TrProjectManager::isPeloxScan2(const std::optional<std::string>& driverName
 void TrProjectManager::setupDefaultProjectFolder(const std::shared_ptr<TrScannerDriverInformation>& driver) {
     const auto paths = TrFilePathUtility::sharedFilePathUtility();
     const std::string folder = paths->customProjectPathWithScannerDriver(driver);
-    if (!existsAt(folder)) {
+    if (!itemExistsAtPath(folder)) {
         paths->createFolderPath(folder);
     }
     if (const auto projects = driver ? deviceProjectFolder(*driver) : std::nullopt) {
@@ -286,7 +269,7 @@ void TrProjectManager::PM_ConvertPredefinedProjectName(const std::string& folder
     const auto paths = TrFilePathUtility::sharedFilePathUtility();
     for (const std::string& path : projectFilesInFolder(folder)) {
         const std::string ownFolder = deletingPathExtension(path);
-        const auto caption = existsAt(ownFolder)
+        const auto caption = itemExistsAtPath(ownFolder)
                                  ? PxDefParser::sharedDefParser()->valueWithFilePath(
                                        paths->stringDefaultPathWithEventFolder(ownFolder), "Caption")
                                  : std::nullopt;
