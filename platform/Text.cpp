@@ -30,13 +30,6 @@ int hexadecimalDigit(char character) {
     return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
 }
 
-std::string_view withoutTrailingSlashes(std::string_view path) {
-    while (path.size() > 1 && path.back() == '/') {
-        path.remove_suffix(1);
-    }
-    return path;
-}
-
 /// Where the extension's point stands in the last component, or npos.
 std::size_t extensionPoint(std::string_view path) {
     const std::size_t slash = path.rfind('/');
@@ -203,6 +196,13 @@ std::string pathExtension(std::string_view path) {
     path = withoutTrailingSlashes(path);
     const std::size_t point = extensionPoint(path);
     return point == std::string_view::npos ? std::string() : std::string(path.substr(point + 1));
+}
+
+std::string_view withoutTrailingSlashes(std::string_view path) {
+    while (path.size() > 1 && path.back() == '/') {
+        path.remove_suffix(1);
+    }
+    return path;
 }
 
 std::string lastPathComponent(std::string_view path) {

@@ -43,6 +43,8 @@ std::string lowercased(std::string_view text);
 /// Without the point; empty for a name without one and for a name that only begins with one.
 std::string pathExtension(std::string_view path);
 std::string lastPathComponent(std::string_view path);
+/// A part of the given text; "/" stays.
+std::string_view withoutTrailingSlashes(std::string_view path);
 /// The parent: "/a/b" gives "/a", "/a" gives "/", "a" gives the empty text.
 std::string deletingLastPathComponent(std::string_view path);
 std::string deletingPathExtension(std::string_view path);
@@ -51,13 +53,18 @@ std::string appendingPathExtension(std::string_view path, std::string_view exten
 /// Replaces a leading "~" (alone or before "/") with the home folder of the platform in use.
 std::string expandingTildeInPath(std::string_view path);
 
-/// A four-character code written as text, e.g. 'PLsc': its big-endian number.
-constexpr std::uint32_t fourCharCode(const char (&text)[5]) {
+/// The first four bytes of a text as a four-character code; bytes that are missing count as 0.
+constexpr std::uint32_t leadingFourCharCode(std::string_view text) {
     std::uint32_t code = 0;
-    for (int i = 0; i < 4; ++i) {
-        code = (code << 8) | static_cast<std::uint8_t>(text[i]);
+    for (std::size_t i = 0; i < 4; ++i) {
+        code = (code << 8) | (i < text.size() ? static_cast<std::uint8_t>(text[i]) : 0U);
     }
     return code;
+}
+
+/// A four-character code written as text, e.g. 'PLsc': its big-endian number.
+constexpr std::uint32_t fourCharCode(const char (&text)[5]) {
+    return leadingFourCharCode(std::string_view(text, 4));
 }
 
 } // namespace trigora::platform

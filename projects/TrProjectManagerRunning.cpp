@@ -1,6 +1,7 @@
 // Running a project: the one running flag, what the runner is given, and what the scanning side is told.
 
 #include "files/NotificationNames.h"
+#include "platform/Text.h"
 #include "projects/TrProjectManager.h"
 #include "runners/ConfirmationRequest.h"
 
@@ -17,8 +18,6 @@
 #include "runners/TgaActionRunner.h"
 #include "runners/TgaActionRunnerManager.h"
 #include "runners/TrLaunchApplicationManager.h"
-
-#include <string_view>
 
 namespace trigora {
 
@@ -37,15 +36,6 @@ void putIfPresent(Dictionary& dictionary, const char* key, const std::optional<s
     if (text) {
         dictionary[key] = *text;
     }
-}
-
-/// The first four bytes of the text as a four-character code; bytes that are missing count as 0.
-std::uint32_t leadingFourCharCode(std::string_view text) {
-    std::uint32_t code = 0;
-    for (std::size_t i = 0; i < 4; ++i) {
-        code = (code << 8) | (i < text.size() ? static_cast<std::uint8_t>(text[i]) : 0U);
-    }
-    return code;
 }
 
 int passParameter(const std::optional<std::string>& actionOption) {
@@ -72,7 +62,7 @@ Dictionary scanAssistantData(const TrProjectInformation& project, const std::opt
     const TrActionInformation& action = given ? *given : none;
 
     Dictionary data{
-        {"ResponderSignature", leadingFourCharCode(action.actionFilePath().value_or(""))},
+        {"ResponderSignature", platform::leadingFourCharCode(action.actionFilePath().value_or(""))},
         {"NextAssistCreator", 0},
         {"ProjectType", 1},
         {"PassParameter", passParameter(action.option())},

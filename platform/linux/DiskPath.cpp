@@ -1,9 +1,14 @@
 #include "platform/linux/DiskPath.h"
 
+#include "platform/Text.h"
+
+#include <array>
 #include <atomic>
 #include <cerrno>
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/xattr.h>
+#include <unistd.h>
 
 namespace trigora::platform {
 
@@ -25,10 +30,7 @@ std::string diskPath(const InstallationRoot& root, std::string_view path) {
     if (path.find('\0') != std::string_view::npos) {
         return {};
     }
-    while (path.size() > 1 && path.back() == '/') {
-        path.remove_suffix(1);
-    }
-    return root.onDisk(path);
+    return root.onDisk(withoutTrailingSlashes(path));
 }
 
 std::string temporaryPathIn(const std::string& folder) {
@@ -47,6 +49,14 @@ FileDescriptor openRegularFile(const std::string& pathOnDisk, int flags) {
         return FileDescriptor();
     }
     return file;
+}
+
+void copyCreatorCode(const std::string& from, const std::string& to) {
+    std::array<char, 4> creator = {};
+    const ssize_t length = ::getxattr(from.c_str(), creatorAttribute, creator.data(), creator.size());
+    if (length == static_cast<ssize_t>(creator.size())) {
+        ::setxattr(to.c_str(), creatorAttribute, creator.data(), creator.size(), 0);
+    }
 }
 
 } // namespace trigora::platform

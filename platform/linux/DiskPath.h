@@ -23,4 +23,7 @@ FileDescriptor openRegularFile(const std::string& pathOnDisk, int flags);
 /// The extended attribute that holds a file's creator code, four bytes.
 constexpr const char* creatorAttribute = "user.hfs.creator";
 
+/// Gives one file the creator code of another, as far as there is one and the file system keeps it.
+void copyCreatorCode(const std::string& from, const std::string& to);
+
 } // namespace trigora::platform

@@ -1,5 +1,7 @@
 #include "platform/linux/InstallationRoot.h"
 
+#include "platform/Text.h"
+
 #include <algorithm>
 #include <array>
 #include <cstdlib>
@@ -27,23 +29,17 @@ bool isInstalledPath(std::string_view path) {
                        [&](std::string_view prefix) { return isWithin(path, prefix); });
 }
 
-std::string withoutTrailingSlashes(std::string path) {
-    while (path.size() > 1 && path.back() == '/') {
-        path.pop_back();
-    }
-    return path;
-}
-
 std::string absolutePath(std::string_view path) {
     std::error_code error;
     const std::filesystem::path absolute = std::filesystem::absolute(path, error);
-    return withoutTrailingSlashes(error ? std::string(path) : absolute.lexically_normal().string());
+    return std::string(
+        withoutTrailingSlashes(error ? std::string(path) : absolute.lexically_normal().string()));
 }
 
 std::string withLinksResolved(const std::string& path) {
     std::error_code error;
     const std::filesystem::path resolved = std::filesystem::weakly_canonical(path, error);
-    return error ? path : withoutTrailingSlashes(resolved.string());
+    return error ? path : std::string(withoutTrailingSlashes(resolved.string()));
 }
 
 /// The root that the executable's own place shows.

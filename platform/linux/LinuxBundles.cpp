@@ -134,4 +134,11 @@ std::shared_ptr<Bundle> LinuxBundles::mainBundle() {
     return mainBundle_;
 }
 
+std::string bundleOfExecutable(const std::string& executable) {
+    const std::string folder = deletingLastPathComponent(executable);
+    const std::string contents = deletingLastPathComponent(folder);
+    const bool isInBundle = lastPathComponent(folder) == "MacOS" && lastPathComponent(contents) == "Contents";
+    return isInBundle ? deletingLastPathComponent(contents) : std::string();
+}
+
 } // namespace trigora::platform

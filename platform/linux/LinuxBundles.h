@@ -9,6 +9,9 @@
 
 namespace trigora::platform {
 
+/// The bundle whose "Contents/MacOS" the executable lies in; empty for any other place.
+std::string bundleOfExecutable(const std::string& executable);
+
 /// Modules are opened with dlopen (RTLD_NOW | RTLD_LOCAL). The main bundle's path is given by who starts
 /// the program; while it does not exist there is no main bundle.
 class LinuxBundles final : public Bundles {

@@ -86,11 +86,7 @@ private:
 /// Owner, permissions and creator code of the file that is about to be replaced, as far as this user may
 /// give them.
 void keepAttributes(const std::string& from, const struct stat& status, int to) {
-    std::array<char, 4> creator = {};
-    const ssize_t length = ::getxattr(from.c_str(), creatorAttribute, creator.data(), creator.size());
-    if (length == static_cast<ssize_t>(creator.size())) {
-        ::fsetxattr(to, creatorAttribute, creator.data(), creator.size(), 0);
-    }
+    copyCreatorCode(from, "/proc/self/fd/" + std::to_string(to));
     if (::fchown(to, status.st_uid, status.st_gid) != 0) {
         [[maybe_unused]] const int group = ::fchown(to, static_cast<uid_t>(-1), status.st_gid);
     }

@@ -103,11 +103,7 @@ std::optional<std::vector<std::string>> namesIn(const std::string& folder) {
 
 /// Permissions, times and creator code. What cannot be kept is no reason to lose the copy.
 void keepAttributes(const std::string& from, const struct stat& status, const std::string& to) {
-    std::array<char, 4> creator = {};
-    const ssize_t length = ::getxattr(from.c_str(), creatorAttribute, creator.data(), creator.size());
-    if (length == static_cast<ssize_t>(creator.size())) {
-        ::setxattr(to.c_str(), creatorAttribute, creator.data(), creator.size(), 0);
-    }
+    copyCreatorCode(from, to);
     const std::array<timespec, 2> times = {status.st_atim, status.st_mtim};
     ::utimensat(AT_FDCWD, to.c_str(), times.data(), 0);
     ::chmod(to.c_str(), status.st_mode & 07777);

@@ -1,6 +1,5 @@
 #include "platform/linux/LinuxPlatform.h"
 
-#include "platform/Text.h"
 #include "platform/linux/LinuxAlertPanel.h"
 #include "platform/linux/LinuxBundles.h"
 #include "platform/linux/LinuxFiles.h"
@@ -33,11 +32,8 @@ namespace {
 std::string bundleOfThisProgram(const InstallationRoot& root) {
     std::error_code error;
     const std::string executable = std::filesystem::read_symlink("/proc/self/exe", error).string();
-    const std::string contents = deletingLastPathComponent(deletingLastPathComponent(executable));
-    const std::string bundle = deletingLastPathComponent(contents);
-    const bool isInBundle =
-        !error && executable == bundle + "/Contents/MacOS/" + lastPathComponent(executable);
-    return isInBundle ? root.asInstalled(bundle) : std::string();
+    const std::string bundle = error ? std::string() : bundleOfExecutable(executable);
+    return bundle.empty() ? bundle : root.asInstalled(bundle);
 }
 
 } // namespace

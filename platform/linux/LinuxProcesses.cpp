@@ -2,6 +2,8 @@
 
 #include "platform/Text.h"
 #include "platform/linux/DiskPath.h"
+#include "platform/linux/LinuxBundles.h"
+#include "platform/linux/ProcessStatus.h"
 
 #include <algorithm>
 #include <array>
@@ -28,54 +30,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// What /proc/PID/stat tells of a process.
-struct ProcessStatus {
-    char state = 0;
-    std::uint64_t processorTicks = 0;
-    std::uint64_t startTicks = 0; ///< since the machine was started
-};
-
-double ticksPerSecond() { return static_cast<double>(::sysconf(_SC_CLK_TCK)); }
-
-double secondsSinceMachineStart() {
-    timespec now = {};
-    ::clock_gettime(CLOCK_BOOTTIME, &now);
-    return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) / 1e9;
-}
-
 std::string folderOf(std::int32_t processID) { return "/proc/" + std::to_string(processID); }
-
-/// The file's line; longer than any such line can be, it is read at once. Empty when the process has gone.
-std::string statusLine(const std::string& folder) {
-    std::array<char, 4096> buffer = {};
-    const FileDescriptor file(::open((folder + "/stat").c_str(), O_RDONLY | O_CLOEXEC));
-    const ssize_t length = file ? ::read(file.get(), buffer.data(), buffer.size()) : -1;
-    return {buffer.data(), static_cast<std::size_t>(std::max<ssize_t>(length, 0))};
-}
-
-/// None when the process has gone.
-std::optional<ProcessStatus> statusOf(const std::string& folder) {
-    const std::string line = statusLine(folder);
-    // The second field is a name in brackets that may itself hold brackets and blanks.
-    const std::size_t name = line.rfind(')');
-    if (name == std::string::npos) {
-        return std::nullopt;
-    }
-    const std::vector<std::string> fields =
-        componentsSeparatedByString(line.substr(std::min(name + 2, line.size())), " ");
-    constexpr std::size_t userTime = 11;
-    constexpr std::size_t systemTime = 12;
-    constexpr std::size_t startTime = 19;
-    if (fields.size() <= startTime || fields[0].empty()) {
-        return std::nullopt;
-    }
-    const auto number = [&](std::size_t field) {
-        std::uint64_t result = 0;
-        std::from_chars(fields[field].data(), fields[field].data() + fields[field].size(), result);
-        return result;
-    };
-    return ProcessStatus{fields[0][0], number(userTime) + number(systemTime), number(startTime)};
-}
 
 /// Where the kernel says the executable lies. It marks a file that has been removed or replaced since,
 /// which a process does not lose its name over. None for processes that may not be looked at.
@@ -120,22 +75,7 @@ std::vector<std::int32_t> processIDs() {
 /// A code that stands in a dictionary as four characters; 0 for anything else.
 std::uint32_t codeAt(const Dictionary& dictionary, std::string_view key) {
     const std::string text = textAt(dictionary, key).value_or("");
-    if (text.size() != 4) {
-        return 0;
-    }
-    std::uint32_t code = 0;
-    for (const char character : text) {
-        code = (code << 8) | static_cast<std::uint8_t>(character);
-    }
-    return code;
-}
-
-/// The bundle whose "Contents/MacOS" the executable lies in; empty for any other place.
-std::string bundleOfExecutable(const std::string& executable) {
-    const std::string folder = deletingLastPathComponent(executable);
-    const std::string contents = deletingLastPathComponent(folder);
-    const bool isInBundle = lastPathComponent(folder) == "MacOS" && lastPathComponent(contents) == "Contents";
-    return isInBundle ? deletingLastPathComponent(contents) : std::string();
+    return text.size() == 4 ? leadingFourCharCode(text) : 0;
 }
 
 /// The pointers that exec takes; they live as long as the texts.
@@ -327,12 +267,11 @@ std::optional<ProcessInformation> LinuxProcesses::find(const std::string& name) 
 std::optional<ProcessInformation> LinuxProcesses::processWithID(std::int32_t id) {
     constexpr double listedAfterSeconds = 0.5;
     const std::string folder = folderOf(id);
-    const auto status = belongsToThisUser(folder) ? statusOf(folder) : std::nullopt;
+    const auto status = belongsToThisUser(folder) ? processStatus(id) : std::nullopt;
     if (!status || status->state == 'Z' || status->state == 'X') {
         return std::nullopt;
     }
-    const double start =
-        std::max(static_cast<double>(status->startTicks) / ticksPerSecond(), children_->launchTime(id));
+    const double start = std::max(status->startSeconds, children_->launchTime(id));
     const double age = secondsSinceMachineStart() - start;
     const auto executable = age >= listedAfterSeconds ? executableOf(folder) : std::nullopt;
     if (!executable) {
@@ -340,7 +279,7 @@ std::optional<ProcessInformation> LinuxProcesses::processWithID(std::int32_t id)
     }
     const std::string installedPath = root_.asInstalled(*executable);
     const Kind kind = kindOfExecutable(installedPath);
-    const double sixtieths = static_cast<double>(status->processorTicks) * 60 / ticksPerSecond();
+    const double sixtieths = status->processorSixtieths;
     return ProcessInformation{.processID = id,
                               .name = lastPathComponent(installedPath),
                               .executablePath = installedPath,

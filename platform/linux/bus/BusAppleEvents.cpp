@@ -2,6 +2,7 @@
 
 #include "platform/Guarded.h"
 #include "platform/linux/FileDescriptor.h"
+#include "platform/linux/ProcessStatus.h"
 #include "platform/linux/bus/BusNames.h"
 
 #include <poll.h>
@@ -9,10 +10,7 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstring>
-#include <ctime>
-#include <fstream>
-#include <sstream>
+#include <cmath>
 #include <string_view>
 #include <vector>
 
@@ -112,27 +110,11 @@ std::int32_t statusOf(const sd_bus_error& error) {
 
 /// How long ago the process started; nothing when there is no such process.
 std::optional<milliseconds> ageOf(std::int32_t processID) {
-    std::ifstream file("/proc/" + std::to_string(processID) + "/stat");
-    std::string line;
-    std::getline(file, line);
-    // The program's name is the second field, in brackets, and may itself hold blanks and brackets; the
-    // start is the twentieth field after it, in clock ticks since the machine's start.
-    const std::size_t bracket = line.rfind(')');
-    if (bracket == std::string::npos) {
+    const std::optional<ProcessStatus> status = processStatus(processID);
+    if (!status) {
         return std::nullopt;
     }
-    std::istringstream fields(line.substr(bracket + 1));
-    std::string field;
-    for (int i = 0; i < 19; ++i) {
-        fields >> field;
-    }
-    std::int64_t ticks = 0;
-    timespec sinceBoot{};
-    if (!(fields >> ticks) || clock_gettime(CLOCK_BOOTTIME, &sinceBoot) != 0) {
-        return std::nullopt;
-    }
-    const milliseconds now(std::int64_t{sinceBoot.tv_sec} * 1000 + sinceBoot.tv_nsec / 1000000);
-    return now - milliseconds(ticks * 1000 / sysconf(_SC_CLK_TCK));
+    return milliseconds(std::llround((secondsSinceMachineStart() - status->startSeconds) * 1000));
 }
 
 /// A handle on a process that cannot come to mean another one.

@@ -1,11 +1,11 @@
 #include "platform/linux/bus/BusConnection.h"
 
 #include "platform/Guarded.h"
+#include "platform/linux/bus/LinuxClock.h"
 
 #include <cerrno>
 #include <cstdint>
 #include <cstdlib>
-#include <ctime>
 #include <system_error>
 #include <utility>
 
@@ -17,13 +17,6 @@ namespace {
 constexpr std::uint64_t daemonTimeOut = 5000000;
 /// What is read off the posting connection at a time; nobody has business sending anything there.
 constexpr int mostUnwanted = 1000;
-
-std::uint64_t monotonicNow() {
-    timespec time{};
-    clock_gettime(CLOCK_MONOTONIC, &time);
-    return static_cast<std::uint64_t>(time.tv_sec) * 1000000 +
-           static_cast<std::uint64_t>(time.tv_nsec) / 1000;
-}
 
 std::string sessionBusAddress() {
     if (const char* address = std::getenv("DBUS_SESSION_BUS_ADDRESS"); address != nullptr && *address != 0) {
@@ -77,7 +70,7 @@ int discardIncoming(sd_bus* bus) {
 
 /// Writes out what is queued. False when the connection is gone, or does not take it in time.
 bool writeOut(sd_bus* bus) {
-    const std::uint64_t end = monotonicNow() + daemonTimeOut;
+    const std::uint64_t end = monotonicMicroseconds() + daemonTimeOut;
     for (;;) {
         std::uint64_t queued = 0;
         if (sd_bus_get_n_queued_write(bus, &queued) < 0) {
@@ -86,7 +79,7 @@ bool writeOut(sd_bus* bus) {
         if (queued == 0) {
             return true;
         }
-        const std::uint64_t now = monotonicNow();
+        const std::uint64_t now = monotonicMicroseconds();
         if (now >= end || sd_bus_wait(bus, end - now) < 0 || sd_bus_process(bus, nullptr) < 0) {
             return false;
         }

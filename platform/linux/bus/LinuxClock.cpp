@@ -17,6 +17,12 @@ timespec now(clockid_t clock) {
 
 } // namespace
 
+std::uint64_t monotonicMicroseconds() {
+    const timespec time = now(CLOCK_MONOTONIC);
+    return static_cast<std::uint64_t>(time.tv_sec) * microsecondsPerSecond +
+           static_cast<std::uint64_t>(time.tv_nsec) / 1000;
+}
+
 WallTime LinuxClock::wallTime() {
     const timespec time = now(CLOCK_REALTIME);
     return {time.tv_sec, static_cast<std::int32_t>(time.tv_nsec / 1000)};

@@ -4,6 +4,9 @@
 
 namespace trigora::platform {
 
+/// The monotonic clock in millionths of a second, as the loop and the bus library count.
+std::uint64_t monotonicMicroseconds();
+
 /// The kernel's clocks. The monotonic one stands still while the machine sleeps.
 class LinuxClock final : public Clock {
 public:

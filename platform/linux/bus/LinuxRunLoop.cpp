@@ -1,6 +1,7 @@
 #include "platform/linux/bus/LinuxRunLoop.h"
 
 #include "platform/Guarded.h"
+#include "platform/linux/bus/LinuxClock.h"
 
 #include <sys/epoll.h>
 #include <sys/eventfd.h>
@@ -11,7 +12,6 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
-#include <ctime>
 #include <string>
 #include <system_error>
 
@@ -24,12 +24,6 @@ using Microseconds = std::uint64_t;
 constexpr double shortestPeriod = 0.001;
 constexpr double longestPeriod = 100.0 * 365 * 24 * 3600;
 
-Microseconds monotonicNow() {
-    timespec time{};
-    clock_gettime(CLOCK_MONOTONIC, &time);
-    return static_cast<Microseconds>(time.tv_sec) * 1000000 + static_cast<Microseconds>(time.tv_nsec) / 1000;
-}
-
 Microseconds periodOf(double seconds) {
     // Written so that a number that is none gives the shortest period.
     const double held = seconds > shortestPeriod ? std::min(seconds, longestPeriod) : shortestPeriod;
@@ -41,7 +35,7 @@ Microseconds accuracyOf(Microseconds period) { return std::clamp<Microseconds>(p
 
 /// The first moment of the timer's rhythm that is still to come.
 Microseconds nextDue(Microseconds due, Microseconds period) {
-    const Microseconds now = monotonicNow();
+    const Microseconds now = monotonicMicroseconds();
     return due > now ? due : due + ((now - due) / period + 1) * period;
 }
 
@@ -96,7 +90,7 @@ RunLoop::TimerID LinuxRunLoop::addRepeatingTimer(double seconds, std::function<v
     const TimerID id = ++lastTimer_;
     const Microseconds period = periodOf(seconds);
     auto timer = std::make_unique<Timer>(
-        Timer{*this, id, period, monotonicNow() + period,
+        Timer{*this, id, period, monotonicMicroseconds() + period,
               std::make_shared<const std::function<void()>>(std::move(handler)), nullptr});
     sd_event_source* source = nullptr;
     check(sd_event_add_time(event_.get(), &source, CLOCK_MONOTONIC, timer->due, accuracyOf(period),

@@ -1,0 +1,20 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+
+namespace trigora::platform {
+
+/// What the kernel tells of a process.
+struct ProcessStatus {
+    char state = 0;
+    double processorSixtieths = 0; ///< of a second
+    double startSeconds = 0;       ///< since the machine was started
+};
+
+/// None when there is no such process.
+std::optional<ProcessStatus> processStatus(std::int32_t processID);
+
+double secondsSinceMachineStart();
+
+} // namespace trigora::platform
