@@ -3,18 +3,15 @@
 #include "agent/PSlog.h"
 #include "platform/Guarded.h"
 
-#include <source_location>
-
 namespace trigora {
 
 /// Runs what the bus or the loop has called us for. Nothing that it throws goes further: it is logged under
 /// the given name with the caller's line, and the agent stays ready for the next event. True when nothing was
 /// thrown.
 template <typename Work>
-bool guarded(const char* name, const Work& work,
-             std::source_location caller = std::source_location::current()) noexcept {
+bool guarded(const char* name, const Work& work, int callersLine = __builtin_LINE()) noexcept {
     return platform::guarded(
-        work, [&](const char* what) { PSlog("%s [Line %d] exception = %s", name, caller.line(), what); });
+        work, [&](const char* what) { PSlog("%s [Line %d] exception = %s", name, callersLine, what); });
 }
 
 } // namespace trigora
