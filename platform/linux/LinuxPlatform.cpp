@@ -58,10 +58,31 @@ struct LinuxPlatform::Parts {
 
     void assemble() {
         platform = std::make_unique<Platform>(Platform{
-            runLoop,       clock,       *notifications, *appleEvents, processes,    workspace,
-            bundles,       fileSystem,  fileContents,   fileMetadata, folders,      textEncodings,
-            propertyLists, json,        messageDigest,  images,       userDefaults, systemInformation,
-            alertPanel,    stringTable, console,        idConverter,  lowMemory,    sharedInstances});
+            .runLoop = runLoop,
+            .clock = clock,
+            .notifications = *notifications,
+            .appleEvents = *appleEvents,
+            .processes = processes,
+            .workspace = workspace,
+            .bundles = bundles,
+            .fileSystem = fileSystem,
+            .fileContents = fileContents,
+            .fileMetadata = fileMetadata,
+            .folders = folders,
+            .textEncodings = textEncodings,
+            .propertyLists = propertyLists,
+            .json = json,
+            .messageDigest = messageDigest,
+            .images = images,
+            .userDefaults = userDefaults,
+            .systemInformation = systemInformation,
+            .alertPanel = alertPanel,
+            .stringTable = stringTable,
+            .console = console,
+            .idConverter = idConverter,
+            .lowMemory = lowMemory,
+            .sharedInstances = sharedInstances,
+        });
     }
 
     const InstallationRoot root;

@@ -244,14 +244,32 @@ std::optional<std::string> TestFolders::documents() {
 
 PlatformTest::PlatformTest()
     : root_(folder_.path() + "/root"),
-      home(folder_.path() + "/home"), platform_{loop,           clock,        notifications,
-                                                appleEvents,    processes,    workspace,
-                                                bundles_,       fileSystem_,  fileContents_,
-                                                fileMetadata_,  folders_,     textEncodings_,
-                                                propertyLists_, json_,        messageDigest_,
-                                                images_,        userDefaults, systemInformation,
-                                                alertPanel,     stringTable,  console,
-                                                idConverter,    lowMemory_,   sharedInstances_} {
+      home(folder_.path() + "/home"), platform_{
+                                          .runLoop = loop,
+                                          .clock = clock,
+                                          .notifications = notifications,
+                                          .appleEvents = appleEvents,
+                                          .processes = processes,
+                                          .workspace = workspace,
+                                          .bundles = bundles_,
+                                          .fileSystem = fileSystem_,
+                                          .fileContents = fileContents_,
+                                          .fileMetadata = fileMetadata_,
+                                          .folders = folders_,
+                                          .textEncodings = textEncodings_,
+                                          .propertyLists = propertyLists_,
+                                          .json = json_,
+                                          .messageDigest = messageDigest_,
+                                          .images = images_,
+                                          .userDefaults = userDefaults,
+                                          .systemInformation = systemInformation,
+                                          .alertPanel = alertPanel,
+                                          .stringTable = stringTable,
+                                          .console = console,
+                                          .idConverter = idConverter,
+                                          .lowMemory = lowMemory_,
+                                          .sharedInstances = sharedInstances_,
+                                      } {
     std::filesystem::create_directories(root_.path());
     std::filesystem::create_directories(home);
     platform::install(&platform_);
