@@ -211,6 +211,12 @@ TEST_F(PathsTest, testsPreconditionsFirst) {
     EXPECT_TRUE(exRemoveItemAtPath(home + "/link"));
     EXPECT_TRUE(exists("/Library/d/f"));
 
+    const std::uint32_t before = permissions("/Library/d/f");
+    EXPECT_FALSE(trigora::writePropertyList({{"nothing", Value()}}, "/Library/d/f", true))
+        << "it has no such form";
+    EXPECT_EQ(permissions("/Library/d/f"), before);
+    EXPECT_EQ(readFile("/Library/d/f"), "1");
+
     EXPECT_TRUE(exCopyPath("/Library/d", "/Library/e"));
     EXPECT_FALSE(exMovePath("/Library/d", "/Library/e"));
     EXPECT_TRUE(exMovePath("/Library/d/f", "/Library/e/g"));
