@@ -6,7 +6,6 @@
 #include "platform/Value.h"
 
 #include <cstdint>
-#include <functional>
 #include <memory>
 #include <mutex>
 #include <optional>

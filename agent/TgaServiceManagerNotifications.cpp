@@ -62,10 +62,7 @@ void TgaServiceManager::SM_ReplyDriverNameWithIPAddressDidFinish(const platform:
         const std::lock_guard lock(mutex_);
         string_ScannerName = std::move(driverName);
     }
-    const auto launcher = TrLaunchApplicationManager::sharedLaunchApplicationManager();
-    if (launcher->isLaunchScanAssistant()) {
-        launcher->terminateScanAssistantWithWait();
-    }
+    TrLaunchApplicationManager::sharedLaunchApplicationManager()->terminateScanAssistantWithWait();
 }
 
 void TgaServiceManager::SM_ScanSettingsDidChange(const platform::Notification&) { SM_RefreshDataManager(); }

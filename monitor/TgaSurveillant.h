@@ -3,7 +3,6 @@
 #include "platform/RunLoop.h"
 
 #include <memory>
-#include <optional>
 #include <string>
 #include <vector>
 

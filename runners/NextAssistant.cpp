@@ -32,21 +32,17 @@ std::int32_t sendBytes(const platform::AppleEventTarget& target, std::uint32_t e
     return platform::current().appleEvents.sendWithoutReply(target, event);
 }
 
-void launchForScanner(const std::string& path, const std::string& appName,
-                      const Dictionary& scanAssistantData) {
+void launchForScanner(const std::string& path, const Dictionary& scanAssistantData) {
     std::vector<std::string> arguments{"--twainname"};
     if (auto driverName = platform::textAt(scanAssistantData, "driverName")) {
         arguments.push_back(std::move(*driverName));
     }
-    TrLaunchApplicationManager::sharedLaunchApplicationManager()->launchApplicationAtPath(path, appName,
-                                                                                          arguments);
+    TrLaunchApplicationManager::sharedLaunchApplicationManager()->launchApplicationAtPath(
+        path, platform::displayNameAtPath(path), arguments);
 }
 
 void endRunningScanAssistant() {
-    const auto launcher = TrLaunchApplicationManager::sharedLaunchApplicationManager();
-    if (launcher->isLaunchScanAssistant()) {
-        launcher->terminateScanAssistantWithWait();
-    }
+    TrLaunchApplicationManager::sharedLaunchApplicationManager()->terminateScanAssistantWithWait();
 }
 
 void confirmScannerThroughScanAssistant(const std::optional<std::string>& driverName,

@@ -22,8 +22,7 @@ std::int32_t sendBytes(const platform::AppleEventTarget& target, std::uint32_t e
 
 /// Starts an application bundle for a scanner: with "--twainname" and the "driverName" of the scan assistant
 /// data. Without a driver name there is only the option.
-void launchForScanner(const std::string& path, const std::string& appName,
-                      const Dictionary& scanAssistantData);
+void launchForScanner(const std::string& path, const Dictionary& scanAssistantData);
 
 /// Ends a running scan assistant and waits until it has gone.
 void endRunningScanAssistant();

@@ -68,7 +68,7 @@ std::int32_t TgaActionRunnerCopy::performActionV3() const {
 }
 
 std::int32_t TgaActionRunnerCopy::performActionV4() const {
-    launchForScanner(paths::copyApplication(), "Duplora", scanAssistantData().value_or(Dictionary()));
+    launchForScanner(paths::copyApplication(), scanAssistantData().value_or(Dictionary()));
     return 0;
 }
 

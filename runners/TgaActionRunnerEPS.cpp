@@ -11,7 +11,7 @@ std::int32_t TgaActionRunnerEPS::performAction() {
 }
 
 std::int32_t TgaActionRunnerEPS::performActionV4() const {
-    launchForScanner(paths::photoApplication(), "Fotilo", scanAssistantData().value_or(Dictionary()));
+    launchForScanner(paths::photoApplication(), scanAssistantData().value_or(Dictionary()));
     return 0;
 }
 

@@ -1,5 +1,4 @@
 #include "platform/Text.h"
-#include "platform/linux/DiskPath.h"
 #include "platform/linux/LinuxFiles.h"
 
 #include <array>

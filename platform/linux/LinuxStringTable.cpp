@@ -1,7 +1,5 @@
 #include "platform/linux/LinuxStringTable.h"
 
-#include "platform/Text.h"
-
 namespace trigora::platform {
 
 std::string LinuxStringTable::localizedString(const std::string& key) {
