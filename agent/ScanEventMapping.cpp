@@ -1,6 +1,7 @@
 #include "agent/ScanEventMapping.h"
 
 #include "agent/ScanEventRecord.h"
+#include "catalogue/TrScannerDriverInformation.h"
 #include "files/InstalledPaths.h"
 #include "files/PxIniParser.h"
 #include "files/StringHelpers.h"
@@ -19,7 +20,6 @@ namespace {
 constexpr std::int32_t versionOfKnownDriver = 375;
 constexpr std::int32_t lastVersionWithoutLocalAddress = 374;
 constexpr std::size_t modelIDBufferSize = 256;
-constexpr std::int32_t deviceTypeWithJobButtons = 1;
 constexpr std::int32_t firstJobEvent = 200;
 constexpr std::int32_t firstUnmappedEvent = 100;
 
@@ -138,7 +138,8 @@ ScanEventMapping mapScanEvent(const Dictionary& event, const std::string& modelI
     mapping.button = mapping.eventStatus & ~mapping.featureBits;
     mapping.jobDeviceType = capability(modelID, "JobDeviceType");
     mapping.nameColumn = columnOfModelNames();
-    if (platform::integerValue(mapping.jobDeviceType.value_or("")) == deviceTypeWithJobButtons) {
+    if (platform::integerValue(mapping.jobDeviceType.value_or("")) ==
+        TrScannerDriverInformation::typeWithJobButtons) {
         mapping.rule = ScanEventMapping::Rule::jobButtons;
         mapping.eventID = wrappedSum(firstJobEvent, mapping.button);
         return mapping;

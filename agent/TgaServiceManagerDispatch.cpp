@@ -156,7 +156,7 @@ bool TgaServiceManager::SM_EventAction(const std::string& eventID,
     }
     const auto driver = driverOfScanEvent(*driverName, deviceInfo, scannerVersion);
     TrEventManager::sharedEventManager()->setScanEventPathWithModelID(driver->hexadecimalModelID());
-    if (driver->driverType() == 1) {
+    if (driver->driverType() == TrScannerDriverInformation::typeWithJobButtons) {
         static_cast<void>(driver->numberOfButton()); // asked for, although nobody uses the answer
     }
     const ScanEventProject found = projectOfScanEvent(eventID, driver);

@@ -11,21 +11,6 @@ namespace trigora {
 
 namespace {
 
-std::string optionOfType(const std::string& optionType) {
-    constexpr std::size_t decidingPosition = 5;
-    if (optionType.size() <= decidingPosition) {
-        return "unknown";
-    }
-    switch (optionType[decidingPosition]) {
-    case '1':
-        return "0x0001";
-    case '2':
-        return "0x0002";
-    default:
-        return "unknown";
-    }
-}
-
 std::optional<std::string> resolvedApplicationPath(const std::string& path) {
     if (path == paths::formerScanApplication()) {
         return itemExistsAtPath(paths::scanApplication()) ? paths::scanApplication() : path;
@@ -50,6 +35,21 @@ TrActionInformation::initWithActionID(const std::optional<std::string>& actionID
     auto action = std::make_shared<TrActionInformation>();
     action->setActionID(actionID);
     return action;
+}
+
+std::string TrActionInformation::optionOfType(const std::string& optionType) {
+    constexpr std::size_t decidingPosition = 5;
+    if (optionType.size() <= decidingPosition) {
+        return "unknown";
+    }
+    switch (optionType[decidingPosition]) {
+    case '1':
+        return "0x0001";
+    case '2':
+        return "0x0002";
+    default:
+        return "unknown";
+    }
 }
 
 void TrActionInformation::AI_ReadActionFile(const std::string& path) {

@@ -12,6 +12,12 @@ namespace trigora {
 /// Read from an installed action file, or filled in by the reader of a project file. Main thread only.
 class TrActionInformation {
 public:
+    /// The ID of the action whose application the user has chosen.
+    static constexpr const char* userApplicationID = "900";
+
+    /// The option that an option type says by its sixth character: "0x0001", "0x0002" or "unknown".
+    static std::string optionOfType(const std::string& optionType);
+
     /// Everything is none.
     TrActionInformation() = default;
 

@@ -3,6 +3,7 @@
 #include "catalogue/EventBindingStore.h"
 #include "catalogue/TrScannerDriverInformation.h"
 #include "catalogue/TrScannerDriverManager.h"
+#include "catalogue/UserProjects.h"
 #include "files/PxDefParser.h"
 #include "files/PxIniParser.h"
 #include "files/StringHelpers.h"
@@ -36,15 +37,15 @@ std::int32_t eventTypeOfShow(const std::string& show) {
     constexpr std::size_t decidingPosition = 3;
     switch (show.size() > decidingPosition ? show[decidingPosition] : '\0') {
     case '1':
-        return 0x1000;
+        return event_kinds::button;
     case '2':
         return TrEventInformation::monitorEventType;
     case '3':
         return TrEventInformation::jobEventType;
     case '4':
-        return 0x8000;
+        return event_kinds::fourth;
     case '5':
-        return 0x10000;
+        return event_kinds::fifth;
     default:
         return -1;
     }
@@ -215,9 +216,8 @@ void TrEventInformation::setConnectedProjectID(const std::optional<std::string>&
 }
 
 bool TrEventInformation::isSupportProjectID(const std::string& projectID) const {
-    const std::int32_t number = platform::integerValue(projectID);
-    const bool isUserProject = number >= 700 && number <= 799;
-    return contains(mutableArray_SupportProjectIDList, isUserProject ? "700" : projectID);
+    const bool isOfUser = isUserProject(platform::integerValue(projectID));
+    return contains(mutableArray_SupportProjectIDList, isOfUser ? anyUserProjectID : projectID);
 }
 
 bool TrEventInformation::isSupportProjectType(const std::string& projectType) const {

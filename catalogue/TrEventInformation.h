@@ -1,5 +1,6 @@
 #pragma once
 
+#include "catalogue/EventKinds.h"
 #include "platform/Formats.h"
 
 #include <cstdint>
@@ -19,8 +20,8 @@ class TrScannerDriverInformation;
 class TrEventInformation {
 public:
     /// The kind of an event, a bit each; -1 when the event file names none that is known.
-    static constexpr std::int32_t monitorEventType = 0x2000;
-    static constexpr std::int32_t jobEventType = 0x4000;
+    static constexpr std::int32_t monitorEventType = event_kinds::folder;
+    static constexpr std::int32_t jobEventType = event_kinds::job;
 
     using StringList = std::vector<std::string>;
 

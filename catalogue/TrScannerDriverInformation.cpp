@@ -1,11 +1,10 @@
 #include "catalogue/TrScannerDriverInformation.h"
 
+#include "catalogue/EventKinds.h"
 #include "files/InstalledPaths.h"
 #include "files/PxIniParser.h"
 #include "files/StringHelpers.h"
 #include "platform/Text.h"
-
-#include <algorithm>
 
 namespace trigora {
 
@@ -60,15 +59,17 @@ std::optional<std::string> TrScannerDriverInformation::hexadecimalModelID() cons
 std::int32_t TrScannerDriverInformation::supportEventType() const {
     switch (number_DeviceType) {
     case 0:
-        return number_NumberOfButton == 4 ? 0x1000 : 0x1001;
-    case 1:
-        return 0x4000;
+        return number_NumberOfButton == 4 ? event_kinds::button
+                                          : event_kinds::button | event_kinds::anyButtons;
+    case typeWithJobButtons:
+        return event_kinds::job;
     case 2:
-        return number_NumberOfButton == 3 ? 0x8000 : 0x8001;
+        return number_NumberOfButton == 3 ? event_kinds::fourth
+                                          : event_kinds::fourth | event_kinds::anyButtons;
     case 6:
-        return number_NumberOfButton == 4 ? 0x10000 : 0x1000;
+        return number_NumberOfButton == 4 ? event_kinds::fifth : event_kinds::button;
     default:
-        return 0x1000;
+        return event_kinds::button;
     }
 }
 

@@ -19,6 +19,9 @@ namespace trigora {
 /// Main thread only.
 class TrScannerDriverInformation final : public ScannerDriverModel {
 public:
+    /// "JobDeviceType" of a model whose buttons stand for the jobs of its panel.
+    static constexpr std::int32_t typeWithJobButtons = 1;
+
     /// Name, version and maker from "DriverInfoDrivername", "DriverInfoDriverVersion" and
     /// "DriverInfoMakerName"; none where missing. Everything else starts empty, 0 or false. Never null.
     static std::shared_ptr<TrScannerDriverInformation>

@@ -1,4 +1,5 @@
 #include "catalogue/TrActionInformation.h"
+#include "catalogue/UserProjects.h"
 #include "files/FileManagerExtension.h"
 #include "files/InstalledPaths.h"
 #include "files/PxDefParser.h"
@@ -24,20 +25,10 @@ namespace {
 
 constexpr const char* launchSection = "Launch";
 constexpr const char* userApplicationSection = "Event_Launch_MacX";
-constexpr const char* userApplicationAction = "900";
 constexpr const char* shownFlag = "0x0010";
 
 bool isFile(const std::string& path) {
     return itemExistsAtPath(path) && !platform::current().fileSystem.isDirectory(path);
-}
-
-/// The option by its sixth character.
-std::string normalisedOption(const std::string& text) {
-    const char kind = text.size() > 5 ? text[5] : ' ';
-    if (kind == '1') {
-        return "0x0001";
-    }
-    return kind == '2' ? "0x0002" : "unknown";
 }
 
 /// A key and its value as one line. A line break inside the value becomes a blank, so that it stays one.
@@ -111,7 +102,7 @@ void TrProjectInformation::readTexts() {
 }
 
 void TrProjectInformation::readAction(const std::string& actionID) {
-    if (actionID == userApplicationAction) {
+    if (actionID == TrActionInformation::userApplicationID) {
         readUserApplicationAction();
     } else if (!actionID.empty()) {
         const auto path = PI_AdiPathWithActionID(actionID);
@@ -123,11 +114,11 @@ void TrProjectInformation::readUserApplicationAction() {
     const auto value = [this](const char* key) {
         return PxIniParser::sharedParser()->valueWithFilePath(*projectFilePath_, userApplicationSection, key);
     };
-    const auto action = TrActionInformation::initWithActionID(userApplicationAction);
+    const auto action = TrActionInformation::initWithActionID(TrActionInformation::userApplicationID);
     action->setActionFilePath(value("Path"));
     action->setApplicationPath(value("AppPath"));
     action->setMaker(value("Maker"));
-    action->setOption(normalisedOption(value("Option").value_or("")));
+    action->setOption(TrActionInformation::optionOfType(value("Option").value_or("")));
     action->setProjectApplicationName(value("ProjectAppName"));
     setActionInformation(action);
 }
@@ -160,7 +151,7 @@ void TrProjectInformation::readScanSettings(const std::optional<std::string>& st
 /// Where an earlier version put the settings of a user's project: beside the project file, not in its folder.
 std::optional<std::string> TrProjectInformation::formerScanSettingsPath() const {
     const std::int32_t number = projectNumber();
-    if (number < 701 || number > 799) {
+    if (!isUserProject(number) || number == anyUserProject) {
         return std::nullopt;
     }
     const std::string caption = platform::replacingOccurrences(projectName_.value_or(""), "/", ":");
@@ -210,7 +201,7 @@ void TrProjectInformation::PI_WriteProjectFile() const {
     text += sectionLine("ScanSetting", scanSettingsFilePath_);
     text += sectionLine("Icon", iconFilePath_);
     text += sectionLine("FeatureKillBits", featureKillBits_);
-    if (actionID == userApplicationAction) {
+    if (actionID == TrActionInformation::userApplicationID) {
         text += userApplicationText(*actionInformation_);
     }
     writeTextFile(text, *projectFilePath_);

@@ -2,6 +2,7 @@
 #include "catalogue/TrActionInformation.h"
 #include "catalogue/TrScannerDriverInformation.h"
 #include "catalogue/TrScannerDriverManager.h"
+#include "catalogue/UserProjects.h"
 #include "platform/Desktop.h"
 #include "platform/FileSystem.h"
 #include "platform/Platform.h"
@@ -129,9 +130,7 @@ std::optional<std::string> TrProjectInformation::resolutionString() const {
 
 /// A user's project is described by what it does, any other by the text that came with it.
 std::optional<std::string> TrProjectInformation::PI_MenuDescription() const {
-    const std::int32_t number = projectNumber();
-    const bool isUserProject = number >= 700 && number <= 799;
-    return isUserProject ? PI_ActionDescription() : description_;
+    return isUserProject(projectNumber()) ? PI_ActionDescription() : description_;
 }
 
 std::optional<std::string> TrProjectInformation::PI_ActionDescription() const {

@@ -27,7 +27,6 @@ using platform::deletingPathExtension;
 namespace {
 
 constexpr std::size_t modelIDBufferSize = 257;
-constexpr std::int32_t driverTypeWithNoAction = 1;
 
 std::int32_t numberOf(const TrProjectInformation& project) {
     return platform::integerValue(project.projectID().value_or(""));
@@ -168,7 +167,7 @@ void TrProjectManager::setScanProjectListWithScannerDriver(
     const ProjectList& custom = customProjectListWithScannerDriver(driver);
     scanProjectList_ = predefinedProjectList_;
     scanProjectList_.insert(scanProjectList_.end(), custom.begin(), custom.end());
-    if (driver && driver->driverType() == driverTypeWithNoAction) {
+    if (driver && driver->driverType() == TrScannerDriverInformation::typeWithJobButtons) {
         scanProjectList_.push_back(noActionProject());
     }
 }
