@@ -122,7 +122,7 @@ TgaServiceManager::testScanProject(const std::optional<std::string>& driverName)
     // The file is read afresh and forgotten again: what is given for the test never lingers.
     const auto parser = PxIniParser::sharedParser();
     parser->removeItemAtPath(*path);
-    const auto project = TrProjectInformation::initWithPath(*path);
+    auto project = TrProjectInformation::initWithPath(*path);
     project->setScanSettings(*settings);
     project->setDriverNameAtScanSettings(driverName);
     parser->removeItemAtPath(*path);

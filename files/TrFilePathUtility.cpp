@@ -71,7 +71,7 @@ std::string TrFilePathUtility::defaultCustomProjectFolderPath() const {
 
 std::string TrFilePathUtility::customProjectPathWithScannerDriver(
     const std::shared_ptr<const ScannerDriverModel>& driver) const {
-    const std::string path = defaultCustomProjectFolderPath();
+    std::string path = defaultCustomProjectFolderPath();
     const auto modelID = driver && driver->isDependency() ? driver->hexadecimalModelID() : std::nullopt;
     if (!modelID) {
         return path;
