@@ -70,7 +70,7 @@ void requireRunnable(const TrEventInformation& event, const ListedProject& liste
 template <typename Change>
 void changeBinding(SettingsSession& session, const Driver& driver, const std::string& eventID,
                    const std::optional<std::string>& expected, const Change& change) {
-    session.allowChanges();
+    session.allowChanges(driver);
     const auto manager = TrEventManager::sharedEventManager();
     manager->setScanEventPathWithModelID(modelOf(driver));
     change(*manager);
@@ -97,7 +97,6 @@ ExitCode bind(const Arguments& arguments, std::ostream& out, std::ostream&) {
     const auto event = requireEvent(operands[0]);
     requireChangeable(*event);
     requireUndamaged(damagedBindingFiles(modelOf(driver)));
-    session.prepareProjectsOf(driver);
     const ListedProjects projects = scanProjects(driver);
     const ListedProject& project = requireProject(projects, operands[1]);
     requireRunnable(*event, project, projects);

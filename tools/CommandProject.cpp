@@ -60,7 +60,7 @@ struct Target {
     std::string optionText() const { return store.isOfFolders() ? " --folder" : modelOptionText(driver); }
 };
 
-Target targetOf(const Arguments& arguments, SettingsSession& session) {
+Target targetOf(const Arguments& arguments) {
     const auto driver = driverOption(arguments);
     if (arguments.has("folder")) {
         if (driver) {
@@ -69,7 +69,6 @@ Target targetOf(const Arguments& arguments, SettingsSession& session) {
         }
         return {nullptr, ProjectStore::ofFolders(), folderProjects()};
     }
-    session.prepareProjectsOf(driver);
     return {driver, ProjectStore::ofDriver(driver), scanProjects(driver)};
 }
 
@@ -185,7 +184,7 @@ ChangeReport reportOn(const std::string& what, const TrProjectInformation& proje
 ExitCode makeNew(const Arguments& arguments, std::ostream& out, std::ostream&) {
     const std::string& name = firstOperand(arguments, "NAME");
     SettingsSession session;
-    Target target = targetOf(arguments, session);
+    Target target = targetOf(arguments);
     const bool isOfFolders = target.store.isOfFolders();
     const Changes changes = changesAfter(arguments, 1, target);
     const auto action = actionOfOptions(arguments);
@@ -202,7 +201,7 @@ ExitCode makeNew(const Arguments& arguments, std::ostream& out, std::ostream&) {
     if (!isOfFolders) {
         apply(*project, changes);
     }
-    session.allowChanges();
+    session.allowChanges(target.driver);
     target.store.add(project);
     ChangeReport report = reportOn("Project " + id + " (" + name + ") was made.", *project, id, target);
     if (!action) {
@@ -220,7 +219,7 @@ ExitCode copy(const Arguments& arguments, std::ostream& out, std::ostream&) {
     }
     const std::string& name = arguments.operands()[1];
     SettingsSession session;
-    Target target = targetOf(arguments, session);
+    Target target = targetOf(arguments);
     const Changes changes = changesAfter(arguments, 2, target);
     const ListedProject& source = requireProject(target.projects, sourceID);
     const bool isPredefined = source.origin == ListedProject::Origin::predefined;
@@ -246,7 +245,7 @@ ExitCode copy(const Arguments& arguments, std::ostream& out, std::ostream&) {
     if (!target.store.isOfFolders()) {
         apply(*made, changes);
     }
-    session.allowChanges();
+    session.allowChanges(target.driver);
     target.store.add(made);
     ChangeReport report = reportOn(
         "Project " + id + " (" + name + ") was made from " + source.idAndName() + ".", *made, id, target);
@@ -258,7 +257,7 @@ ExitCode copy(const Arguments& arguments, std::ostream& out, std::ostream&) {
 ExitCode set(const Arguments& arguments, std::ostream& out, std::ostream&) {
     const std::string& id = firstOperand(arguments, "ID");
     SettingsSession session;
-    Target target = targetOf(arguments, session);
+    Target target = targetOf(arguments);
     const Changes changes = changesAfter(arguments, 1, target);
     const auto action = actionOfOptions(arguments);
     if (changes.empty() && !action) {
@@ -288,7 +287,7 @@ ExitCode set(const Arguments& arguments, std::ostream& out, std::ostream&) {
     if (listed.project->isScanAble()) {
         apply(*listed.project, changes);
     }
-    session.allowChanges();
+    session.allowChanges(target.driver);
     if (writesAll) {
         target.store.write(listed.project);
     } else {
@@ -313,7 +312,7 @@ std::string joined(const std::vector<std::string>& words) {
 ExitCode remove(const Arguments& arguments, std::ostream& out, std::ostream&) {
     const std::string id = arguments.requireOperands({"ID"})[0];
     SettingsSession session;
-    Target target = targetOf(arguments, session);
+    Target target = targetOf(arguments);
     const ListedProject& listed = requireOwn(target, id);
     const std::vector<std::string> users = target.store.usersOf(id);
     const std::vector<std::string> foreign = ProjectStore::foreignFilesOf(*listed.project);
@@ -332,7 +331,7 @@ ExitCode remove(const Arguments& arguments, std::ostream& out, std::ostream&) {
     }
 
     const std::string text = listed.idAndName();
-    session.allowChanges();
+    session.allowChanges(target.driver);
     target.store.remove(listed.project);
     ChangeReport report = reportOn("Project " + text + " was deleted.", *listed.project, id, target);
     if (!users.empty()) {

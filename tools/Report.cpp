@@ -2,6 +2,7 @@
 
 #include "platform/Formats.h"
 #include "platform/Platform.h"
+#include "platform/linux/InstallationRoot.h"
 
 #include <algorithm>
 
@@ -15,7 +16,18 @@ std::size_t widthOf(const std::string& text) {
         text, [](char character) { return (static_cast<unsigned char>(character) & 0xC0U) != 0x80U; }));
 }
 
+std::string& chosenRoot() {
+    static std::string root;
+    return root;
+}
+
 } // namespace
+
+std::string pathOnDisk(const std::string& installedPath) {
+    return platform::InstallationRoot::choose(chosenRoot()).onDisk(installedPath);
+}
+
+void useRootForPaths(const std::string& root) { chosenRoot() = root; }
 
 std::string printable(std::string text) {
     std::ranges::replace_if(

@@ -23,6 +23,12 @@ std::string textOrDash(const std::optional<std::string>& text);
 /// The text, or nothing for none.
 Value valueOrNothing(const std::optional<std::string>& text);
 
+/// Where an installed path lies on this disk, with the root that the command line, TRIGORA_ROOT or the place
+/// of this program gives.
+std::string pathOnDisk(const std::string& installedPath);
+/// The root that the command line names; empty for none. Before any other use of paths.
+void useRootForPaths(const std::string& root);
+
 /// Prints a value as one line of JSON.
 void printJson(std::ostream& out, const Value& value);
 

@@ -3,13 +3,17 @@
 #include "catalogue/TrScannerDriverInformation.h"
 #include "files/InstalledPaths.h"
 #include "files/TrFilePathUtility.h"
+#include "platform/Bundles.h"
 #include "platform/FileSystem.h"
 #include "platform/Formats.h"
-#include "platform/Processes.h"
-#include "platform/Text.h"
-#include "platform/linux/OfflineBus.h"
+#include "platform/linux/LinuxFormats.h"
+#include "platform/linux/LinuxStringTable.h"
 #include "projects/CachedCatalogues.h"
+#include "projects/TrProjectManager.h"
 #include "tools/Command.h"
+#include "tools/OverlayFiles.h"
+#include "tools/Report.h"
+#include "tools/SessionBus.h"
 
 #include <algorithm>
 
@@ -34,14 +38,15 @@ std::vector<std::string> damagedOf(const std::vector<std::string>& paths) {
 
 } // namespace
 
-class SettingsSession::CarefulFileSystem final : public platform::FileSystem {
+namespace {
+
+/// The real files, except that the folders in which the running agent keeps its own are never removed.
+class FilesBesideTheAgent final : public platform::FileSystem {
 public:
-    explicit CarefulFileSystem(platform::FileSystem& files)
+    explicit FilesBesideTheAgent(platform::FileSystem& files)
         : files_(files), foldersOfTheAgent_{
                              TrFilePathUtility::sharedFilePathUtility()->scanToEmailTempFolderPath(),
                              paths::loginScratchFolder()} {}
-
-    void allowChanges() { mayChange_ = true; }
 
     bool exists(const std::string& path) override { return files_.exists(path); }
     bool isDirectory(const std::string& path) override { return files_.isDirectory(path); }
@@ -50,92 +55,131 @@ public:
     }
     bool createDirectory(const std::string& path, bool withIntermediateDirectories,
                          const std::optional<platform::FileAttributes>& attributes) override {
-        return mayChange_ && files_.createDirectory(path, withIntermediateDirectories, attributes);
+        return files_.createDirectory(path, withIntermediateDirectories, attributes);
     }
     bool copyItem(const std::string& path, const std::string& destination) override {
-        return mayChange_ && files_.copyItem(path, destination);
+        return files_.copyItem(path, destination);
     }
     bool moveItem(const std::string& path, const std::string& destination) override {
-        return mayChange_ && files_.moveItem(path, destination);
+        return files_.moveItem(path, destination);
     }
     bool removeItem(const std::string& path) override {
         const bool isOfTheAgent = std::ranges::find(foldersOfTheAgent_, path) != foldersOfTheAgent_.end();
-        return mayChange_ && !isOfTheAgent && files_.removeItem(path);
+        return !isOfTheAgent && files_.removeItem(path);
     }
 
 private:
     platform::FileSystem& files_;
     std::vector<std::string> foldersOfTheAgent_;
-    bool mayChange_ = false;
 };
 
 /// Says where the documents folder would be instead of making it.
-class SettingsSession::CarefulFolders final : public platform::Folders {
+class FoldersAsTheyAre final : public platform::Folders {
 public:
-    explicit CarefulFolders(platform::Folders& folders) : folders_(folders) {}
-
-    void allowChanges() { mayChange_ = true; }
+    explicit FoldersAsTheyAre(platform::Folders& folders) : folders_(folders) {}
 
     std::string home() override { return folders_.home(); }
-    std::optional<std::string> documents() override {
-        return mayChange_ ? folders_.documents() : folders_.documentsPath();
-    }
+    std::optional<std::string> documents() override { return folders_.documentsPath(); }
     std::string documentsPath() override { return folders_.documentsPath(); }
     std::optional<std::string> applications() override { return folders_.applications(); }
 
 private:
     platform::Folders& folders_;
-    bool mayChange_ = false;
 };
 
-SettingsSession::SettingsSession()
-    : former_(platform::current()), fileSystem_(std::make_unique<CarefulFileSystem>(former_.fileSystem)),
-      folders_(std::make_unique<CarefulFolders>(former_.folders)) {
-    if (!former_.fileSystem.isDirectory(paths::resourcesFolder())) {
-        throw Failure(notFound, "the system is not installed here: there is no folder " +
-                                    paths::resourcesFolder() +
-                                    "; say with --root or TRIGORA_ROOT below which folder it lies");
+/// The agent's bundle in the place of this program's, so that texts are those of the agent.
+class AgentBundles final : public platform::Bundles {
+public:
+    explicit AgentBundles(platform::Bundles& bundles) : bundles_(bundles) {}
+
+    std::shared_ptr<platform::Bundle> create(const std::string& path) override {
+        return bundles_.create(path);
     }
-    platform_ = std::make_unique<platform::Platform>(platform::Platform{former_.runLoop,
-                                                                        former_.clock,
-                                                                        former_.notifications,
-                                                                        former_.appleEvents,
-                                                                        former_.processes,
-                                                                        former_.workspace,
-                                                                        former_.bundles,
-                                                                        *fileSystem_,
-                                                                        former_.fileContents,
-                                                                        former_.fileMetadata,
-                                                                        *folders_,
-                                                                        former_.textEncodings,
-                                                                        former_.propertyLists,
-                                                                        former_.json,
-                                                                        former_.messageDigest,
-                                                                        former_.images,
-                                                                        former_.userDefaults,
-                                                                        former_.systemInformation,
-                                                                        former_.alertPanel,
-                                                                        former_.stringTable,
-                                                                        former_.console,
-                                                                        former_.idConverter,
-                                                                        former_.lowMemory,
-                                                                        former_.sharedInstances});
-    platform::install(platform_.get());
+    std::shared_ptr<platform::Bundle> mainBundle() override {
+        return bundles_.create(paths::agentApplication());
+    }
+    std::vector<std::string> loadedModules() override { return bundles_.loadedModules(); }
+
+private:
+    platform::Bundles& bundles_;
+};
+
+/// The former platform with other files and texts.
+platform::Platform platformWith(platform::Platform& former, platform::FileSystem& fileSystem,
+                                platform::FileContents& contents, platform::FileMetadata& metadata,
+                                platform::Folders& folders, platform::PropertyLists& propertyLists,
+                                platform::Images& images, platform::StringTable& texts) {
+    return {former.runLoop,
+            former.clock,
+            former.notifications,
+            former.appleEvents,
+            former.processes,
+            former.workspace,
+            former.bundles,
+            fileSystem,
+            contents,
+            metadata,
+            folders,
+            former.textEncodings,
+            propertyLists,
+            former.json,
+            former.messageDigest,
+            images,
+            former.userDefaults,
+            former.systemInformation,
+            former.alertPanel,
+            texts,
+            former.console,
+            former.idConverter,
+            former.lowMemory,
+            former.sharedInstances};
+}
+
+} // namespace
+
+struct SettingsSession::Platforms {
+    explicit Platforms(platform::Platform& former)
+        : overlay(former.fileSystem, former.fileContents, former.fileMetadata),
+          filesToChange(former.fileSystem), folders(former.folders), propertyLists(overlay), images(overlay),
+          bundles(former.bundles), texts(bundles, propertyLists, former.userDefaults),
+          looking(platformWith(former, overlay, overlay, overlay, folders, propertyLists, images, texts)),
+          changing(platformWith(former, filesToChange, former.fileContents, former.fileMetadata,
+                                former.folders, former.propertyLists, former.images, texts)) {}
+
+    OverlayFiles overlay;
+    FilesBesideTheAgent filesToChange;
+    FoldersAsTheyAre folders;
+    platform::LinuxPropertyLists propertyLists;
+    platform::PngImages images;
+    AgentBundles bundles;
+    platform::LinuxStringTable texts;
+    platform::Platform looking;
+    platform::Platform changing;
+};
+
+SettingsSession::SettingsSession() : former_(platform::current()) {
+    requireInstallation();
+    platforms_ = std::make_unique<Platforms>(former_);
+    platform::install(&platforms_->looking);
     releaseCachedCatalogues();
 }
 
 SettingsSession::~SettingsSession() { platform::install(&former_); }
 
-void SettingsSession::allowChanges() {
-    fileSystem_->allowChanges();
-    folders_->allowChanges();
-}
-
-void SettingsSession::prepareProjectsOf(const std::shared_ptr<TrScannerDriverInformation>& driver) {
+void SettingsSession::allowChanges(const std::shared_ptr<TrScannerDriverInformation>& driver) {
+    platform::install(&platforms_->changing);
     const std::string folder =
         TrFilePathUtility::sharedFilePathUtility()->customProjectPathWithScannerDriver(driver);
     if (driver && driver->isDependency() && !platform::current().fileSystem.exists(folder)) {
-        allowChanges();
+        TrProjectManager::sharedProjectManager()->setupDefaultProjectFolder(driver);
+    }
+}
+
+void requireInstallation() {
+    if (!platform::current().fileSystem.isDirectory(paths::resourcesFolder())) {
+        throw Failure(notFound, "the system is not installed here: there is no folder " +
+                                    pathOnDisk(paths::resourcesFolder()) +
+                                    "; say with --root or TRIGORA_ROOT below which folder it lies");
     }
 }
 
@@ -167,15 +211,12 @@ void requireUndamaged(const std::vector<std::string>& damagedFiles) {
 }
 
 AgentNotice agentNotice() {
-    platform::Platform& platform = platform::current();
-    if (dynamic_cast<const platform::OfflineNotifications*>(&platform.notifications) != nullptr) {
+    std::string error;
+    const std::optional<SessionBus> bus = SessionBus::open(error);
+    if (!bus) {
         return AgentNotice::noBus;
     }
-    const std::string agent = platform::lastPathComponent(paths::agentExecutable());
-    const auto processes = platform.processes.list();
-    const bool isRunning = std::ranges::any_of(
-        processes, [&](const platform::ProcessInformation& process) { return process.name == agent; });
-    return isRunning ? AgentNotice::told : AgentNotice::notRunning;
+    return bus->agentProcessID() ? AgentNotice::told : AgentNotice::notRunning;
 }
 
 std::string noticeSentence(AgentNotice notice) {

@@ -14,9 +14,9 @@ class TrScannerDriverInformation;
 
 namespace trigora::tools {
 
-/// One command's use of the system's classes. Everything is read afresh. Until changes are allowed, no file
-/// or folder is made, moved or removed, although some of the classes would do so while they read; and the
-/// folders in which the running agent keeps pages and its temporary files are never emptied.
+/// One command's use of the system's classes, with the agent's texts. Everything is read afresh. Until
+/// changes are allowed, whatever some of the classes write while they read stays in memory; and the folders
+/// in which the running agent keeps pages and its temporary files are never emptied.
 ///
 /// The usual order: made; everything that was asked for is checked; changes are allowed; they are made; the
 /// agent is told. Throws a `Failure` when the system is not installed.
@@ -27,21 +27,19 @@ public:
     SettingsSession(const SettingsSession&) = delete;
     SettingsSession& operator=(const SettingsSession&) = delete;
 
-    void allowChanges();
-    /// Called before the projects of a driver are looked at by a command that changes something. A model
-    /// that has its own projects gets those that come with the device when they are first looked at, so
-    /// changes are allowed early if that has not happened yet.
-    void prepareProjectsOf(const std::shared_ptr<TrScannerDriverInformation>& driver);
+    /// From now on what is written is written to the disk. A model (of the driver; null for none) that keeps
+    /// its projects apart and has none yet gets those that come with the device, as it would from the agent.
+    void allowChanges(const std::shared_ptr<TrScannerDriverInformation>& driver = nullptr);
 
 private:
-    class CarefulFileSystem;
-    class CarefulFolders;
+    struct Platforms;
 
     platform::Platform& former_;
-    std::unique_ptr<CarefulFileSystem> fileSystem_;
-    std::unique_ptr<CarefulFolders> folders_;
-    std::unique_ptr<platform::Platform> platform_;
+    std::unique_ptr<Platforms> platforms_;
 };
+
+/// Throws a `Failure` when there is no system below the root.
+void requireInstallation();
 
 /// Of the files that hold the button bindings of a model (or of none), those that cannot be read. While
 /// there is no file of this version, that of the earlier version counts.

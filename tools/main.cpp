@@ -1,5 +1,6 @@
 #include "platform/linux/LinuxPlatform.h"
 #include "tools/Command.h"
+#include "tools/Report.h"
 
 #include <exception>
 #include <filesystem>
@@ -25,6 +26,7 @@ std::unique_ptr<platform::LinuxPlatform> openPlatform(const tools::Arguments& ar
     if (!real) {
         throw tools::Failure(tools::failed, error);
     }
+    tools::useRootForPaths(arguments.text("root").value_or(""));
     platform::install(&real->platform());
     return real;
 }

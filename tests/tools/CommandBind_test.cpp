@@ -19,7 +19,7 @@ TEST_F(BindTest, BindsAndUnbindsAndTellsTheAgent) {
     EXPECT_EQ(readPropertyList(bindings), (Dictionary{{"100", "500"}, {"101", "340"}, {"102", 7}}));
     EXPECT_EQ(journal.take(), Lines{scanChange});
 
-    processes.appear("TrigoraAgent");
+    const AgentOnTheBus agent;
     outcome = run({"unbind", "100"});
     EXPECT_EQ(outcome.out, "Event 100 (Start) runs its default project again: 610.\nThe agent was told.\n");
     EXPECT_EQ(readPropertyList(bindings), (Dictionary{{"101", "340"}, {"102", 7}}));
@@ -44,6 +44,11 @@ TEST_F(BindTest, AModelHasItsOwnBindingsAndProjects) {
     const Outcome noAction = run({"bind", "203", "000", "--model", "0F02"});
     EXPECT_EQ(noAction.code, done) << noAction.err;
     EXPECT_EQ(readPropertyList(fileOfModel("0F02")), (Dictionary{{"203", "000"}}));
+}
+
+TEST_F(BindTest, WithoutABusNobodyIsTold) {
+    setenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent", 1);
+    EXPECT_EQ(platform::textAt(json({"bind", "100", "500"}), "agent"), "no session bus");
 }
 
 TEST_F(BindTest, SaysWhenTheBindingsCannotBeWritten) {

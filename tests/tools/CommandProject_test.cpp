@@ -139,6 +139,17 @@ TEST_F(ProjectTest, DeletingRemovesOneProjectAndNoMore) {
     EXPECT_FALSE(exists(std::string(folderProjects) + "Open.plg"));
 }
 
+TEST_F(ProjectTest, NewProjectsHaveTheDefaultsOfTheAgent) {
+    std::filesystem::copy(TRIGORA_TREE "/Applications", onDisk("/Applications"),
+                          std::filesystem::copy_options::recursive |
+                              std::filesystem::copy_options::overwrite_existing);
+    ASSERT_EQ(run({"project", "new", "Letters"}).code, done);
+    const Dictionary made = readPropertyList(std::string(ownProjects) + "Letters/ScanSetting.plist");
+    EXPECT_EQ(platform::integerAt(made, "documentSize"), 1);
+    EXPECT_NE(run({"projects", "--model", "0F02"}).out.find("No action"), std::string::npos)
+        << run({"projects", "--model", "0F02"}).out;
+}
+
 TEST_F(ProjectTest, WhatCannotBeWrittenLeavesNothingBehind) {
     makeFolder("~/Documents");
     writeFile("~/Library/Preferences/PELOX/Trigora/AppInfo1", "no folder");

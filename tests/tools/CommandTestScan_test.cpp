@@ -7,9 +7,7 @@ class TestScanTest : public SettingsCommandTest {
 protected:
     void SetUp() override {
         SettingsCommandTest::SetUp();
-        unsetenv("DBUS_SESSION_BUS_ADDRESS");
-        setenv("XDG_RUNTIME_DIR", "/nonexistent", 1); // no bus: the agent is played here
-        processes.appear("TrigoraAgent");
+        agent.emplace();
         notifications.onPost("TestScannningWillStartNotification",
                              [this](const platform::Notification& post) {
                                  test = post.userInfo.value_or(Dictionary());
@@ -26,6 +24,7 @@ protected:
         });
     }
 
+    std::optional<AgentOnTheBus> agent; ///< what it does is played here
     std::optional<Dictionary> result = Dictionary{{"ScanResult", Array{"/s/img001.pdf", "/s/img002.pdf"}}};
     bool agentEnds = true;
     Dictionary confirmation;
@@ -84,7 +83,7 @@ TEST_F(TestScanTest, SaysHowItFailed) {
     expect({"test-scan", "340", "--driver", "D", "--model-id", "0F02"}, notFound, "is not available");
     expect({"test-scan", "611", "--driver", "D", "--model-id", "0F02"}, notFound, "no project 611");
     expect({"test-scan", "--driver", "D"}, wrongUsage, "PROJECT is missing");
-    processes.exit("TrigoraAgent");
+    agent.reset();
     expect(wordsWithModel, unreachable, "the agent is not running");
     EXPECT_EQ(test, Dictionary());
 }

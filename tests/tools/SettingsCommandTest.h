@@ -1,13 +1,17 @@
 #pragma once
 
 #include "files/InstalledPaths.h"
+#include "platform/linux/bus/BusNames.h"
+#include "platform/linux/bus/SystemdPointers.h"
 #include "tests/fakes/PlatformTest.h"
+#include "tests/fakes/PrivateBus.h"
 #include "tools/Command.h"
 
 #include <filesystem>
 #include <fstream>
 #include <map>
 #include <sstream>
+#include <thread>
 
 namespace trigora::tools {
 
@@ -17,9 +21,34 @@ struct Outcome {
     std::string err;
 };
 
+/// Owns the agent's name on the session bus for as long as it lives, and knows no event.
+class AgentOnTheBus {
+public:
+    AgentOnTheBus() {
+        sd_bus* bus = nullptr;
+        EXPECT_GE(sd_bus_open_user(&bus), 0);
+        bus_.reset(bus);
+        EXPECT_GE(sd_bus_request_name(bus, platform::bus::agentName, 0), 0);
+        thread_ = std::jthread([bus](const std::stop_token& stop) {
+            constexpr std::uint64_t moment = 10'000;
+            while (!stop.stop_requested()) {
+                if (sd_bus_process(bus, nullptr) == 0) {
+                    sd_bus_wait(bus, moment);
+                }
+            }
+        });
+    }
+
+private:
+    platform::BusPointer bus_;
+    std::jthread thread_;
+};
+
 /// Commands over a small installed catalogue: the model 0F01 has its own projects, 0F02 three job buttons.
 /// The application of action 310 is missing.
 class SettingsCommandTest : public test::PlatformTest {
+    const test::PrivateBus bus_;
+
 protected:
     using Words = std::vector<std::string>;
     using Lines = test::Lines;

@@ -59,6 +59,7 @@ TEST_F(WrongInputTest, IsRefusedAndChangesNothing) {
         {{"bind", "100", "610", "--model", "F01"}, wrongUsage, "four hexadecimal digits"},
         {{"bind", "100", "610", "--model", "0000"}, wrongUsage, "no model ID"},
         {{"bind", "100", "610", "--model", "0G01"}, wrongUsage, "did you mean 0F01"},
+        {{"bind", "100", "999", "--model", "0F01"}, notFound, "there is no project 999"},
         {{"bind", "100", "610", "--modle", "0F01"}, wrongUsage, "no option --modle"},
         {{"bind", "100", "\x1b[2J"}, notFound, "there is no project ?[2J"},
         {{"unbind", "101"}, notFound, "not bound"},
@@ -108,10 +109,12 @@ TEST_F(WrongInputTest, OfProjectsIsRefusedAndChangesNothing) {
         {{"project", "new", "A", "projectID=5"}, wrongUsage, "kept by the system"},
         {{"project", "new", "A", "folderPath=~/Nope"}, notFound, "there is no folder"},
         {{"project", "new", "A", "folderPath=~/100%"}, wrongUsage, "with \"%\""},
+        {{"project", "new", "A", "bad=1", "--model", "0F01"}, wrongUsage, "no key bad"},
         {{"project", "copy", "701"}, wrongUsage, "NEWNAME is missing"},
         {{"project", "copy", "340", "A"}, failed, "no scan settings to copy"},
         {{"project", "copy", "702", "A"}, failed, "no action 999 is installed"},
         {{"project", "copy", "799", "A"}, notFound, "there is no project 799"},
+        {{"project", "copy", "610", "A", "resolution=a", "--model", "0F01"}, wrongUsage, "1 to 9600"},
         {{"project", "set", "701"}, wrongUsage, "nothing to set"},
         {{"project", "set", "610", "resolution=1"}, failed, "project copy"},
         {{"project", "set", "701", "folderPath=~/Scans"}, failed, "does not let its folder"},
@@ -120,6 +123,7 @@ TEST_F(WrongInputTest, OfProjectsIsRefusedAndChangesNothing) {
         {{"project", "set", "702", "resolution=1"}, failed, "would lose its action"},
         {{"project", "delete", "701"}, failed, "does not let itself be deleted"},
         {{"project", "delete", "610"}, failed, "stays as it is"},
+        {{"project", "delete", "999", "--model", "0F01"}, notFound, "there is no project 999"},
         {{"project", "delete", "703", "--folder"}, notFound, "there is no project 703"},
     });
 }
