@@ -31,6 +31,10 @@ std::variant<Arguments, UsageError> Arguments::parse(std::span<const Option> opt
     bool optionsEnded = false;
     for (std::size_t i = 0; i < words.size(); ++i) {
         const std::string_view word = words[i];
+        if (!optionsEnded && word.size() > 1 && word[0] == '-' && word[1] != '-') {
+            return UsageError{"there is no option " + std::string(word) +
+                              "; write -- before words that begin with \"-\""};
+        }
         if (optionsEnded || !word.starts_with("--")) {
             arguments.operands_.emplace_back(word);
             continue;

@@ -26,7 +26,7 @@ struct UsageError {
 };
 
 /// A command's arguments after its name. Options are written "--name value" or "--name=value"; "--" ends
-/// them; everything else is an operand.
+/// them, and only behind it an operand may begin with "-"; everything else is an operand.
 class Arguments {
 public:
     static std::variant<Arguments, UsageError> parse(std::span<const Option> options,

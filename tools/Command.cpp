@@ -16,9 +16,15 @@ void printOverview(std::span<const Command> commands, std::ostream& out) {
     for (const Command& command : commands) {
         out << "  " << std::left << std::setw(nameColumn) << command.name << command.summary << '\n';
     }
-    out << "\ntrigoractl COMMAND --help tells more about one.\n"
+    out << "\ntrigoractl COMMAND --help, or trigoractl help COMMAND, tells more about one; trigoractl "
+           "--version\n"
+           "tells the version.\n"
            "Exit codes: 0 done; 1 failed; 2 wrong usage; 3 not found or not available, also when there is\n"
-           "no session bus or no agent where one is needed.\n";
+           "no session bus or no agent where one is needed.\n"
+           "\nExamples:\n"
+           "  trigoractl events --model 0F01\n"
+           "  trigoractl explain press --driver \"SANE Test Scanner\" --button 1\n"
+           "  trigoractl check\n";
 }
 
 void printHelp(const Command& command, std::ostream& out) {
@@ -77,6 +83,23 @@ std::pair<const Command*, std::size_t> commandOf(std::span<const Command> comman
     return {nullptr, 0};
 }
 
+bool isHelp(const std::string& word) { return word == "--help" || word == "-h"; }
+
+/// How many words before the command are options that many commands have.
+std::size_t leadingOptions(std::span<const std::string> words) {
+    std::size_t count = 0;
+    while (count < words.size()) {
+        if (words[count] == "--root") {
+            count += 2;
+        } else if (words[count] == "--json" || words[count].starts_with("--root=")) {
+            ++count;
+        } else {
+            break;
+        }
+    }
+    return std::min(count, words.size());
+}
+
 ExitCode complainAboutCommand(std::span<const Command> commands, std::span<const std::string> words,
                               std::ostream& out, std::ostream& err) {
     const std::vector<Command> group = commandsOfGroup(commands, words[0]);
@@ -84,7 +107,7 @@ ExitCode complainAboutCommand(std::span<const Command> commands, std::span<const
         printOverview(group, err);
         return wrongUsage;
     }
-    if (!group.empty() && words[1] == "--help") {
+    if (!group.empty() && isHelp(words[1])) {
         printOverview(group, out);
         return done;
     }
@@ -134,16 +157,31 @@ ExitCode runCommandLine(std::span<const Command> commands, std::span<const std::
         printOverview(commands, err);
         return wrongUsage;
     }
-    if (words[0] == "--help" || words[0] == "help") {
+    if (words[0] == "--version") {
+        out << "trigoractl " << TRIGORA_VERSION << '\n';
+        return done;
+    }
+    if (words[0] == "help" && words.size() > 1) {
+        std::vector<std::string> asked(words.begin() + 1, words.end());
+        asked.emplace_back("--help");
+        return runCommandLine(commands, asked, out, err, prepare);
+    }
+    if (isHelp(words[0]) || words[0] == "help") {
         printOverview(commands, out);
         return done;
     }
-    const auto [command, nameLength] = commandOf(commands, words);
-    if (command == nullptr) {
-        return complainAboutCommand(commands, words, out, err);
+    const std::size_t leading = leadingOptions(words);
+    const std::span<const std::string> line = words.subspan(leading);
+    if (line.empty()) {
+        return complain(err, {"a command is needed"});
     }
-    const std::span<const std::string> rest = words.subspan(nameLength);
-    if (std::ranges::find(rest, "--help") != rest.end()) {
+    const auto [command, nameLength] = commandOf(commands, line);
+    if (command == nullptr) {
+        return complainAboutCommand(commands, line, out, err);
+    }
+    std::vector<std::string> rest(words.begin(), words.begin() + static_cast<std::ptrdiff_t>(leading));
+    rest.insert(rest.end(), line.begin() + static_cast<std::ptrdiff_t>(nameLength), line.end());
+    if (std::any_of(rest.begin(), std::ranges::find(rest, "--"), isHelp)) {
         printHelp(*command, out);
         return done;
     }

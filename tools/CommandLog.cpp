@@ -6,9 +6,12 @@
 #include "platform/FileSystem.h"
 #include "platform/Platform.h"
 #include "platform/Text.h"
-#include "platform/linux/InstallationRoot.h"
 #include "tools/Report.h"
+#include "tools/SettingsSession.h"
 
+#include <sys/stat.h>
+
+#include <algorithm>
 #include <array>
 #include <ctime>
 #include <filesystem>
@@ -19,7 +22,7 @@ namespace trigora::tools {
 
 namespace {
 
-constexpr std::array switchOptions{rootOption};
+constexpr std::array switchOptions{jsonOption, rootOption};
 constexpr std::array followOptions{Option{"all", "", "first what has been logged already"},
                                    Option{"timeout", "SECONDS", "stop after so many seconds"}, rootOption};
 
@@ -49,33 +52,47 @@ std::string asidePath() {
     return free;
 }
 
-ExitCode logOn(const Arguments&, std::ostream& out, std::ostream&) {
+/// One sentence, or with "--json" one object.
+void tell(const Arguments& arguments, bool isOn, const std::string& pathOfLog, const std::string& sentence,
+          std::ostream& out) {
+    if (arguments.has("json")) {
+        printJson(out, Dictionary{{"log", isOn}, {"folder", pathOfLog.empty() ? Value() : Value(pathOfLog)}});
+    } else {
+        out << sentence << '\n';
+    }
+}
+
+ExitCode logOn(const Arguments& arguments, std::ostream& out, std::ostream&) {
+    requireInstallation();
     const std::string& folder = logSwitchFolder();
+    const std::string shown = pathOnDisk(folder);
     if (isLogSwitchedOn()) {
-        out << "The log is on already; it is written to " << folder << ".\n";
+        tell(arguments, true, shown, "The log is on already; it is written to " + shown + ".", out);
         return done;
     }
     if (platform::current().fileSystem.exists(folder)) {
-        throw Failure(failed, folder + " is in the way: it is no folder");
+        throw Failure(failed, shown + " is in the way: it is no folder");
     }
     if (!exCreateDirectoryAtPath(folder, true, attributesOfMadeFolder())) {
-        throw Failure(failed, "the folder " + folder + " cannot be made; has the user the right to?");
+        throw Failure(failed, "the folder " + shown + " cannot be made; has the user the right to?");
     }
-    out << "The log is on; it is written to " << folder << ".\n";
+    tell(arguments, true, shown, "The log is on; it is written to " + shown + ".", out);
     return done;
 }
 
-ExitCode logOff(const Arguments&, std::ostream& out, std::ostream&) {
+ExitCode logOff(const Arguments& arguments, std::ostream& out, std::ostream&) {
     const std::string& folder = logSwitchFolder();
     if (!isLogSwitchedOn()) {
-        out << "The log is off already.\n";
+        tell(arguments, false, "", "The log is off already.", out);
         return done;
     }
     const std::string aside = asidePath();
     if (!exMovePath(folder, aside)) {
-        throw Failure(failed, folder + " cannot be renamed, so the log stays on; has the user the right to?");
+        throw Failure(failed, pathOnDisk(folder) +
+                                  " cannot be renamed, so the log stays on; has the user the right to?");
     }
-    out << "The log is off; what was logged is in " << aside << ".\n";
+    const std::string shown = pathOnDisk(aside);
+    tell(arguments, false, shown, "The log is off; what was logged is in " + shown + ".", out);
     return done;
 }
 
@@ -101,54 +118,84 @@ public:
 
     /// Passes over what has been logged already.
     void skip() {
-        for (const auto& file : logFiles(folder_)) {
-            std::error_code error;
-            const auto size = std::filesystem::file_size(file, error);
-            positions_[file] = error ? 0 : size;
+        for (const auto& path : logFiles(folder_)) {
+            LogFile& file = files_[path] = LogFile(path);
+            file.position = file.size();
         }
     }
 
     /// Whole lines only; the beginning of one waits for its end.
     void print() {
-        for (const auto& file : logFiles(folder_)) {
-            std::error_code error;
-            const auto size = std::filesystem::file_size(file, error);
-            std::uintmax_t& position = positions_[file];
-            if (!error && size < position) {
-                position = 0; // begun anew
+        for (const auto& path : logFiles(folder_)) {
+            LogFile& file = files_[path];
+            if (!file.isAt(path)) {
+                printRest(file);
+                file = LogFile(path);
             }
-            if (!error && size > position) {
-                printFrom(file, position);
-            }
+        }
+        printKnown();
+    }
+
+    /// The same for the files that have been seen, wherever they are now.
+    void printKnown() {
+        for (auto& [path, file] : files_) {
+            printRest(file);
         }
         out_.flush();
     }
 
 private:
-    void printFrom(const std::filesystem::path& file, std::uintmax_t& position) {
-        std::ifstream stream(file, std::ios::binary);
-        stream.seekg(static_cast<std::streamoff>(position));
-        for (std::string line; std::getline(stream, line) && !stream.eof();) {
-            position += line.size() + 1;
+    /// Held open, because the folder is renamed when the log is switched off.
+    struct LogFile {
+        LogFile() = default;
+        explicit LogFile(const std::filesystem::path& path) : stream(path, std::ios::binary) {
+            struct stat item {};
+            identity = ::stat(path.c_str(), &item) == 0 ? item.st_ino : 0;
+        }
+
+        bool isAt(const std::filesystem::path& path) const {
+            struct stat item {};
+            return stream.is_open() && ::stat(path.c_str(), &item) == 0 && item.st_ino == identity;
+        }
+        std::streamoff size() {
+            stream.clear();
+            stream.seekg(0, std::ios::end);
+            return std::max<std::streamoff>(stream.tellg(), 0);
+        }
+
+        std::ifstream stream;
+        ino_t identity = 0;
+        std::streamoff position = 0;
+    };
+
+    void printRest(LogFile& file) {
+        const std::streamoff size = file.stream.is_open() ? file.size() : 0;
+        if (size < file.position) {
+            file.position = 0; // begun anew
+        }
+        if (size <= file.position) {
+            return;
+        }
+        file.stream.seekg(file.position);
+        for (std::string line; std::getline(file.stream, line) && !file.stream.eof();) {
+            file.position += static_cast<std::streamoff>(line.size()) + 1;
             out_ << printable(line) << '\n';
         }
     }
 
     std::string folder_;
     std::ostream& out_;
-    std::map<std::filesystem::path, std::uintmax_t> positions_;
+    std::map<std::filesystem::path, LogFile> files_;
 };
 
 ExitCode logFollow(const Arguments& arguments, std::ostream& out, std::ostream& err) {
     constexpr std::int64_t pollMicroseconds = 200'000;
-    const std::string& folder = logSwitchFolder();
     const auto seconds =
         arguments.has("timeout") ? arguments.requireInteger("timeout", 1, longestTimeOutSeconds) : 0;
     if (!isLogSwitchedOn()) {
         throw Failure(notFound, "the log is off; trigoractl log on switches it on");
     }
-    LogFollower follower(
-        platform::InstallationRoot::choose(arguments.text("root").value_or("")).onDisk(folder), out);
+    LogFollower follower(pathOnDisk(logSwitchFolder()), out);
     if (!arguments.has("all")) {
         follower.skip();
     }
@@ -156,6 +203,7 @@ ExitCode logFollow(const Arguments& arguments, std::ostream& out, std::ostream& 
     const double start = clock.monotonicSeconds();
     while (seconds == 0 || clock.monotonicSeconds() - start < static_cast<double>(seconds)) {
         if (!isLogSwitchedOn()) {
+            follower.printKnown();
             err << "trigoractl: the log was switched off\n";
             return done;
         }

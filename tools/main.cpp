@@ -2,6 +2,9 @@
 #include "tools/Command.h"
 #include "tools/Report.h"
 
+#include <poll.h>
+#include <unistd.h>
+
 #include <exception>
 #include <filesystem>
 #include <iostream>
@@ -31,15 +34,26 @@ std::unique_ptr<platform::LinuxPlatform> openPlatform(const tools::Arguments& ar
     return real;
 }
 
+/// Whether the output is a pipe that nobody reads any more, as behind "| head".
+bool hasReaderGone() {
+    pollfd output{STDOUT_FILENO, POLLOUT, 0};
+    return ::poll(&output, 1, 0) == 1 && (output.revents & POLLERR) != 0;
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
     try {
         const std::vector<std::string> words(argv + 1, argv + argc);
         std::unique_ptr<platform::LinuxPlatform> platform;
-        return tools::runCommandLine(
+        const tools::ExitCode code = tools::runCommandLine(
             tools::commands(), words, std::cout, std::cerr,
             [&](const tools::Arguments& arguments) { platform = openPlatform(arguments); });
+        if (!std::cout.flush() && !hasReaderGone()) {
+            std::cerr << "trigoractl: the output could not be written; is the disk full?\n";
+            return code == tools::done ? tools::failed : code;
+        }
+        return code;
     } catch (const std::exception& exception) {
         std::cerr << "trigoractl: " << exception.what() << '\n';
         return tools::failed;

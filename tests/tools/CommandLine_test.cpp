@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <cstdlib>
 #include <sstream>
 
 namespace trigora::tools {
@@ -41,10 +42,11 @@ Outcome run(std::vector<std::string> words) {
 }
 
 TEST(CommandLineTest, OptionsAndOperandsReachTheCommand) {
-    const std::array<std::pair<std::vector<std::string>, std::string>, 4> cases{{
+    const std::array<std::pair<std::vector<std::string>, std::string>, 5> cases{{
         {{"echo", "--name", "a b", "--loud"}, "a b 7 loud"},
         {{"echo", "x", "--name=a=b", "--count=0x13", "y"}, "a=b 19 quiet x y"},
         {{"echo", "--name", "--loud", "--", "--count"}, "--loud 7 quiet --count"},
+        {{"echo", "--name", "x", "-", "--", "-h"}, "x 7 quiet - -h"},
         {{"bare", "--name=", "--count", "4294967295"}, " 4294967295 quiet"},
     }};
     for (const auto& [words, printed] : cases) {
@@ -55,7 +57,7 @@ TEST(CommandLineTest, OptionsAndOperandsReachTheCommand) {
 }
 
 TEST(CommandLineTest, WrongUseSaysWhatIsWrong) {
-    const std::array<std::pair<std::vector<std::string>, std::string>, 11> cases{{
+    const std::array<std::pair<std::vector<std::string>, std::string>, 14> cases{{
         {{"dance"}, "no command dance"},
         {{"echo"}, "--name is needed"},
         {{"echo", "--name"}, "--name needs a value"},
@@ -67,6 +69,9 @@ TEST(CommandLineTest, WrongUseSaysWhatIsWrong) {
         {{"echo", "--name=x", "--count", "4294967296"}, "--count must be a number"},
         {{"echo", "--name=x", "--count", "99999999999999999999"}, "--count must be a number"},
         {{"bare", "--name=x", "stray"}, "what is stray?"},
+        {{"echo", "--name=x", "-v"}, "no option -v"},
+        {{"--root=/", "--json", "echo", "--name=x"}, "no option --root"},
+        {{"--root", "/"}, "a command is needed"},
     }};
     for (const auto& [words, complaint] : cases) {
         const Outcome result = run(words);
@@ -81,9 +86,19 @@ TEST(CommandLineTest, HelpNamesEveryCommandAndEveryOption) {
     EXPECT_NE(run({"--help"}).out.find("bare"), std::string::npos);
     const Outcome help = run({"echo", "--help"});
     EXPECT_EQ(help.code, done);
+    EXPECT_EQ(run({"echo", "x", "-h"}).out, help.out);
+    EXPECT_EQ(run({"help", "echo"}).out, help.out);
+    EXPECT_EQ(run({"-h"}).out, run({"--help"}).out);
+    EXPECT_EQ(run({"--version"}).code, done);
     EXPECT_NE(help.out.find("usage: trigoractl echo --name NAME [--count N] [--loud] FILE…"),
               std::string::npos)
         << help.out;
+}
+
+TEST(CommandLineTest, OutputThatCannotBeWrittenIsAFailure) {
+    const auto exitCode = [](const char* shellLine) { return WEXITSTATUS(std::system(shellLine)); };
+    EXPECT_EQ(exitCode(TRIGORACTL " --help >/dev/full 2>/dev/null"), failed);
+    EXPECT_EQ(exitCode(TRIGORACTL " --help >/dev/null"), done);
 }
 
 TEST(CommandLineTest, WithoutASessionBusTheCommandsSaySo) {

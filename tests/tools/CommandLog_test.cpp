@@ -7,6 +7,7 @@ namespace {
 class LogTest : public SettingsCommandTest {
 protected:
     void SetUp() override {
+        makeFolder(paths::resourcesFolder());
         const std::string root = platform::deletingLastPathComponent(onDisk("/Applications"));
         setenv("TRIGORA_ROOT", root.c_str(), 1);
     }
@@ -20,7 +21,7 @@ TEST_F(LogTest, IsSwitchedOffWithoutLosingALine) {
     EXPECT_EQ(run({"log", "on"}).code, done);
     EXPECT_TRUE(isLogSwitchedOn());
     EXPECT_NE(run({"log", "on"}).out.find("already"), std::string::npos);
-    const std::string parent = platform::deletingLastPathComponent(logSwitchFolder());
+    const std::string parent = platform::deletingLastPathComponent(onDisk(logSwitchFolder()));
     for (const char* line : {"first", "second"}) { // within one second
         run({"log", "on"});
         writeFile(agentLog, line);
@@ -50,13 +51,31 @@ TEST_F(LogTest, FollowsEveryProgramsWholeLines) {
             writeFile(agentLog, "anew\n");
         }
     };
-    EXPECT_EQ(run({"log", "follow", "--timeout", "2"}).out, "new?[2J\nhalf a line\nother\nanew\n");
+    EXPECT_EQ(run({"log", "follow", "--timeout", "2"}).out, "new?[2J\nother\nhalf a line\nanew\n");
 
-    clock.onSleep = [&] { std::filesystem::remove_all(onDisk(logSwitchFolder())); };
+    clock.onSleep = [&] {
+        std::ofstream(onDisk(agentLog), std::ios::app) << "last\n";
+        run({"log", "off"});
+    };
     const Outcome all = run({"log", "follow", "--all"});
     EXPECT_EQ(all.code, done);
-    EXPECT_NE(all.out.find("anew\n"), std::string::npos);
+    EXPECT_TRUE(all.out.ends_with("anew\nlast\n")) << all.out;
     EXPECT_NE(all.err.find("switched off"), std::string::npos);
+}
+
+TEST_F(LogTest, IsNotSwitchedOnWhereNothingIsInstalled) {
+    std::filesystem::remove_all(onDisk(paths::resourcesFolder()));
+    const auto before = tree();
+    const Outcome outcome = run({"log", "on"});
+    EXPECT_EQ(outcome.code, notFound);
+    EXPECT_NE(outcome.err.find("no folder " + onDisk(paths::resourcesFolder())), std::string::npos)
+        << outcome.err;
+    EXPECT_EQ(tree(), before);
+}
+
+TEST_F(LogTest, NamesTheFolderOnThisDisk) {
+    EXPECT_EQ(json({"log", "on"}), (Dictionary{{"log", true}, {"folder", onDisk(logSwitchFolder())}}));
+    EXPECT_NE(run({"log", "off"}).out.find(" " + onDisk(logSwitchFolder())), std::string::npos);
 }
 
 } // namespace
