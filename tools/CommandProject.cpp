@@ -314,14 +314,20 @@ ExitCode remove(const Arguments& arguments, std::ostream& out, std::ostream&) {
     SettingsSession session;
     Target target = targetOf(arguments);
     const ListedProject& listed = requireOwn(target, id);
+    if (!arguments.has("force")) {
+        requireUndamaged(target.store.damagedUserFiles());
+    }
     const std::vector<std::string> users = target.store.usersOf(id);
     const std::vector<std::string> foreign = ProjectStore::foreignFilesOf(*listed.project);
     if (!listed.project->canDeleteRename()) {
         throw Failure(failed, "project " + listed.idAndName() + " does not let itself be deleted");
     }
     if (!arguments.has("force") && !users.empty()) {
-        throw Failure(failed, "project " + listed.idAndName() + " is what runs for " + joined(users) +
-                                  "; bind another one first, or use --force");
+        throw Failure(failed,
+                      "project " + listed.idAndName() + " is what runs for " + joined(users) +
+                          (target.store.isOfFolders() ? "; give that another one with trigoractl watch"
+                                                      : "; bind another one first") +
+                          ", or use --force");
     }
     if (!arguments.has("force") && !foreign.empty()) {
         throw Failure(failed, "the folder of project " + listed.idAndName() +

@@ -5,6 +5,7 @@
 #include "files/FileManagerExtension.h"
 #include "files/InstalledPaths.h"
 #include "files/PxIniParser.h"
+#include "platform/Bundles.h"
 #include "platform/FileSystem.h"
 #include "platform/Platform.h"
 #include "platform/Text.h"
@@ -67,6 +68,37 @@ std::shared_ptr<TrActionInformation> requireAction(const std::string& actionID) 
     throw Failure(notFound, "there is no action " + printable(actionID) + listOfMatches(near, all));
 }
 
+std::optional<std::string> applicationProblem(const std::string& path) {
+    platform::Platform& platform = platform::current();
+    if (!platform.fileSystem.exists(path)) {
+        return "there is nothing at this path";
+    }
+    if (platform.fileSystem.isDirectory(path)) {
+        const auto bundle = platform.bundles.create(path);
+        const auto executable = bundle ? bundle->executablePath() : std::nullopt;
+        if (!executable) {
+            return "the folder is no application: no Contents/Info.plist in it names an executable that is "
+                   "there";
+        }
+        return isExecutable(*executable)
+                   ? std::nullopt
+                   : std::optional("its executable " + *executable + " is empty or may not be executed");
+    }
+    const std::string extension = platform::pathExtension(path);
+    if (isExecutable(path) || extension == "desktop" || extension == "scpt") {
+        return std::nullopt;
+    }
+    return "the file may not be executed, and it is neither a desktop entry nor a script";
+}
+
+bool isExecutable(const std::string& path) {
+    constexpr std::uint32_t mayBeExecuted = 0111;
+    platform::Platform& platform = platform::current();
+    const auto attributes = platform.fileMetadata.attributes(path, true);
+    return attributes && !attributes->isDirectory && attributes->size > 0 &&
+           (attributes->posixPermissions.value_or(0) & mayBeExecuted) != 0;
+}
+
 std::shared_ptr<TrActionInformation> actionOfApplication(const std::string& path) {
     const std::string application = platform::expandingTildeInPath(path);
     if (!application.starts_with('/')) {
@@ -77,8 +109,8 @@ std::shared_ptr<TrActionInformation> actionOfApplication(const std::string& path
         throw Failure(wrongUsage, "a project cannot hold the path " + printable(application) +
                                       ": it has \"[\", \"]\", \"=\" or control characters");
     }
-    if (!platform::current().fileSystem.exists(application)) {
-        throw Failure(notFound, "there is no application " + application);
+    if (const auto problem = applicationProblem(application)) {
+        throw Failure(notFound, "there is no application " + application + ": " + *problem);
     }
     auto action = TrActionInformation::initWithActionID(userApplicationAction);
     action->setApplicationPath(application);

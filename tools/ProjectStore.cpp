@@ -14,8 +14,10 @@
 #include "tools/Command.h"
 #include "tools/Report.h"
 #include "tools/ScannerModels.h"
+#include "tools/SettingsSession.h"
 
 #include <algorithm>
+#include <map>
 #include <set>
 
 namespace trigora::tools {
@@ -35,13 +37,8 @@ Dictionary dictionaryIn(const std::string& path) {
     return value && value->dictionary() != nullptr ? *value->dictionary() : Dictionary();
 }
 
-struct BindingFile {
-    std::optional<std::string> model;
-    Dictionary bindings;
-};
-
-/// The bindings of every model, as the agent would read them.
-std::vector<BindingFile> allBindings() {
+/// The models that may have bindings; none stands for those without a model.
+std::set<std::optional<std::string>> modelsWithBindings() {
     std::set<std::optional<std::string>> models{std::nullopt};
     for (const std::string& folder : {paths::settingsFolder(), paths::formerSettingsFolder()}) {
         for (const std::string& name :
@@ -51,13 +48,13 @@ std::vector<BindingFile> allBindings() {
             }
         }
     }
-    std::vector<BindingFile> files;
-    for (const auto& model : models) {
-        const std::string current = paths::buttonBindingsFile(model);
-        files.push_back(
-            {model, dictionaryIn(existsAt(current) ? current : paths::formerButtonBindingsFile(model))});
-    }
-    return files;
+    return models;
+}
+
+/// The bindings of a model, as the agent would read them.
+Dictionary bindingsOf(const std::optional<std::string>& model) {
+    const std::string current = paths::buttonBindingsFile(model);
+    return dictionaryIn(existsAt(current) ? current : paths::formerButtonBindingsFile(model));
 }
 
 Dictionary watchedFolders() { return dictionaryIn(paths::watchedFolderSettingsFile()); }
@@ -83,6 +80,47 @@ bool isWrittenAs(const TrProjectInformation& project) {
                       "or \"=\" in it?");
 }
 
+/// What the files of a project hold, to put it back.
+class FilesOfProject {
+public:
+    explicit FilesOfProject(const TrProjectInformation& project) {
+        const std::string file = project.projectFilePath().value_or("");
+        const std::string folder = platform::deletingPathExtension(file);
+        for (const std::string& path : {folder, file, platform::appendingPathComponent(folder, "String.def"),
+                                        project.scanSettingsFilePath().value_or(file)}) {
+            if (existsAt(path)) {
+                contents_[path] = platform::current().fileContents.read(path);
+            } else {
+                missing_.push_back(path);
+            }
+        }
+    }
+
+    void putBack() const {
+        for (const auto& [path, bytes] : contents_) {
+            if (bytes && platform::current().fileContents.read(path) != bytes) {
+                platform::current().fileContents.write(path, *bytes, true);
+            }
+        }
+        std::ranges::for_each(missing_, exRemoveItemAtPath);
+        forgetTexts();
+    }
+
+private:
+    std::map<std::string, std::optional<Data>> contents_; ///< none for a folder
+    std::vector<std::string> missing_;
+};
+
+/// A file "...plg" has ".." for its folder, and "..plg" the folder of all projects.
+void requireOwnFolder(const TrProjectInformation& project) {
+    const std::string path = project.projectFilePath().value_or("");
+    const std::string folder = platform::lastPathComponent(platform::deletingPathExtension(path));
+    if (folder.empty() || folder.find_first_not_of('.') == std::string::npos) {
+        throw Failure(failed, path + " cannot be a project's file, because of its name: the folder beside it "
+                                     "is another's. Rename the file");
+    }
+}
+
 bool belongsToAProject(const std::string& name) {
     return (name.starts_with("String") && name.ends_with(".def")) || name == "icon.png" ||
            name == TrFilePathUtility::sharedFilePathUtility()->scanSettingsFileName();
@@ -104,6 +142,7 @@ const ProjectList& ProjectStore::list() const {
 
 // A new project with the ID of one that is gone must not be run by what was bound to that one.
 std::string ProjectStore::freeID() const {
+    requireUndamaged(damagedUserFiles());
     std::set<std::string> taken;
     for (const auto& project : list()) {
         taken.insert(project->projectID().value_or(""));
@@ -171,24 +210,30 @@ void ProjectStore::add(const std::shared_ptr<TrProjectInformation>& project) {
 }
 
 void ProjectStore::write(const std::shared_ptr<TrProjectInformation>& project) {
+    requireOwnFolder(*project);
+    const FilesOfProject former(*project);
     project->writeProjectInformation();
     if (!isWrittenAs(*project)) {
+        former.putBack();
         failToWrite(*project);
     }
     handOver(ProjectList(list()));
 }
 
 void ProjectStore::writeScanSettings(const std::shared_ptr<TrProjectInformation>& project) {
+    const FilesOfProject former(*project);
     const auto onlySettings = project->copyProjectInformation();
     onlySettings->setProjectFilePath(std::nullopt);
     onlySettings->writeProjectInformation();
     if (!isWrittenAs(*project)) {
+        former.putBack();
         failToWrite(*project);
     }
     handOver(ProjectList(list()));
 }
 
 void ProjectStore::remove(const std::shared_ptr<TrProjectInformation>& project) {
+    requireOwnFolder(*project);
     ProjectList projects = list();
     std::erase(projects, project);
     // The manager deletes by name; without one, no other project of the same name keeps this one's files.
@@ -197,6 +242,11 @@ void ProjectStore::remove(const std::shared_ptr<TrProjectInformation>& project) 
     if (existsAt(*project->projectFilePath())) {
         throw Failure(failed,
                       *project->projectFilePath() + " could not be removed; may you not write there?");
+    }
+    const std::string ownFolder = platform::deletingPathExtension(*project->projectFilePath());
+    if (existsAt(ownFolder)) {
+        throw Failure(failed, "the project is deleted, but its folder " + ownFolder +
+                                  " could not be removed whole; may you not write there?");
     }
 }
 
@@ -211,19 +261,31 @@ std::vector<std::string> ProjectStore::usersOf(const std::string& projectID) con
         }
         return users;
     }
-    const auto paths = TrFilePathUtility::sharedFilePathUtility();
-    for (const auto& [model, bindings] : allBindings()) {
-        const auto driver = model ? driverOfModel(*model) : nullptr;
-        if (paths->customProjectPathWithScannerDriver(driver) != folder()) {
-            continue;
-        }
-        for (const auto& [eventID, project] : bindings) {
+    for (const auto& model : modelsWithBindings()) {
+        for (const auto& [eventID, project] : isListOfModel(model) ? bindingsOf(model) : Dictionary()) {
             if (project.text() != nullptr && *project.text() == projectID) {
                 users.push_back("event " + eventID + (model ? " of model " + *model : std::string()));
             }
         }
     }
     return users;
+}
+
+bool ProjectStore::isListOfModel(const std::optional<std::string>& model) const {
+    const auto driver = model ? driverOfModel(*model) : nullptr;
+    return TrFilePathUtility::sharedFilePathUtility()->customProjectPathWithScannerDriver(driver) == folder();
+}
+
+std::vector<std::string> ProjectStore::damagedUserFiles() const {
+    if (isOfFolders_) {
+        return damagedWatchedFolderFiles();
+    }
+    std::vector<std::string> damaged;
+    for (const auto& model : modelsWithBindings()) {
+        const auto ofModel = isListOfModel(model) ? damagedBindingFiles(model) : std::vector<std::string>();
+        damaged.insert(damaged.end(), ofModel.begin(), ofModel.end());
+    }
+    return damaged;
 }
 
 std::vector<std::string> ProjectStore::foreignFilesOf(const TrProjectInformation& project) {

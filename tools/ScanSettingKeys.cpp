@@ -90,7 +90,8 @@ std::string allowedValues(const ScanSettingKey& key) {
     case Kind::text:
         break;
     }
-    return key.isRemovable ? "text, or empty" : "text";
+    return std::string(key.name == "prefix" ? "text without \"/\"" : "text") +
+           (key.isRemovable ? ", or empty" : "");
 }
 
 [[noreturn]] void refuse(const ScanSettingKey& key, const std::string& given) {
@@ -194,6 +195,32 @@ std::string madeHelp() {
 
 std::span<const ScanSettingKey> scanSettingKeys() { return keys; }
 
+std::optional<std::string> problemOfScanSetting(const ScanSettingKey& key, const Value& value) {
+    const std::string* text = value.text();
+    std::optional<std::int64_t> number = platform::integerOf(value);
+    if (text != nullptr && text->find_first_not_of("-0123456789") != std::string::npos) {
+        number.reset();
+    }
+    bool isGood = true;
+    switch (key.kind) {
+    case Kind::number:
+        isGood = number && *number >= key.least && *number <= key.most;
+        break;
+    case Kind::flag:
+        isGood = text != nullptr || number;
+        break;
+    case Kind::text:
+    case Kind::folder:
+        isGood = text != nullptr;
+        break;
+    case Kind::fixed:
+        break;
+    }
+    return isGood ? std::nullopt
+                  : std::optional(printable(value.description()) +
+                                  " is not what the key may hold: " + allowedValues(key));
+}
+
 std::vector<ScanSettingChange> readScanSettingChanges(std::span<const std::string> words) {
     std::vector<ScanSettingChange> changes;
     for (const std::string& word : words) {
@@ -214,6 +241,9 @@ const std::string& scanSettingHelp() {
 
 std::string existingFolder(const std::string& path) {
     std::error_code error;
+    if (path.empty()) {
+        throw Failure(wrongUsage, "a folder is needed, not an empty path");
+    }
     const std::filesystem::path absolute =
         std::filesystem::absolute(platform::expandingTildeInPath(path), error).lexically_normal();
     std::string folder = error || path.empty() ? path : absolute.string();

@@ -34,6 +34,9 @@ struct ScanSettingKey {
 /// All entries that scan settings have.
 std::span<const ScanSettingKey> scanSettingKeys();
 
+/// What is wrong with a value that scan settings hold; none when the system would read it as it is.
+std::optional<std::string> problemOfScanSetting(const ScanSettingKey& key, const Value& value);
+
 struct ScanSettingChange {
     const ScanSettingKey* key = nullptr;
     std::optional<Value> value; ///< none takes the entry out

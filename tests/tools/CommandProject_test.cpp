@@ -56,7 +56,7 @@ TEST_F(ProjectTest, NewProjectsHaveTheirSettingsAndAFreeID) {
 }
 
 TEST_F(ProjectTest, EachListHasItsPlaceAndItsIDs) {
-    writeFile("/Applications/My Editor.app/x", "");
+    installApplication("/Applications/My Editor.app");
     EXPECT_EQ(run({"project", "new", "A", "--model", "0F01"}).code, done);
     EXPECT_EQ(read(std::string(modelProjects) + "A.plg")->projectID(), "702") << "701 came with the device";
     EXPECT_EQ(journal.take(), Lines{scanChange});
@@ -137,6 +137,26 @@ TEST_F(ProjectTest, DeletingRemovesOneProjectAndNoMore) {
     EXPECT_NE(run({"project", "delete", "701", "--folder"}).err.find("watched folder 2"), std::string::npos);
     EXPECT_EQ(run({"project", "delete", "701", "--folder", "--force"}).code, done);
     EXPECT_FALSE(exists(std::string(folderProjects) + "Open.plg"));
+}
+
+TEST_F(ProjectTest, DeletingNeverTakesAnothersFolder) {
+    writeProject(ownProjects, "..", "701", "0x0001", "300");
+    const auto before = tree();
+    const Outcome outcome = run({"project", "delete", "701", "--force"});
+    EXPECT_EQ(outcome.code, failed);
+    EXPECT_NE(outcome.err.find("because of its name"), std::string::npos) << outcome.err;
+    EXPECT_EQ(tree(), before);
+}
+
+TEST_F(ProjectTest, AChangeThatFailsHalfWayIsTakenBack) {
+    writeProject(ownProjects, "Mine", "701", "0x0001", "300");
+    makeFolder(std::string(ownProjects) + "Mine/ScanSetting.plist"); // cannot be written
+    makeFolder("~/Documents");
+    const auto before = tree();
+    const Outcome outcome = run({"project", "set", "701", "resolution=150", "--application", "/usr/bin/env"});
+    EXPECT_EQ(outcome.code, failed);
+    EXPECT_EQ(tree(), before);
+    EXPECT_EQ(journal.take(), Lines{});
 }
 
 TEST_F(ProjectTest, NewProjectsHaveTheDefaultsOfTheAgent) {

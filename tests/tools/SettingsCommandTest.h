@@ -96,6 +96,15 @@ protected:
         writeProject(device, "Flat", "701", "0x0001", "300");
     }
 
+    /// A bundle with a program in it.
+    void installApplication(const std::string& path) {
+        writePropertyList(path + "/Contents/Info.plist", Dictionary{{"CFBundleExecutable", "Main"}});
+        writeProgram(path + "/Contents/MacOS/Main");
+    }
+    void writeProgram(const std::string& path) {
+        writeFile(path, "#!/bin/sh\n");
+        std::filesystem::permissions(onDisk(path), std::filesystem::perms::all);
+    }
     void installEvent(const std::string& name, const std::string& keys) {
         writeFile(paths::eventFolder() + "/" + name + ".plg", "[Event]\n" + keys);
         writeFile(paths::eventFolder() + "/" + name + "/String.def", "Caption=" + name + "\n");
