@@ -67,6 +67,20 @@ bool isNumber(const std::string& field) {
     return !digits.empty() && digits.find_first_not_of("0123456789") == std::string::npos;
 }
 
+/// Blanks count, also those around the quotes.
+void checkNames(const std::vector<std::string>& fields, std::size_t row, Findings& findings) {
+    constexpr std::size_t nameFields = 3;
+    for (std::size_t i = 0; i < std::min(fields.size(), nameFields); ++i) {
+        if (platform::trimmed(fields[i], " \t") != fields[i]) {
+            findings.push_back({paths::deviceTableFile(), lineKey(row),
+                                "there are blanks around " + printable(platform::trimmed(fields[i], " \t")) +
+                                    ", and they count",
+                                "the name fits no scanner"});
+            return;
+        }
+    }
+}
+
 /// The row's numbers, as they are written.
 void checkNumbers(const std::vector<std::string>& fields, std::size_t row, Findings& findings) {
     constexpr std::size_t numberField = 3;
@@ -88,9 +102,12 @@ void checkEventsOfRow(const Dictionary& row, std::size_t index, Findings& findin
     for (std::int64_t button = 1; button <= count; ++button) {
         const std::string column = "NavBtn" + std::to_string(button);
         const std::int64_t eventID = platform::integerAt(row, column).value_or(0);
-        const bool isRefused = isRefusedEvent(static_cast<std::int32_t>(eventID));
-        if (!isRefused &&
-            !TrEventManager::sharedEventManager()->eventInformationWithEventID(std::to_string(eventID))) {
+        if (isRefusedEvent(static_cast<std::int32_t>(eventID))) {
+            findings.push_back({paths::deviceTableFile(), lineKey(index) + ", " + column,
+                                "the event " + std::to_string(eventID) + " is always refused",
+                                "the user is told that the button is not supported"});
+        } else if (!TrEventManager::sharedEventManager()->eventInformationWithEventID(
+                       std::to_string(eventID))) {
             findings.push_back({paths::deviceTableFile(), lineKey(index) + ", " + column,
                                 "no event " + std::to_string(eventID) + " is installed",
                                 "the button does nothing"});
@@ -98,8 +115,35 @@ void checkEventsOfRow(const Dictionary& row, std::size_t index, Findings& findin
     }
 }
 
-void checkEventFile(const std::string& path, std::map<std::string, std::string>& fileOfID,
-                    Findings& findings) {
+/// What runs while the user has bound nothing.
+void checkDefaultProject(const TrEventInformation& event, const std::string& path,
+                         const ListedProjects& projects, Findings& findings) {
+    const std::string projectID = event.defaultProjectID(nullptr).value_or("");
+    constexpr const char* consequence = "the event runs nothing until a project is bound to it";
+    if (projectID.empty()) {
+        findings.push_back({path, "DefaultProject", "the event has no default project", consequence, true});
+        return;
+    }
+    const ListedProject* project = findProject(projects, projectID);
+    const bool areProjectsInstalled = std::ranges::find(projects, ListedProject::Origin::predefined,
+                                                        &ListedProject::origin) != projects.end();
+    if (platform::integerValue(projectID) == 0 || (project == nullptr && !areProjectsInstalled)) {
+        return; // on purpose, or there is one finding for all
+    }
+    if (project == nullptr) {
+        findings.push_back(
+            {path, "DefaultProject", "there is no project " + printable(projectID), consequence});
+    } else if (!project->isAvailable) {
+        // The project's own file has the finding, if there is one.
+        findings.push_back({path, "DefaultProject",
+                            "project " + project->idAndName() +
+                                " is not available: " + project->problem.value_or("it cannot run"),
+                            consequence, true});
+    }
+}
+
+void checkEventFile(const std::string& path, const ListedProjects& projects,
+                    std::map<std::string, std::string>& fileOfID, Findings& findings) {
     if (!checkSectionFile(path, findings)) {
         return;
     }
@@ -120,6 +164,9 @@ void checkEventFile(const std::string& path, std::map<std::string, std::string>&
                                 "\" names no known kind of event",
                             "no device offers the event"});
     }
+    if (!event->isMonitorEvent()) {
+        checkDefaultProject(*event, path, projects, findings);
+    }
     checkTexts(platform::deletingPathExtension(path), findings);
     const bool isNamed = !valueInFile(path, "Event", "Icon").value_or("").empty();
     const std::string icon = event->iconFilePath().value_or("");
@@ -139,6 +186,9 @@ void checkApplication(const InstalledAction& installed, Findings& findings) {
                             (isSeparate ? "the separate product " : "the application ") + application +
                                 (isSeparate ? " is not installed" : " is missing"),
                             "projects with this action are left out, or open nothing", isSeparate});
+    } else if (const auto problem = applicationProblem(application)) {
+        findings.push_back({installed.path, "AppPath", application + ": " + *problem,
+                            "projects with this action open nothing"});
     }
 }
 
@@ -163,6 +213,9 @@ void checkDeviceTable(Findings& findings) {
                             "every button N stands for the event 100 + N"});
         return;
     }
+    if (platform::trimmed(*text, " \t\r\n").empty()) {
+        findings.push_back({file, "", "the file is empty", "every button N stands for the event 100 + N"});
+    }
     const std::vector<std::string> lines = componentsSeparatedByParagraph(*text);
     for (std::size_t row = 0; row < std::min(lines.size(), table->size()); ++row) {
         if (platform::trimmed(lines[row], " \t").empty()) {
@@ -174,16 +227,10 @@ void checkDeviceTable(Findings& findings) {
                                     " fits first, or it names no model",
                                 "the row is ignored"});
         }
-        checkNumbers(platform::componentsSeparatedByString(lines[row], ","), row, findings);
+        const std::vector<std::string> fields = platform::componentsSeparatedByString(lines[row], ",");
+        checkNames(fields, row, findings);
+        checkNumbers(fields, row, findings);
         checkEventsOfRow((*table)[row], row, findings);
-    }
-}
-
-void checkScannerFiles(Findings& findings) {
-    checkSectionFile(paths::scannerCapabilityFile(), findings);
-    checkSectionFile(paths::scannerDriversFile(), findings);
-    if (existsAt(paths::userScannerDriversFile())) {
-        checkSectionFile(paths::userScannerDriversFile(), findings);
     }
 }
 
@@ -193,8 +240,9 @@ void checkEvents(Findings& findings) {
     if (files.empty()) {
         findings.push_back({paths::eventFolder(), "", "no events are installed", "no button does anything"});
     }
+    const ListedProjects projects = scanProjects(nullptr);
     for (const std::string& path : files) {
-        checkEventFile(path, fileOfID, findings);
+        checkEventFile(path, projects, fileOfID, findings);
     }
 }
 
@@ -220,10 +268,13 @@ void checkActions(Findings& findings) {
 void checkPrograms(Findings& findings) {
     const std::pair<std::string, const char*> programs[] = {
         {paths::agentExecutable(), "there is no agent, and no button does anything"},
-        {paths::scanAssistantExecutable(), "no scanner is confirmed, and no press does anything"}};
+        {paths::scanAssistantExecutable(), "no scanner is confirmed, and no press does anything"},
+        {paths::scriptProgram(), "actions that are scripts do nothing"}};
     for (const auto& [path, consequence] : programs) {
         if (!existsAt(path) || platform::current().fileSystem.isDirectory(path)) {
             findings.push_back({path, "", "the program is missing", consequence});
+        } else if (!isExecutable(path)) {
+            findings.push_back({path, "", "the program is empty or may not be executed", consequence});
         }
     }
     const std::string resources = paths::agentApplication() + "/Contents/Resources";

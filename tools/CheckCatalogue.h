@@ -8,8 +8,6 @@ namespace trigora::tools {
 
 /// The device table: rows that no button can ever reach, and numbers that are none.
 void checkDeviceTable(Findings& findings);
-/// Capability file and the drivers' files.
-void checkScannerFiles(Findings& findings);
 void checkEvents(Findings& findings);
 void checkActions(Findings& findings);
 /// The programs that the system consists of, and the texts of its messages.

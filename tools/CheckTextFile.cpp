@@ -109,6 +109,22 @@ bool checkSectionFile(const std::string& path, Findings& findings) {
     return true;
 }
 
+void checkLinesOfSections(const std::string& path, Findings& findings) {
+    const auto text = exStringWithContentsOfFile(path, platform::Encoding::unicode);
+    int number = 0;
+    bool isInSection = false;
+    for (const std::string& line : componentsSeparatedByParagraph(text.value_or(""))) {
+        ++number;
+        const std::string words = platform::trimmed(line, " \t\r\n");
+        isInSection = isInSection || words.starts_with('[');
+        if (isInSection && !words.empty() && words.find_first_of("[]=") == std::string::npos &&
+            words[0] != ';' && words[0] != '#') {
+            findings.push_back({path, "line " + std::to_string(number), shown(line) + " has no \"=\"",
+                                "the line is ignored"});
+        }
+    }
+}
+
 void checkTexts(const std::string& folder, Findings& findings) {
     const std::string path =
         TrFilePathUtility::sharedFilePathUtility()->stringDefaultPathWithEventFolder(folder);

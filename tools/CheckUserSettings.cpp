@@ -18,10 +18,13 @@
 #include "tools/InstalledActions.h"
 #include "tools/ProjectCatalogue.h"
 #include "tools/Report.h"
+#include "tools/ScanSettingKeys.h"
 #include "tools/ScannerModels.h"
 #include "tools/SettingsSession.h"
+#include "tools/WatchedFolders.h"
 
 #include <algorithm>
+#include <array>
 #include <map>
 #include <optional>
 
@@ -68,6 +71,17 @@ void checkActionOfProject(TrProjectInformation& project, ProjectKind kind, Findi
     }
 }
 
+void checkValuesOfScanSettings(const std::string& file, Findings& findings) {
+    const auto settings = platform::current().propertyLists.read(file);
+    for (const ScanSettingKey& key : scanSettingKeys()) {
+        const Value* value = platform::find(*settings->dictionary(), key.name);
+        if (const auto problem = value != nullptr ? problemOfScanSetting(key, *value) : std::nullopt) {
+            findings.push_back(
+                {file, std::string(key.name), *problem, "the scan is made in some other way, or fails"});
+        }
+    }
+}
+
 void checkScanSettingsOfProject(const TrProjectInformation& project, Findings& findings) {
     const std::string path = project.projectFilePath().value_or("");
     const std::string settings = valueInFile(path, "Launch", "ScanSetting").value_or("");
@@ -79,6 +93,8 @@ void checkScanSettingsOfProject(const TrProjectInformation& project, Findings& f
         findings.push_back({path, "ScanSetting", settings + " is missing", consequence});
     } else if (const auto damaged = damagedScanSettings(path)) {
         findings.push_back({path, "ScanSetting", *damaged + " is damaged", consequence});
+    } else {
+        checkValuesOfScanSettings(settings, findings);
     }
 }
 
@@ -101,14 +117,21 @@ void checkProjectFile(const std::string& path, ProjectKind kind, std::map<std::s
                             "the ID " + printable(projectID) + " is that of " + other->second,
                             "events run the other project"});
     }
+    constexpr std::array knownTypes{"0x0001", "0x0002", "0x0003", "0x8001", "0x8002", "0x8003"};
+    const std::string type = project->type().value_or("");
+    if (std::ranges::find(knownTypes, type) == knownTypes.end()) {
+        findings.push_back({path, "ProjectType", "\"" + printable(type) + "\" is no known type of project",
+                            "the project does not scan, and no event offers it"});
+    }
     checkActionOfProject(*project, kind, findings);
     checkScanSettingsOfProject(*project, findings);
     checkTexts(platform::deletingPathExtension(path), findings);
     checkPicture(valueInFile(path, "Launch", "Icon").value_or(""), path, "Icon", findings);
 }
 
-void checkProjectFolder(const std::string& folder, ProjectKind kind, Findings& findings) {
-    std::map<std::string, std::string> fileOfID;
+/// By ID, the files of projects in the folder are added to those that are run before them.
+void checkProjectFolder(const std::string& folder, ProjectKind kind,
+                        std::map<std::string, std::string>& fileOfID, Findings& findings) {
     for (const std::string& path : filesInFolder(folder, "plg")) {
         checkProjectFile(path, kind, fileOfID, findings);
     }
@@ -159,14 +182,18 @@ void checkBinding(const std::string& file, const std::string& eventID, const Val
     }
 }
 
+std::string existingBindingsFile(const std::optional<std::string>& modelID) {
+    const std::string current = paths::buttonBindingsFile(modelID);
+    return existsAt(current) ? current : paths::formerButtonBindingsFile(modelID);
+}
+
 void checkBindingsOfModel(const std::optional<std::string>& modelID, Findings& findings) {
     const std::vector<std::string> damaged = damagedBindingFiles(modelID);
     for (const std::string& file : damaged) {
         findings.push_back(
             {file, "", "damaged, or it cannot be read", "the events run their default projects"});
     }
-    const std::string current = paths::buttonBindingsFile(modelID);
-    const std::string file = existsAt(current) ? current : paths::formerButtonBindingsFile(modelID);
+    const std::string file = existingBindingsFile(modelID);
     const auto value = damaged.empty() ? platform::current().propertyLists.read(file) : std::nullopt;
     if (!value || value->dictionary() == nullptr) {
         return;
@@ -179,40 +206,20 @@ void checkBindingsOfModel(const std::optional<std::string>& modelID, Findings& f
 
 // Watched folders.
 
-constexpr const char* notWatched = "the folder is not watched";
-
-void checkFolder(const std::string& file, const std::string& key, const std::string& folder,
-                 Findings& findings) {
-    platform::FileSystem& files = platform::current().fileSystem;
-    std::string problem;
-    if (!files.exists(folder)) {
-        problem = " is missing";
-    } else if (!files.isDirectory(folder)) {
-        problem = " is no folder";
-    } else if (!files.contentsOfDirectory(folder)) {
-        problem = " cannot be read";
-    }
-    if (!problem.empty()) {
-        findings.push_back({file, key + ", folderPath", printable(folder) + problem, notWatched});
-    }
-}
-
-void checkProjectOfFolder(const std::string& file, const std::string& key,
-                          const std::optional<std::string>& projectID, const ListedProjects& projects,
-                          Findings& findings) {
-    const std::string where = key + ", executiveProjectID";
-    if (!projectID || projectID->empty()) {
-        findings.push_back({file, where, "no project is bound to the folder", notWatched});
+/// What of the settings file does not even get to the agent.
+void checkKindsOfWatch(const std::string& file, const std::string& key, const Value* entry,
+                       Findings& findings) {
+    constexpr const char* consequence = "the folder is not watched";
+    if (entry == nullptr) {
         return;
     }
-    const ListedProject* listed = findProject(projects, *projectID);
-    if (listed == nullptr || !listed->project) {
-        findings.push_back({file, where, "there is no folder project " + printable(*projectID), notWatched});
-    } else if (!listed->project->isRunableProject()) {
-        findings.push_back(
-            {file, where,
-             "project " + listed->idAndName() + ": " + listed->problem.value_or("it has no application"),
-             notWatched});
+    if (entry->dictionary() == nullptr) {
+        findings.push_back({file, key, "the entry is no dictionary", consequence});
+        return;
+    }
+    const Value* folder = platform::find(*entry->dictionary(), "folderPath");
+    if (folder != nullptr && folder->text() == nullptr) {
+        findings.push_back({file, key + ", folderPath", "the path is no text", consequence});
     }
 }
 
@@ -220,17 +227,28 @@ void checkProjectOfFolder(const std::string& file, const std::string& key,
 
 void checkProjects(Findings& findings) {
     const auto utility = TrFilePathUtility::sharedFilePathUtility();
-    checkProjectFolder(paths::predefinedProjectFolder(), ProjectKind::predefined, findings);
-    checkProjectFolder(utility->defaultCustomProjectFolderPath(), ProjectKind::own, findings);
-    for (const std::string& model : modelsWithFolders(paths::userFolder())) {
-        checkProjectFolder(paths::userFolder() + "/Model" + model + "/AppInfo1", ProjectKind::own, findings);
+    const std::string predefined = paths::predefinedProjectFolder();
+    if (filesInFolder(predefined, "plg").empty()) {
+        findings.push_back({predefined, "", "no predefined projects are installed",
+                            "buttons run only what the user has made and bound"});
     }
-    checkProjectFolder(utility->customFolderProjectFolderPath(), ProjectKind::folder, findings);
+    std::map<std::string, std::string> predefinedIDs;
+    checkProjectFolder(predefined, ProjectKind::predefined, predefinedIDs, findings);
+    // A predefined project is found before one of the user's.
+    const auto checkOwn = [&](const std::string& folder, ProjectKind kind) {
+        std::map<std::string, std::string> fileOfID = predefinedIDs;
+        checkProjectFolder(folder, kind, fileOfID, findings);
+    };
+    checkOwn(utility->defaultCustomProjectFolderPath(), ProjectKind::own);
+    for (const std::string& model : modelsWithFolders(paths::userFolder())) {
+        checkOwn(paths::userFolder() + "/Model" + model + "/AppInfo1", ProjectKind::own);
+    }
+    std::map<std::string, std::string> folderIDs;
+    checkProjectFolder(utility->customFolderProjectFolderPath(), ProjectKind::folder, folderIDs, findings);
     for (const std::string& device : namesIn(paths::deviceSettingsFolder())) {
         const std::string folder = paths::deviceSettingsFolder() + "/" + device + "/AppInfo1";
         for (const std::string& language : namesIn(folder)) {
-            checkProjectFolder(platform::appendingPathComponent(folder, language), ProjectKind::device,
-                               findings);
+            checkOwn(platform::appendingPathComponent(folder, language), ProjectKind::device);
         }
     }
 }
@@ -244,6 +262,11 @@ void checkBindings(Findings& findings) {
         }
     }
     for (const std::string& model : models) {
+        if (!isKnownModel(model)) {
+            findings.push_back({existingBindingsFile(model), "",
+                                "no known scanner is of model " + printable(model),
+                                "the bindings count only if there is one", true});
+        }
         checkBindingsOfModel(model, findings);
     }
 }
@@ -253,23 +276,18 @@ void checkWatchedFolders(Findings& findings) {
     for (const std::string& damaged : damagedWatchedFolderFiles()) {
         findings.push_back({damaged, "", "damaged, or it cannot be read", "no folder in it is watched"});
     }
+    const auto settings =
+        existsAt(file) ? platform::current().propertyLists.read(file).value_or(Value()) : Value();
     const ListedProjects projects = folderProjects();
     int number = 0;
-    for (const auto& event : TrEventManager::sharedEventManager()->monitorEventList()) {
+    for (const auto& watch : TrEventManager::sharedEventManager()->monitorEventList()) {
         const std::string key = std::to_string(++number);
-        const auto& folder = event->monitorFolderPath();
-        if (!folder || folder->empty()) {
-            continue; // not set up
+        checkKindsOfWatch(file, key,
+                          settings.dictionary() ? platform::find(*settings.dictionary(), key) : nullptr,
+                          findings);
+        for (const WatchProblem& problem : problemsOfWatch(*watch, projects)) {
+            findings.push_back({file, key + ", " + problem.key, problem.problem, problem.consequence});
         }
-        checkFolder(file, key, *folder, findings);
-        const auto& interval = event->timeInterval();
-        if (!interval || platform::integerOf(*interval).value_or(0) < 1) {
-            findings.push_back({file, key + ", intervalTime",
-                                "the interval " + (interval ? printable(interval->description()) : "") +
-                                    " is no number of at least 1",
-                                notWatched});
-        }
-        checkProjectOfFolder(file, key, event->connectedProjectID(nullptr), projects, findings);
     }
 }
 

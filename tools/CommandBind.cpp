@@ -109,6 +109,7 @@ ExitCode bind(const Arguments& arguments, std::ostream& out, std::ostream&) {
                         .notes = {}};
     report.facts["project"] = project.id();
     report.addNote(project.problem);
+    report.addNote(bindingNote(*event, driver));
     report.addNote(modelNote(driver));
     report.print(arguments, out);
     return done;

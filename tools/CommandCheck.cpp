@@ -1,8 +1,8 @@
 #include "tools/CommandCheck.h"
 
 #include "tools/CheckCatalogue.h"
+#include "tools/CheckScannerFiles.h"
 #include "tools/CheckUserSettings.h"
-#include "tools/RehearsalPlatform.h"
 #include "tools/Report.h"
 #include "tools/SettingsSession.h"
 
@@ -62,7 +62,6 @@ Array described(const Findings& findings, bool areNotes) {
 
 ExitCode check(const Arguments& arguments, std::ostream& out, std::ostream&) {
     const SettingsSession session;
-    const RehearsalPlatform readOnly;
     const Findings findings = allFindings();
     const auto count = std::ranges::count(findings, false, &Finding::isNote);
     if (arguments.has("json")) {

@@ -5,13 +5,13 @@
 #include "catalogue/TrScannerDriverInformation.h"
 #include "files/InstalledPaths.h"
 #include "files/StringHelpers.h"
-#include "platform/FileSystem.h"
 #include "platform/Platform.h"
 #include "tools/EventCatalogue.h"
 #include "tools/ProjectCatalogue.h"
 #include "tools/Report.h"
 #include "tools/ScannerModels.h"
 #include "tools/SettingsSession.h"
+#include "tools/WatchedFolders.h"
 
 #include <array>
 
@@ -53,24 +53,10 @@ Value describedEvent(const ListedEvent& listed) {
                       {"problem", valueOrNothing(listed.problem)}};
 }
 
-/// What would keep a watched folder from being watched; none when nothing would, or when it is not set.
 std::optional<std::string> problemOfWatch(const TrMonitorEventInformation& event,
                                           const ListedProjects& projects) {
-    const std::optional<std::string> projectID = event.connectedProjectID(nullptr);
-    const ListedProject* project = projectID ? findProject(projects, *projectID) : nullptr;
-    if (!event.monitorFolderPath()) {
-        return std::nullopt;
-    }
-    if (!platform::current().fileSystem.exists(*event.monitorFolderPath())) {
-        return "there is no such folder";
-    }
-    if (!event.timeInterval() || platform::integerOf(*event.timeInterval()).value_or(0) < 1) {
-        return "it has no interval of a second or more";
-    }
-    if (project == nullptr) {
-        return "there is no folder project " + textOrDash(projectID);
-    }
-    return project->isAvailable ? std::nullopt : std::optional(project->problem.value_or("not available"));
+    const std::vector<WatchProblem> problems = problemsOfWatch(event, projects);
+    return problems.empty() ? std::nullopt : std::optional(problems.front().problem);
 }
 
 Value describedWatch(int number, const TrMonitorEventInformation& event, const ListedProjects& projects) {

@@ -1,7 +1,10 @@
 #include "tools/CommandPress.h"
 
+#include "agent/ScanEventMapping.h"
 #include "agent/ScanEventRecord.h"
 #include "platform/Text.h"
+#include "tools/Report.h"
+#include "tools/ScannerModels.h"
 #include "tools/SessionBus.h"
 
 #include <algorithm>
@@ -17,7 +20,13 @@ constexpr std::array pressOptions{
     Option{"driver", "NAME", "driver name of the scanner, e.g. \"SANE Test Scanner\"", true},
     Option{"model", "NAME", "model name that the scanner reports (default: the driver name)"},
     Option{"button", "N", "number of the button, with feature bits if there are any", true},
+    jsonOption,
+    rootOption,
 };
+
+constexpr std::string_view pressExamples =
+    "  trigoractl press --driver \"SANE Test Scanner\" --button 1\n"
+    "  trigoractl press --driver \"PELOX Scanner\" --model XY-1 --button 19\n";
 
 std::array<std::uint8_t, 4> bigEndian(std::uint32_t value) {
     return {static_cast<std::uint8_t>(value >> 24U), static_cast<std::uint8_t>(value >> 16U),
@@ -47,12 +56,20 @@ ExitCode press(const Arguments& arguments, std::ostream& out, std::ostream& err)
         return unreachable;
     }
     const auto status = static_cast<std::uint32_t>(std::get<std::int64_t>(button));
+    const Dictionary event = currentEventOf({0, model, driver, status});
+    if (const auto note = driverNameNote(platform::textAt(event, "driverName").value_or(""))) {
+        err << "trigoractl: " << *note << '\n';
+    }
     const SessionBus::Delivery delivery = bus->sendToAgent(scanButtonEvent(driver, model, status), error);
     if (delivery != SessionBus::Delivery::handled) {
         err << "trigoractl: " << error << '\n';
         return delivery == SessionBus::Delivery::agentMissing ? unreachable : failed;
     }
-    out << "Button " << status << " of " << driver << " was pressed.\n";
+    if (arguments.has("json")) {
+        printJson(out, Dictionary{{"driver", driver}, {"model", model}, {"button", std::int64_t{status}}});
+    } else {
+        out << "Button " << status << " of " << printable(driver) << " was pressed.\n";
+    }
     return done;
 }
 
@@ -78,7 +95,10 @@ Command pressCommand() {
             .summary =
                 "Tells the agent that a button of a scanner was pressed, as the scanner's driver would.",
             .options = pressOptions,
-            .run = press};
+            .run = press,
+            .details = "trigoractl explain press tells what comes of it.\n",
+            .examples = pressExamples,
+            .usesPlatform = true};
 }
 
 } // namespace trigora::tools

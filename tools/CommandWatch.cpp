@@ -105,15 +105,21 @@ ExitCode watch(const Arguments& arguments, std::ostream& out, std::ostream&) {
     watch->setTimeInterval(seconds);
     watch->setConnectedProjectID(project.id());
     save(session, operands[0], *watch);
-    const ChangeReport report{.sentence = "Watched folder " + operands[0] + " is " + folder +
-                                          ": new files in it run project " + project.idAndName() +
-                                          "; it is looked at every " + std::to_string(seconds) + " s.",
-                              .facts = {{"number", platform::integerValue(operands[0])},
-                                        {"folder", folder},
-                                        {"interval", seconds},
-                                        {"project", project.id()},
-                                        {"file", paths::watchedFolderSettingsFile()}},
-                              .notes = {}};
+    ChangeReport report{.sentence = "Watched folder " + operands[0] + " is " + folder +
+                                    ": new files in it run project " + project.idAndName() +
+                                    "; it is looked at every " + std::to_string(seconds) + " s.",
+                        .facts = {{"number", platform::integerValue(operands[0])},
+                                  {"folder", folder},
+                                  {"interval", seconds},
+                                  {"project", project.id()},
+                                  {"file", paths::watchedFolderSettingsFile()}},
+                        .notes = {}};
+    for (std::size_t i = 0; i < TrEventManager::sharedEventManager()->monitorEventList().size(); ++i) {
+        const auto& other = TrEventManager::sharedEventManager()->monitorEventList()[i];
+        if (std::to_string(i + 1) != operands[0] && other->monitorFolderPath() == folder) {
+            report.addNote("watched folder " + std::to_string(i + 1) + " is the same folder");
+        }
+    }
     report.print(arguments, out);
     return done;
 }
@@ -132,7 +138,8 @@ ExitCode unwatch(const Arguments& arguments, std::ostream& out, std::ostream&) {
     watch->setTimeInterval(std::nullopt);
     watch->setConnectedProjectID(std::nullopt);
     save(session, operands[0], *watch);
-    const ChangeReport report{.sentence = *folder + " is no longer watched.",
+    const ChangeReport report{.sentence = (folder->empty() ? "Watched folder " + operands[0] : *folder) +
+                                          " is no longer watched.",
                               .facts = {{"number", platform::integerValue(operands[0])},
                                         {"folder", Value()},
                                         {"formerFolder", *folder},

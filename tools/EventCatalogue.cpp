@@ -133,6 +133,32 @@ std::vector<ListedEvent> listedEvents(const std::shared_ptr<TrScannerDriverInfor
     return listed;
 }
 
+std::optional<std::string> bindingNote(const TrEventInformation& event,
+                                       const std::shared_ptr<TrScannerDriverInformation>& driver) {
+    std::string list;
+    const auto add = [&](const std::string& text) { list += (list.empty() ? "" : ", ") + text; };
+    if (!driver) {
+        for (const KnownScanner& scanner : knownScanners()) {
+            if (scanner.modelID) {
+                add(*scanner.modelID + (scanner.driverName ? " (" + *scanner.driverName + ")" : ""));
+            }
+        }
+        return list.empty() ? std::nullopt
+                            : std::optional("scanners of a known model have bindings of their own and do not "
+                                            "follow this one; give --model for " +
+                                            list);
+    }
+    const TrEventManager::EventList offered = eventsOfDriver(driver);
+    if (containsID(offered, event.eventID())) {
+        return std::nullopt;
+    }
+    for (const auto& other : offered) {
+        add(idAndName(*other));
+    }
+    return "scanners" + ofModel(driver) + " never send event " + idAndName(event) + "; they send " +
+           (list.empty() ? "none" : list);
+}
+
 std::shared_ptr<TrEventInformation> requireEvent(const std::string& eventID) {
     const auto manager = TrEventManager::sharedEventManager();
     const bool isNumber = eventID.find_first_not_of("0123456789") == std::string::npos;

@@ -39,6 +39,11 @@ struct ListedEvent {
 std::vector<ListedEvent> listedEvents(const std::shared_ptr<TrScannerDriverInformation>& driver,
                                       const ListedProjects& projects);
 
+/// What to note about a binding: that the model (of the driver; null for none) does not offer the event, or
+/// that scanners with a model ID do not follow it. None when all is well.
+std::optional<std::string> bindingNote(const TrEventInformation& event,
+                                       const std::shared_ptr<TrScannerDriverInformation>& driver);
+
 /// The event with that ID; throws a `Failure` that lists near matches.
 std::shared_ptr<TrEventInformation> requireEvent(const std::string& eventID);
 /// The ID and the name, e.g. "100 (Start)".

@@ -108,11 +108,19 @@ private:
     }
 
     void tellAssistant() {
-        const std::string path = paths::scanAssistantExecutable();
-        tell("scan assistant", rehearsal_.isAssistantInstalled()
-                                   ? "is launched unless it runs, and asked whether the scanner is there; "
-                                     "taken to say yes"
-                                   : "missing: there is no " + path);
+        if (!rehearsal_.isAssistantInstalled()) {
+            tell("scan assistant", "missing: there is no " + paths::scanAssistantExecutable());
+            return;
+        }
+        const auto note = noteOnDriver();
+        tell("scan assistant", "is launched unless it runs, and asked whether the scanner is there; taken to "
+                               "say yes" +
+                                   (note ? ", but " + *note : std::string()));
+    }
+
+    std::optional<std::string> noteOnDriver() const {
+        const auto name = rehearsal_.driverName();
+        return name ? driverNameNote(*name) : std::nullopt;
     }
 
     void tellDevice() {
@@ -314,6 +322,11 @@ private:
     }
 
     std::string outcome() const {
+        const auto note = rehearsal_.wouldRun() ? noteOnDriver() : std::nullopt;
+        return sentenceOfOutcome() + (note ? " But " + *note + (note->ends_with('?') ? "" : ".") : "");
+    }
+
+    std::string sentenceOfOutcome() const {
         const std::string reason = rehearsal_.wouldRun() ? "" : reasonOfNothing();
         if (!reason.empty()) {
             return "Nothing would run: " + reason + ".";

@@ -7,6 +7,7 @@
 #include "platform/Text.h"
 #include "tools/Command.h"
 #include "tools/NearMatches.h"
+#include "tools/Report.h"
 
 #include <algorithm>
 #include <array>
@@ -19,12 +20,6 @@ namespace {
 constexpr std::string_view modelPrefix = "Model";
 constexpr const char* addressSection = "Addresses"; ///< the one section that is no driver
 constexpr int modelIDDigits = 4;
-
-std::optional<std::string> modelIDOfEntry(const std::string& file, const std::string& driverName) {
-    const auto text = PxIniParser::sharedParser()->valueWithFilePath(file, driverName, "ModelID");
-    const std::uint32_t model = text ? platform::hexadecimalValue(*text) : 0;
-    return model == 0 ? std::nullopt : std::optional(hexadecimalStringWithValue(model, modelIDDigits));
-}
 
 /// By name; an entry of the user's counts before the installed one.
 std::map<std::string, KnownScanner> knownDrivers() {
@@ -39,7 +34,7 @@ std::map<std::string, KnownScanner> knownDrivers() {
                 driver = {name, std::nullopt, file == paths::userScannerDriversFile()};
             }
             if (!driver.modelID) {
-                driver.modelID = modelIDOfEntry(file, name);
+                driver.modelID = modelIDOfDriverEntry(file, name);
             }
         }
     }
@@ -50,7 +45,8 @@ std::vector<std::string> modelsWithCapabilities() {
     std::vector<std::string> models;
     for (const std::string& section :
          PxIniParser::sharedParser()->sectionNamesWithFilePath(paths::scannerCapabilityFile())) {
-        if (section.starts_with(modelPrefix) && section.size() > modelPrefix.size()) {
+        if (section.starts_with(modelPrefix) && section.size() > modelPrefix.size() &&
+            section == modelPrefix.data() + platform::uppercased(section.substr(modelPrefix.size()))) {
             models.push_back(section.substr(modelPrefix.size()));
         }
     }
@@ -87,6 +83,18 @@ std::vector<KnownScanner> knownScanners() {
     return scanners;
 }
 
+std::optional<std::string> driverNameNote(const std::string& driverName) {
+    std::vector<std::string> names;
+    for (const auto& [name, driver] : knownDrivers()) {
+        names.push_back(name);
+    }
+    if (std::ranges::find(names, driverName) != names.end()) {
+        return std::nullopt;
+    }
+    return "no entry of ScannerDrivers.ini is named \"" + printable(driverName) +
+           "\", so nothing happens unless SANE lists a scanner of this name" + didYouMean(driverName, names);
+}
+
 std::shared_ptr<TrScannerDriverInformation> driverOfModel(const std::string& modelID) {
     Dictionary information;
     const std::vector<KnownScanner> scanners = knownScanners();
@@ -100,8 +108,19 @@ std::shared_ptr<TrScannerDriverInformation> driverOfModel(const std::string& mod
     return driver;
 }
 
+std::optional<std::string> modelIDOfDriverEntry(const std::string& file, const std::string& driverName) {
+    const auto text = PxIniParser::sharedParser()->valueWithFilePath(file, driverName, "ModelID");
+    const std::uint32_t model = text ? platform::hexadecimalValue(*text) : 0;
+    return model == 0 ? std::nullopt : std::optional(hexadecimalStringWithValue(model, modelIDDigits));
+}
+
 bool hasCapabilities(const std::string& modelID) {
     const std::vector<std::string> models = modelsWithCapabilities();
+    return std::ranges::find(models, modelID) != models.end();
+}
+
+bool isKnownModel(const std::string& modelID) {
+    const std::vector<std::string> models = knownModels();
     return std::ranges::find(models, modelID) != models.end();
 }
 

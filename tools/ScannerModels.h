@@ -23,11 +23,19 @@ struct KnownScanner {
 /// The drivers in ascending order of their names, then the models that no driver names.
 std::vector<KnownScanner> knownScanners();
 
+/// What to note about a driver's name that no entry of ScannerDrivers.ini has; none when one has it. Such a
+/// scanner is found only by the name that SANE gives it, which this program does not know.
+std::optional<std::string> driverNameNote(const std::string& driverName);
+
 /// A driver as the agent makes one for a model, with the name of a known driver of that model.
 std::shared_ptr<TrScannerDriverInformation> driverOfModel(const std::string& modelID);
+/// The model ID that an entry of a ScannerDrivers.ini names, in four digits; none when it names none.
+std::optional<std::string> modelIDOfDriverEntry(const std::string& file, const std::string& driverName);
 /// Whether the capability file has an entry for the model.
 bool hasCapabilities(const std::string& modelID);
 
+/// Whether a driver's entry names the model, or the capability file has an entry for it.
+bool isKnownModel(const std::string& modelID);
 /// The model ID in capital letters. Throws a `Failure` for what is none.
 std::string requireModelID(const std::string& text);
 /// The driver that "--model" names; null without the option. Throws a `Failure` for what is no model ID.

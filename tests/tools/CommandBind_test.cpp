@@ -15,6 +15,8 @@ TEST_F(BindTest, BindsAndUnbindsAndTellsTheAgent) {
     Outcome outcome = run({"bind", "100", "500"});
     EXPECT_EQ(outcome.code, done) << outcome.err;
     EXPECT_EQ(outcome.out, "Event 100 (Start) runs project 500 (Mail).\n"
+                           "Note: scanners of a known model have bindings of their own and do not follow "
+                           "this one; give --model for 0F01 (Desk Scanner), 0F02 (Panel Scanner).\n"
                            "The agent is not running; it reads this when it starts.\n");
     EXPECT_EQ(readPropertyList(bindings), (Dictionary{{"100", "500"}, {"101", "340"}, {"102", 7}}));
     EXPECT_EQ(journal.take(), Lines{scanChange});
@@ -44,6 +46,10 @@ TEST_F(BindTest, AModelHasItsOwnBindingsAndProjects) {
     const Outcome noAction = run({"bind", "203", "000", "--model", "0F02"});
     EXPECT_EQ(noAction.code, done) << noAction.err;
     EXPECT_EQ(readPropertyList(fileOfModel("0F02")), (Dictionary{{"203", "000"}}));
+    EXPECT_EQ(noAction.out.find("Note"), std::string::npos) << noAction.out;
+    EXPECT_NE(run({"bind", "100", "610", "--model", "0F02"})
+                  .out.find("never send event 100 (Start); they send 201"),
+              std::string::npos);
 }
 
 TEST_F(BindTest, WithoutABusNobodyIsTold) {

@@ -37,7 +37,7 @@ TEST_F(CatalogueCommandsTest, EventsSayWhatTheyRunAndWhyNot) {
               "WATCHED FOLDER  PATH" +
                   std::string(home.size() + 4, ' ') + "EVERY  RUNS        PROBLEM\n1               " + home +
                   "/Scans  10 s   701 (Open)\n2               /gone" + std::string(home.size() + 3, ' ') +
-                  "-      -           there is no such folder\n3               -" +
+                  "-      -           there is no such folder: /gone\n3               -" +
                   std::string(home.size() + 7, ' ') + "-      -\n");
 }
 

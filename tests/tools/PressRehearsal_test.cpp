@@ -100,6 +100,7 @@ protected:
         writeFile(paths::scannerCapabilityFile(), readFile(paths::scannerCapabilityFile()) +
                                                       "[Model0300]\nDevInfAlias=Alias\nModifiedEvent=16\n"
                                                       "[Model0400]\nDevInfAlias=Missing\n");
+        writeFile(paths::scannerDriversFile(), readFile(paths::scannerDriversFile()) + "[D]\n");
         writePropertyList(std::string(settings) + "Model0500/ButtonEventProjectInfo.plist",
                           Dictionary{{"110", "610"}, {"113", 5}});
         writePropertyList("~/Library/Preferences/MRA2.3/Model0501/ButtonEventProjectInfo.plist",
@@ -290,6 +291,10 @@ TEST_F(PressRehearsalTest, EndsWithOneSentenceThatNamesTheReason) {
         EXPECT_EQ(outcome.out.substr(outcome.out.find("\n\n") + 2), c.sentence + "\n");
         EXPECT_EQ(platform::textAt(json(words), "outcome"), c.sentence);
     }
+    const Outcome unknown = run({"explain", "press", "--driver=Desk Scaner", "--model=XY-1", "--button=1"});
+    EXPECT_TRUE(
+        unknown.out.ends_with("unless SANE lists a scanner of this name; did you mean Desk Scanner?\n"))
+        << unknown.out;
     std::filesystem::remove(onDisk(paths::scanAssistantExecutable()));
     const Outcome outcome = run({"explain", "press", "--driver=D", "--button=1"});
     EXPECT_EQ(outcome.code, wouldNotRun);
