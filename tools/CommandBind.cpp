@@ -65,6 +65,23 @@ void requireRunnable(const TrEventInformation& event, const ListedProject& liste
                                 (supported.empty() ? "" : "; it can run " + supported));
 }
 
+/// The same as `requireProject`, but tells of the projects that other events have.
+const ListedProject& requireScanProject(const ListedProjects& projects, const std::string& projectID) {
+    if (findProject(projects, projectID) == nullptr) {
+        if (!projectID.empty() && projectID.find_first_not_of('0') == std::string::npos) {
+            throw Failure(notFound, "the project that does nothing is there for scanners with job buttons "
+                                    "only; trigoractl drivers lists them as of type 1");
+        }
+        const ListedProjects ofFolders = folderProjects();
+        if (const ListedProject* other = findProject(ofFolders, projectID)) {
+            throw Failure(notFound, "project " + other->idAndName() +
+                                        " is one for watched folders, and no button can run it; see "
+                                        "trigoractl watch");
+        }
+    }
+    return requireProject(projects, projectID);
+}
+
 /// Goes over to the bindings of the driver's model, changes them in memory, and has them written and read
 /// again. Throws a `Failure` when the file does not hold the change afterwards.
 template <typename Change>
@@ -98,7 +115,7 @@ ExitCode bind(const Arguments& arguments, std::ostream& out, std::ostream&) {
     requireChangeable(*event);
     requireUndamaged(damagedBindingFiles(modelOf(driver)));
     const ListedProjects projects = scanProjects(driver);
-    const ListedProject& project = requireProject(projects, operands[1]);
+    const ListedProject& project = requireScanProject(projects, operands[1]);
     requireRunnable(*event, project, projects);
 
     changeBinding(session, driver, operands[0], project.id(),

@@ -40,7 +40,7 @@ Findings allFindings() {
 void print(const Findings& findings, bool areNotes, std::ostream& out) {
     for (const Finding& finding : findings) {
         if (finding.isNote == areNotes) {
-            out << (areNotes ? "note: " : "") << printable(finding.file)
+            out << (areNotes ? "note: " : "") << printable(pathOnDisk(finding.file))
                 << (finding.key.empty() ? "" : ": " + printable(finding.key)) << '\n'
                 << "    " << printable(finding.problem) << "; " << finding.consequence << ".\n";
         }
@@ -51,7 +51,7 @@ Array described(const Findings& findings, bool areNotes) {
     Array list;
     for (const Finding& finding : findings) {
         if (finding.isNote == areNotes) {
-            list.push_back(Dictionary{{"file", finding.file},
+            list.push_back(Dictionary{{"file", pathOnDisk(finding.file)},
                                       {"key", finding.key.empty() ? Value() : Value(finding.key)},
                                       {"problem", finding.problem},
                                       {"consequence", finding.consequence}});

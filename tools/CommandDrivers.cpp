@@ -29,6 +29,10 @@ Value describedScanner(const KnownScanner& scanner,
                          {"model", valueOrNothing(scanner.modelID)},
                          {"entry", scanner.isOfUser ? "user" : "installed"}};
     if (!driver) {
+        for (const char* key : {"knownModel", "deviceType", "buttons", "eventKinds", "ownProjects",
+                                "deviceSettings", "eventAlias", "projectFolder", "bindingsFile"}) {
+            described[key] = Value();
+        }
         return described;
     }
     described["knownModel"] = hasCapabilities(*scanner.modelID);

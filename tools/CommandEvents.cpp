@@ -60,11 +60,12 @@ std::optional<std::string> problemOfWatch(const TrMonitorEventInformation& event
 }
 
 Value describedWatch(int number, const TrMonitorEventInformation& event, const ListedProjects& projects) {
+    const std::optional<std::string> project = event.connectedProjectID(nullptr);
     return Dictionary{{"number", number},
                       {"name", valueOrNothing(event.eventName())},
                       {"folder", valueOrNothing(event.monitorFolderPath())},
                       {"interval", event.timeInterval().value_or(Value())},
-                      {"project", valueOrNothing(event.connectedProjectID(nullptr))},
+                      {"project", valueOrNothing(project && project->empty() ? std::nullopt : project)},
                       {"problem", valueOrNothing(problemOfWatch(event, projects))}};
 }
 

@@ -22,7 +22,12 @@ constexpr std::array listenOptions{
     Option{"json", "", "one JSON object per line"},
     Option{"until", "NAME", "stop after a notification of this name"},
     Option{"timeout", "SECONDS", "stop after so many seconds; a failure when --until is still waited for"},
+    rootOption,
 };
+
+constexpr std::string_view listenExamples =
+    "  trigoractl listen --json\n"
+    "  trigoractl listen --until ScanEventDidFinishNotification --timeout 60\n";
 
 std::optional<HeardNotification> read(sd_bus_message* message) {
     const char* name = nullptr;
@@ -150,7 +155,8 @@ Command listenCommand() {
             .operands = "",
             .summary = "Prints the notifications of this session as they are posted.",
             .options = listenOptions,
-            .run = listen};
+            .run = listen,
+            .examples = listenExamples};
 }
 
 } // namespace trigora::tools

@@ -1,6 +1,7 @@
 #include "tools/CommandStatus.h"
 
 #include "agent/PSlog.h"
+#include "platform/FileSystem.h"
 #include "platform/Platform.h"
 #include "platform/Text.h"
 #include "platform/linux/InstallationRoot.h"
@@ -65,18 +66,24 @@ double realAt(const Dictionary& dictionary, std::string_view key) {
     return real ? *real : static_cast<double>(platform::integerAt(dictionary, key).value_or(0));
 }
 
-std::string listText(const Dictionary& status, std::string_view key) {
+/// One entry below the other. A folder among them that is gone is said to be.
+std::string listText(const Dictionary& status, std::string_view key, bool areFolders) {
     std::string text;
     for (const Value& entry : platform::arrayAt(status, key).value_or(Array())) {
-        text += (text.empty() ? "" : "\n" + std::string(18, ' ')) +
-                printable(entry.text() != nullptr ? *entry.text() : entry.description());
+        const std::string path = entry.text() != nullptr ? *entry.text() : entry.description();
+        const bool isGone = areFolders && !platform::current().fileSystem.isDirectory(path);
+        text += (text.empty() ? "" : "\n" + std::string(18, ' ')) + printable(path) +
+                (isGone ? " (there is no such folder now)" : "");
     }
     return text.empty() ? "none" : text;
 }
 
 std::string runText(const Dictionary& status) {
     if (const auto press = platform::dictionaryAt(status, "press")) {
-        return "a press waits for its scanner: " + printable(Value(*press).description());
+        return "a press waits for its scanner: button " +
+               std::to_string(platform::integerAt(*press, "eventStatus").value_or(0)) + " of " +
+               printable(textOrDash(platform::textAt(*press, "driverName"))) + ", model " +
+               printable(textOrDash(platform::textAt(*press, "modelName")));
     }
     if (!platform::booleanAt(status, "projectIsRunning").value_or(false)) {
         return "nothing";
@@ -92,7 +99,7 @@ void printLine(std::ostream& out, const std::string& name, const std::string& te
 void printStatus(const Dictionary& facts, std::ostream& out) {
     const auto processID = platform::integerAt(facts, "processID");
     const auto memory = platform::integerAt(facts, "memory");
-    const bool hasAnswered = platform::find(facts, "uptime") != nullptr;
+    const bool hasAnswered = platform::arrayAt(facts, "modules").has_value();
     std::string agent = "not running";
     if (processID) {
         agent = "runs, process " + std::to_string(*processID) +
@@ -105,8 +112,8 @@ void printStatus(const Dictionary& facts, std::ostream& out) {
     printLine(out, "log", platform::booleanAt(facts, "log").value_or(false) ? "on" : "off");
     if (hasAnswered) {
         printLine(out, "running now", runText(facts));
-        printLine(out, "watched folders", listText(facts, "watchedFolders"));
-        printLine(out, "modules", listText(facts, "modules"));
+        printLine(out, "watched folders", listText(facts, "watchedFolders", true));
+        printLine(out, "modules", listText(facts, "modules", false));
     }
 }
 
@@ -115,6 +122,11 @@ ExitCode status(const Arguments& arguments, std::ostream& out, std::ostream& err
                      {"bus", Value()},
                      {"processID", Value()},
                      {"log", isLogSwitchedOn()}};
+    // What only an agent that answers can say.
+    for (const char* key :
+         {"uptime", "memory", "press", "projectIsRunning", "application", "watchedFolders", "modules"}) {
+        facts[key] = Value();
+    }
     std::string error;
     const std::optional<SessionBus> bus = SessionBus::open(error);
     std::optional<std::int32_t> processID;

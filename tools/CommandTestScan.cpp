@@ -8,6 +8,7 @@
 #include "projects/TrProjectInformation.h"
 #include "runners/TrLaunchApplicationManager.h"
 #include "tools/AgentStatus.h"
+#include "tools/EventCatalogue.h"
 #include "tools/ProjectCatalogue.h"
 #include "tools/Report.h"
 #include "tools/ScannerModels.h"
@@ -142,8 +143,9 @@ ListedProject projectToTest(const std::string& projectID, const Dictionary& devi
     if (!listed.isAvailable || !listed.project->isScanAble()) {
         throw Failure(notFound,
                       "project " + listed.idAndName() +
-                          (listed.isAvailable ? " does not scan by itself: it launches an application"
-                                              : " is not available: " + listed.problem.value_or("")));
+                          (listed.origin == ListedProject::Origin::noAction ? " does nothing at all"
+                           : listed.isAvailable ? " does not scan by itself: it launches an application"
+                                                : " is not available: " + listed.problem.value_or("")));
     }
     return listed;
 }
@@ -183,6 +185,10 @@ ExitCode testScan(const Arguments& arguments, std::ostream& out, std::ostream&) 
                                      : defaultTimeOutSeconds;
     const std::optional<std::string> modelID = arguments.text("model-id");
     const SettingsSession session;
+    const std::string eventID = arguments.text("event").value_or("100");
+    if (arguments.has("event")) {
+        requireEvent(eventID);
+    }
     requireAgent();
     requireIdleAgent();
     const Dictionary deviceInfo =
@@ -200,7 +206,7 @@ ExitCode testScan(const Arguments& arguments, std::ostream& out, std::ostream&) 
                    {"TestScanDeviceInfo", deviceInfo},
                    {"TestScanProjectFilePath", listed.path},
                    {"TestScanScanSettings", listed.project->scanSettings()},
-                   {"TestScanEventID", arguments.text("event").value_or("100")}},
+                   {"TestScanEventID", eventID}},
         true);
     const bool isOver = waiting.wait(eventDidFinish, static_cast<double>(seconds)).has_value();
     const std::optional<Dictionary> result = waiting.heard(scanDidFinish);
@@ -211,7 +217,8 @@ ExitCode testScan(const Arguments& arguments, std::ostream& out, std::ostream&) 
         throw Failure(failed, "the scan failed; is the scanner attached and is there paper?");
     }
     throw Failure(failed, isOver ? "the agent ended the test without a scan; trigoractl log on tells more"
-                                 : "the scan did not end within " + std::to_string(seconds) + " seconds");
+                                 : "the scan did not end within " + std::to_string(seconds) +
+                                       " seconds; it goes on, and only the waiting is over");
 }
 
 } // namespace

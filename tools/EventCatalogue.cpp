@@ -99,7 +99,9 @@ std::string eventKindName(std::int32_t mask) {
 
 std::int32_t eventKindOf(const std::string& text) {
     const auto* kind = std::ranges::find(kinds, std::string_view(text), &EventKind::name);
-    if (kind == kinds.end() && text.starts_with("0x")) {
+    const bool isMask =
+        text.starts_with("0x") && text.find_first_not_of("0123456789abcdefABCDEF", 2) == std::string::npos;
+    if (kind == kinds.end() && isMask) {
         const auto mask = static_cast<std::int32_t>(platform::hexadecimalValue(text));
         kind = std::ranges::find(kinds, mask, &EventKind::mask);
     }

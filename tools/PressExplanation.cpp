@@ -12,6 +12,7 @@
 #include "projects/ActionRunnerChoice.h"
 #include "projects/DeviceProjects.h"
 #include "projects/TrProjectInformation.h"
+#include "tools/EventCatalogue.h"
 #include "tools/OverlayFiles.h"
 #include "tools/ProjectCatalogue.h"
 #include "tools/Report.h"
@@ -79,6 +80,9 @@ private:
     std::optional<std::string> modelID() const { return rehearsal_.driver()->hexadecimalModelID(); }
 
     void tellRecord() {
+        if (const std::string root = installationRoot(); root != "/") {
+            tell("root", root + ": /Applications, /Library and /Users/Shared lie below it");
+        }
         tell("button", "status " + withHexadecimal(eventStatusOf(rehearsal_.event())) + ", driver " +
                            quoted(press_.driver) + ", model " + quoted(press_.model));
     }
@@ -195,7 +199,7 @@ private:
 
     void tellEvent() {
         const auto& event = rehearsal_.project().event;
-        tell("event", event ? quoted(event->eventName()) + " from " + textOrDash(event->eventFilePath())
+        tell("event", event ? idAndName(*event) + " from " + textOrDash(event->eventFilePath())
                             : "no event file in " + paths::eventFolder() + " has the EventID " + eventID());
     }
 

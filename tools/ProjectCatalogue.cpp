@@ -217,10 +217,13 @@ const ListedProject& requireProject(const ListedProjects& projects, const std::s
 
 Dictionary describedProject(const ListedProject& listed) {
     Dictionary described{{"list", originName(listed.origin)},
-                         {"file", listed.path.empty() ? Value() : Value(listed.path)},
+                         {"file", listed.path.empty() ? Value() : Value(pathOnDisk(listed.path))},
                          {"available", listed.isAvailable},
                          {"problem", valueOrNothing(listed.problem)}};
     if (!listed.project) {
+        for (const char* key : {"id", "name", "description", "type", "shown", "action", "scanSettings"}) {
+            described[key] = Value();
+        }
         return described;
     }
     TrProjectInformation& project = *listed.project;

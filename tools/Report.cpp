@@ -27,6 +27,8 @@ std::string pathOnDisk(const std::string& installedPath) {
     return platform::InstallationRoot::choose(chosenRoot()).onDisk(installedPath);
 }
 
+std::string installationRoot() { return platform::InstallationRoot::choose(chosenRoot()).path(); }
+
 void useRootForPaths(const std::string& root) { chosenRoot() = root; }
 
 std::string printable(std::string text) {

@@ -13,7 +13,9 @@ namespace trigora::tools {
 
 // Options that many commands have.
 constexpr Option jsonOption{"json", "", "one JSON object for programs instead of text"};
-constexpr Option rootOption{"root", "DIR", "where the system is installed (default: TRIGORA_ROOT, else /)"};
+constexpr Option rootOption{"root", "DIR",
+                            "where the system is installed (default: TRIGORA_ROOT, else this tool's place, "
+                            "else /)"};
 constexpr Option modelOption{"model", "ID", "scanner model, four hexadecimal digits, e.g. 00FE"};
 
 /// The text with control characters shown as "?".
@@ -26,6 +28,8 @@ Value valueOrNothing(const std::optional<std::string>& text);
 /// Where an installed path lies on this disk, with the root that the command line, TRIGORA_ROOT or the place
 /// of this program gives.
 std::string pathOnDisk(const std::string& installedPath);
+/// The root itself.
+std::string installationRoot();
 /// The root that the command line names; empty for none. Before any other use of paths.
 void useRootForPaths(const std::string& root);
 

@@ -37,12 +37,14 @@ TEST_F(StatusTest, TellsOfARunningAgentAndOfNone) {
     EXPECT_EQ(platform::booleanAt(running, "projectIsRunning"), false);
     EXPECT_GT(platform::integerAt(running, "processID").value_or(0), 1);
     EXPECT_GT(platform::integerAt(running, "memory").value_or(0), 1'000'000);
-    EXPECT_NE(platform::find(running, "uptime"), nullptr);
+    EXPECT_NE(running.at("uptime"), Value());
 
     agent->signal(SIGSTOP);
     const Dictionary stopped = status(tools::done);
     EXPECT_EQ(platform::integerAt(stopped, "processID"), platform::integerAt(running, "processID"));
-    EXPECT_EQ(platform::find(stopped, "uptime"), nullptr);
+    EXPECT_EQ(stopped.at("uptime"), Value());
+    EXPECT_EQ(none.size(), running.size()) << "the keys are always the same";
+    EXPECT_EQ(stopped.size(), running.size());
     agent->signal(SIGCONT);
 }
 

@@ -83,6 +83,8 @@ TEST_F(TestScanTest, SaysHowItFailed) {
     expect({"test-scan", "340", "--driver", "D", "--model-id", "0F02"}, notFound, "is not available");
     expect({"test-scan", "611", "--driver", "D", "--model-id", "0F02"}, notFound, "no project 611");
     expect({"test-scan", "--driver", "D"}, wrongUsage, "PROJECT is missing");
+    expect({"test-scan", "000", "--driver", "D", "--model-id", "0F02"}, notFound, "does nothing at all");
+    expect({"test-scan", "610", "--driver", "D", "--event", "abc"}, notFound, "there is no event abc");
     agent.reset();
     expect(wordsWithModel, unreachable, "the agent is not running");
     EXPECT_EQ(test, Dictionary());

@@ -20,15 +20,16 @@ protected:
         SettingsCommandTest::SetUp();
         root_ = onDisk("/Applications");
         root_ = root_.substr(0, root_.rfind('/'));
-        writeProject(folderProjects, "Open", "701", "0x0002", "300");
+        writeProject(folderProjects, "Open", "702", "0x0002", "300");
+        writeProject(ownProjects, "Mine", "701", "0x0001", "300");
     }
 
     std::string completed(const std::string& line) const {
         const std::string script =
             "export HOME='" + home + "' TRIGORA_ROOT='" + root_ +
             "' DBUS_SESSION_BUS_ADDRESS=unix:path=/nonexistent; source '" TRIGORA_SOURCE
-            "/tools/trigoractl.bash'; COMP_WORDS=('" TRIGORACTL "'); COMP_LINE=\"" +
-            line + "\"; COMP_POINT=${#COMP_LINE}; _trigoractl; echo ${COMPREPLY[@]}";
+            "/tools/trigoractl.bash'; COMP_WORDS=('" TRIGORACTL "'); COMP_LINE='" +
+            line + "'; COMP_POINT=${#COMP_LINE}; _trigoractl; echo ${COMPREPLY[@]}";
         std::ofstream(home + "/complete.bash") << script;
         FILE* shell = popen(("bash '" + home + "/complete.bash'").c_str(), "r");
         std::string offered;
@@ -54,7 +55,18 @@ TEST_F(CompletionTest, OffersWhatTheToolKnows) {
         {"trigoractl bind 100 6", "610"},
         {"trigoractl bind 100 610 --m", "--model"},
         {"trigoractl events --model ", "0F01 0F02"},
-        {"trigoractl watch 1 /x --project ", "701"},
+        {"trigoractl watch 1 /x --project ", "702"},
+        {"trigoractl bind 100 ", "500 610 701"},
+        {"trigoractl project set ", "701"},
+        {"trigoractl project delete --folder ", "702"},
+        {"trigoractl project new \"For the printer\" --fol", "--folder"},
+        {"trigoractl project new \"For the printer\" TIFF", "TIFFCompression="},
+        {"trigoractl --json bind 10", "100 101 102"},
+        {"trigoractl press --model ", ""},
+        {"trigoractl press --driver D", "Desk\\ Scanner"},
+        {"trigoractl press --driver \"Desk S", "Desk Scanner"},
+        {"trigoractl press --driver \"Desk Scanner\" --but", "--button"},
+        {"trigoractl panel c", "connect continue complete cancel"},
         {"trigoractl project new A --action ", "300 310"},
         {"trigoractl project set 701 --f", "--folder"},
         {"trigoractl project set 701 TIFF", "TIFFCompression="},

@@ -19,6 +19,7 @@ protected:
         writeProject(ownProjects, "Gone", "702", "0x0001", "999");
         writeProject(folderProjects, "Open", "701", "0x0002", "300");
         writeProject(folderProjects, "Print", "702", "0x0002", "310");
+        writeProject(folderProjects, "Other", "709", "0x0002", "300");
         writePropertyList(bindings, Dictionary{{"100", "701"}});
         writePropertyList(watched, Dictionary{{"1", Dictionary{{"folderPath", "/a"}}}});
         makeFolder("~/100%");
@@ -51,6 +52,9 @@ TEST_F(WrongInputTest, IsRefusedAndChangesNothing) {
         {{"bind", "Start", "610"}, notFound, "did you mean 100 (Start)?"},
         {{"bind", "300", "610"}, wrongUsage, "trigoractl watch"},
         {{"bind", "102", "701"}, failed, "cannot be bound"},
+        {{"bind", "100", "000"}, notFound, "job buttons only"},
+        {{"bind", "100", "709"}, notFound, "is one for watched folders"},
+        {{"events", "--kind", "0x1000zz"}, wrongUsage, "there is no kind 0x1000zz"},
         {{"bind", "100", "619"}, notFound, "did you mean 610 (PDF)?"},
         {{"bind", "100", "zzz"}, notFound, "there are 500 (Mail), 610 (PDF), 701 (Mine)"},
         {{"bind", "101", "340"}, notFound, "missing: /Applications/Gone.app"},
@@ -70,7 +74,9 @@ TEST_F(WrongInputTest, IsRefusedAndChangesNothing) {
         {{"watch", "1", "", "--every", "5", "--project", "701"}, wrongUsage, "not an empty path"},
         {{"watch", "1", onDisk(bindings), "--every", "5", "--project", "701"}, notFound, "is no folder"},
         {{"watch", "1", "~/Scans", "--every", "0", "--project", "701"}, wrongUsage, "from 1 to 86400"},
-        {{"watch", "1", "~/Scans", "--every", "5", "--project", "610"}, notFound, "there are 701 (Open)"},
+        {{"watch", "1", "~/Scans", "--every", "5", "--project", "610"},
+         notFound,
+         "there are 701 (Open), 709 (Other)"},
         {{"watch", "1", "~/Scans", "--every", "5", "--project", "702"}, notFound, "Gone.app"},
         {{"unwatch", "2"}, notFound, "watched folder 2 is not set"},
         {{"events", "--kind", "jobs"}, wrongUsage, "there is no kind jobs"},
