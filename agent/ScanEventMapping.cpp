@@ -18,10 +18,7 @@ namespace trigora {
 namespace {
 
 constexpr std::int32_t versionOfKnownDriver = 375;
-constexpr std::int32_t lastVersionWithoutLocalAddress = 374;
 constexpr std::size_t modelIDBufferSize = 256;
-constexpr std::int32_t firstJobEvent = 200;
-constexpr std::int32_t firstUnmappedEvent = 100;
 
 /// 32-bit arithmetic that wraps: event statuses are untrusted, and any of them must give some event ID.
 std::int32_t wrappedSum(std::int32_t left, std::int32_t right) {
@@ -79,8 +76,7 @@ Dictionary currentEventOf(const ScanEvent& event) {
     if (event.modelName) {
         current["modelName"] = *event.modelName;
     }
-    // The driver of this name serves many models: there the model's name tells them apart.
-    const auto& driverName = event.driverName == "PELOX Scanner" ? event.modelName : event.driverName;
+    const auto& driverName = event.driverName == sharedDriverName ? event.modelName : event.driverName;
     if (driverName) {
         current["driverName"] = *driverName;
     }

@@ -14,6 +14,14 @@ namespace trigora {
 
 struct ScanEvent;
 
+/// The driver of this name serves many models: there the model's name tells them apart.
+constexpr const char* sharedDriverName = "PELOX Scanner";
+/// Up to this version of the scan settings a local scanner has no address.
+constexpr std::int32_t lastVersionWithoutLocalAddress = 374;
+/// A job button stands for the event with this number and its own; a button that no row maps for the other.
+constexpr std::int32_t firstJobEvent = 200;
+constexpr std::int32_t firstUnmappedEvent = 100;
+
 /// The press as the agent keeps it until its scanner is confirmed: "initiator" and "eventStatus" (integers),
 /// "modelName" and "driverName" (texts, each only if known). The address comes later.
 Dictionary currentEventOf(const ScanEvent& event);

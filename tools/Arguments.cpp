@@ -25,15 +25,14 @@ std::optional<std::int64_t> number(std::string_view text) {
 
 } // namespace
 
-std::variant<Arguments, UsageError> Arguments::parse(std::span<const Option> options,
-                                                     std::span<const std::string> words) {
+Arguments Arguments::parse(std::span<const Option> options, std::span<const std::string> words) {
     Arguments arguments;
     bool optionsEnded = false;
     for (std::size_t i = 0; i < words.size(); ++i) {
         const std::string_view word = words[i];
         if (!optionsEnded && word.size() > 1 && word[0] == '-' && word[1] != '-') {
-            return UsageError{"there is no option " + std::string(word) +
-                              "; write -- before words that begin with \"-\""};
+            throw Failure(wrongUsage, "there is no option " + std::string(word) +
+                                          "; write -- before words that begin with \"-\"");
         }
         if (optionsEnded || !word.starts_with("--")) {
             arguments.operands_.emplace_back(word);
@@ -47,12 +46,12 @@ std::variant<Arguments, UsageError> Arguments::parse(std::span<const Option> opt
         const std::string name(word.substr(2, equals == std::string_view::npos ? equals : equals - 2));
         const auto option = std::ranges::find(options, name, &Option::name);
         if (option == options.end()) {
-            return UsageError{"there is no option --" + name};
+            throw Failure(wrongUsage, "there is no option --" + name);
         }
         const bool hasValue = equals != std::string_view::npos;
         if (option->value.empty()) {
             if (hasValue) {
-                return UsageError{"--" + name + " takes no value"};
+                throw Failure(wrongUsage, "--" + name + " takes no value");
             }
             arguments.values_[name];
         } else if (hasValue) {
@@ -60,12 +59,12 @@ std::variant<Arguments, UsageError> Arguments::parse(std::span<const Option> opt
         } else if (i + 1 < words.size()) {
             arguments.values_[name] = words[++i];
         } else {
-            return UsageError{"--" + name + " needs a value"};
+            throw Failure(wrongUsage, "--" + name + " needs a value");
         }
     }
     for (const Option& option : options) {
         if (option.required && !arguments.has(option.name)) {
-            return UsageError{"--" + std::string(option.name) + " is needed"};
+            throw Failure(wrongUsage, "--" + std::string(option.name) + " is needed");
         }
     }
     return arguments;
@@ -76,26 +75,18 @@ std::optional<std::string> Arguments::text(std::string_view option) const {
     return found == values_.end() ? std::nullopt : std::optional(found->second);
 }
 
-std::variant<std::int64_t, UsageError> Arguments::integer(std::string_view option, std::int64_t byDefault,
-                                                          std::int64_t least, std::int64_t most) const {
+std::int64_t Arguments::integer(std::string_view option, std::int64_t byDefault, std::int64_t least,
+                                std::int64_t most) const {
     const std::optional<std::string> given = text(option);
     if (!given) {
         return byDefault;
     }
     const std::optional<std::int64_t> value = number(*given);
     if (!value || *value < least || *value > most) {
-        return UsageError{"--" + std::string(option) + " must be a number from " + std::to_string(least) +
-                          " to " + std::to_string(most)};
+        throw Failure(wrongUsage, "--" + std::string(option) + " must be a number from " +
+                                      std::to_string(least) + " to " + std::to_string(most));
     }
     return *value;
-}
-
-std::int64_t Arguments::requireInteger(std::string_view option, std::int64_t least, std::int64_t most) const {
-    const auto value = integer(option, least, least, most);
-    if (const auto* error = std::get_if<UsageError>(&value)) {
-        throw Failure(wrongUsage, error->sentence);
-    }
-    return std::get<std::int64_t>(value);
 }
 
 const std::vector<std::string>&

@@ -7,7 +7,6 @@
 #include <span>
 #include <string>
 #include <string_view>
-#include <variant>
 #include <vector>
 
 namespace trigora::tools {
@@ -20,27 +19,20 @@ struct Option {
     bool required = false;
 };
 
-/// What is wrong with a command line, in a sentence for the user.
-struct UsageError {
-    std::string sentence;
-};
-
 /// A command's arguments after its name. Options are written "--name value" or "--name=value"; "--" ends
 /// them, and only behind it an operand may begin with "-"; everything else is an operand.
 class Arguments {
 public:
-    static std::variant<Arguments, UsageError> parse(std::span<const Option> options,
-                                                     std::span<const std::string> words);
+    /// Throws a `Failure` for words that make no sense.
+    static Arguments parse(std::span<const Option> options, std::span<const std::string> words);
 
     bool has(std::string_view option) const { return values_.contains(option); }
     /// None when the option was not given.
     std::optional<std::string> text(std::string_view option) const;
-    /// The whole text as a decimal or "0x" number; an error when it is none or outside the range. An option
-    /// that was not given reads as the default.
-    std::variant<std::int64_t, UsageError> integer(std::string_view option, std::int64_t byDefault,
-                                                   std::int64_t least, std::int64_t most) const;
-    /// The same for an option that was given, but throws a `Failure`.
-    std::int64_t requireInteger(std::string_view option, std::int64_t least, std::int64_t most) const;
+    /// The whole text as a decimal or "0x" number. Throws a `Failure` when it is none or outside the range.
+    /// An option that was not given reads as the default, whatever that is.
+    std::int64_t integer(std::string_view option, std::int64_t byDefault, std::int64_t least,
+                         std::int64_t most) const;
     /// The operands, which must be as many as there are names; else a `Failure` that names what is missing.
     const std::vector<std::string>& requireOperands(std::initializer_list<std::string_view> names) const;
     const std::vector<std::string>& operands() const { return operands_; }

@@ -83,6 +83,11 @@ std::pair<const Command*, std::size_t> commandOf(std::span<const Command> comman
     return {nullptr, 0};
 }
 
+ExitCode complain(std::ostream& err, const std::string& sentence) {
+    err << "trigoractl: " << sentence << " (see --help)\n";
+    return wrongUsage;
+}
+
 bool isHelp(const std::string& word) { return word == "--help" || word == "-h"; }
 
 /// How many words before the command are options that many commands have.
@@ -116,27 +121,23 @@ ExitCode complainAboutCommand(std::span<const Command> commands, std::span<const
     for (const Command& command : commands) {
         names.emplace_back(command.name);
     }
-    return complain(err, {"there is no command " + given + didYouMean(given, names)});
+    return complain(err, "there is no command " + given + didYouMean(given, names));
 }
 
 ExitCode runCommand(const Command& command, std::span<const std::string> words, std::ostream& out,
                     std::ostream& err, const std::function<void(const Arguments&)>& prepare) {
-    const std::variant<Arguments, UsageError> parsed = Arguments::parse(command.options, words);
-    if (const auto* error = std::get_if<UsageError>(&parsed)) {
-        return complain(err, *error);
-    }
-    const auto& arguments = std::get<Arguments>(parsed);
-    if (command.operands.empty() && !arguments.operands().empty()) {
-        return complain(err, {"what is " + arguments.operands().front() + "?"});
-    }
     try {
+        const Arguments arguments = Arguments::parse(command.options, words);
+        if (command.operands.empty()) {
+            arguments.requireOperands({});
+        }
         if (command.usesPlatform && prepare) {
             prepare(arguments);
         }
         return command.run(arguments, out, err);
     } catch (const Failure& failure) {
         if (failure.code() == wrongUsage) {
-            return complain(err, {failure.what()});
+            return complain(err, failure.what());
         }
         err << "trigoractl: " << failure.what() << '\n';
         return failure.code();
@@ -144,11 +145,6 @@ ExitCode runCommand(const Command& command, std::span<const std::string> words, 
 }
 
 } // namespace
-
-ExitCode complain(std::ostream& err, const UsageError& error) {
-    err << "trigoractl: " << error.sentence << " (see --help)\n";
-    return wrongUsage;
-}
 
 ExitCode runCommandLine(std::span<const Command> commands, std::span<const std::string> words,
                         std::ostream& out, std::ostream& err,
@@ -173,7 +169,7 @@ ExitCode runCommandLine(std::span<const Command> commands, std::span<const std::
     const std::size_t leading = leadingOptions(words);
     const std::span<const std::string> line = words.subspan(leading);
     if (line.empty()) {
-        return complain(err, {"a command is needed"});
+        return complain(err, "a command is needed");
     }
     const auto [command, nameLength] = commandOf(commands, line);
     if (command == nullptr) {

@@ -54,7 +54,4 @@ ExitCode runCommandLine(std::span<const Command> commands, std::span<const std::
                         std::ostream& out, std::ostream& err,
                         const std::function<void(const Arguments&)>& prepare = {});
 
-/// Says on `err` what is wrong with a command's arguments.
-ExitCode complain(std::ostream& err, const UsageError& error);
-
 } // namespace trigora::tools

@@ -2,7 +2,6 @@
 
 #include "catalogue/TrScannerDriverInformation.h"
 #include "files/InstalledPaths.h"
-#include "files/StringHelpers.h"
 #include "files/TrFilePathUtility.h"
 #include "tools/Report.h"
 #include "tools/ScannerModels.h"
@@ -18,10 +17,6 @@ constexpr std::array driversOptions{jsonOption, rootOption};
 
 constexpr std::string_view driversExamples = "  trigoractl drivers\n"
                                              "  trigoractl drivers --json\n";
-
-std::string maskText(std::int32_t mask) {
-    return "0x" + hexadecimalStringWithValue(static_cast<std::uint32_t>(mask), 4);
-}
 
 Value describedScanner(const KnownScanner& scanner,
                        const std::shared_ptr<TrScannerDriverInformation>& driver) {

@@ -4,7 +4,6 @@
 #include "catalogue/TrMonitorEventInformation.h"
 #include "catalogue/TrScannerDriverInformation.h"
 #include "files/InstalledPaths.h"
-#include "files/StringHelpers.h"
 #include "platform/Platform.h"
 #include "tools/EventCatalogue.h"
 #include "tools/ProjectCatalogue.h"
@@ -27,10 +26,6 @@ constexpr std::array eventsOptions{
 constexpr std::string_view eventsExamples = "  trigoractl events\n"
                                             "  trigoractl events --model 0F01 --kind button\n"
                                             "  trigoractl events --json\n";
-
-std::string maskText(std::int32_t mask) {
-    return "0x" + hexadecimalStringWithValue(static_cast<std::uint32_t>(mask), 4);
-}
 
 /// "620 (Scan to Folder)", whether or not there is such a project.
 std::string projectText(const std::optional<std::string>& projectID, const ListedProjects& projects) {

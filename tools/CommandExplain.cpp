@@ -74,7 +74,7 @@ std::pair<RehearsedPress, std::string> pressOf(const Arguments& arguments) {
     press.driver = requireName(arguments, "driver", "");
     press.model = requireName(arguments, "model", press.driver);
     press.eventStatus = static_cast<std::uint32_t>(
-        arguments.requireInteger("button", 0, std::numeric_limits<std::uint32_t>::max()));
+        arguments.integer("button", 0, 0, std::numeric_limits<std::uint32_t>::max()));
     const ScanEvent event{0, press.model, press.driver, press.eventStatus};
     const std::string name = platform::textAt(currentEventOf(event), "driverName").value_or("");
     press.scannerVersion = arguments.text("driver-version").value_or(versionOfDriver(name));

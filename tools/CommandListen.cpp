@@ -3,6 +3,7 @@
 #include "platform/linux/LinuxFormats.h"
 #include "platform/linux/bus/BusNames.h"
 #include "platform/linux/bus/BusValue.h"
+#include "platform/linux/bus/Guarded.h"
 #include "tools/Report.h"
 #include "tools/SessionBus.h"
 
@@ -17,7 +18,6 @@ namespace {
 using namespace platform;
 using SteadyClock = std::chrono::steady_clock;
 
-constexpr std::int64_t longestTimeOutSeconds = 86400;
 constexpr std::array listenOptions{
     Option{"json", "", "one JSON object per line"},
     Option{"until", "NAME", "stop after a notification of this name"},
@@ -56,7 +56,8 @@ public:
 
 private:
     static int heard(sd_bus_message* message, void* listener, sd_bus_error* /*error*/) {
-        static_cast<Listener*>(listener)->print(message);
+        // No exception may pass through the frames of sd-bus.
+        guarded([&] { static_cast<Listener*>(listener)->print(message); });
         return 0;
     }
 
@@ -103,19 +104,15 @@ int listenUntilOver(sd_bus* bus, Listener& listener, std::optional<SteadyClock::
 }
 
 ExitCode listen(const Arguments& arguments, std::ostream& out, std::ostream& err) {
-    const auto seconds = arguments.integer("timeout", 0, 1, longestTimeOutSeconds);
-    if (const auto* error = std::get_if<UsageError>(&seconds)) {
-        return complain(err, *error);
-    }
+    const std::int64_t seconds = arguments.integer("timeout", 0, 1, secondsOfDay);
     std::string error;
     const std::optional<SessionBus> bus = SessionBus::open(error);
     if (!bus) {
-        err << "trigoractl: " << error << '\n';
-        return unreachable;
+        throw Failure(unreachable, error);
     }
     std::optional<SteadyClock::time_point> deadline;
     if (arguments.has("timeout")) {
-        deadline = SteadyClock::now() + std::chrono::seconds(std::get<std::int64_t>(seconds));
+        deadline = SteadyClock::now() + std::chrono::seconds(seconds);
     }
     Listener listener(arguments, out);
     int result = listener.start(bus->get());
@@ -124,12 +121,10 @@ ExitCode listen(const Arguments& arguments, std::ostream& out, std::ostream& err
         result = listenUntilOver(bus->get(), listener, deadline);
     }
     if (result < 0) {
-        err << "trigoractl: the session bus was lost: " << std::strerror(-result) << '\n';
-        return unreachable;
+        throw Failure(unreachable, std::string("the session bus was lost: ") + std::strerror(-result));
     }
     if (result == 0 && listener.isWaitingForAName()) {
-        err << "trigoractl: " << *arguments.text("until") << " was not posted in time\n";
-        return failed;
+        throw Failure(failed, *arguments.text("until") + " was not posted in time");
     }
     return done;
 }

@@ -31,8 +31,6 @@ constexpr std::string_view logOffExamples = "  trigoractl log off\n";
 constexpr std::string_view logFollowExamples = "  trigoractl log on && trigoractl log follow\n"
                                                "  trigoractl log follow --all --timeout 60\n";
 
-constexpr std::int64_t longestTimeOutSeconds = 86400;
-
 std::string timeStamp() {
     const auto seconds = static_cast<std::time_t>(platform::current().clock.wallTime().seconds);
     std::tm local{};
@@ -190,8 +188,7 @@ private:
 
 ExitCode logFollow(const Arguments& arguments, std::ostream& out, std::ostream& err) {
     constexpr std::int64_t pollMicroseconds = 200'000;
-    const auto seconds =
-        arguments.has("timeout") ? arguments.requireInteger("timeout", 1, longestTimeOutSeconds) : 0;
+    const std::int64_t seconds = arguments.integer("timeout", 0, 1, secondsOfDay);
     if (!isLogSwitchedOn()) {
         throw Failure(notFound, "the log is off; trigoractl log on switches it on");
     }

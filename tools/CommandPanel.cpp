@@ -7,7 +7,6 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
-#include <cstdlib>
 #include <limits>
 #include <utility>
 
@@ -92,38 +91,31 @@ std::optional<std::int64_t> number(const std::string& text, std::int64_t most) {
 }
 
 /// "name=code,…" as an object.
-std::variant<json, UsageError> choicesIn(const std::string& list) {
+json choicesIn(const std::string& list) {
     const json known = simulators::describe(stRecvJobData{});
     json choices = json::object();
     for (const std::string& item : platform::componentsSeparatedByString(list, ",")) {
         const std::size_t equals = item.find('=');
         const auto code = equals == std::string::npos ? std::nullopt : number(item.substr(equals + 1), 255);
         if (!code || !known.contains(item.substr(0, equals))) {
-            return UsageError{"\"" + item + "\" is no choice: NAME=CODE is, with " +
+            throw Failure(wrongUsage,
+                          "\"" + item + "\" is no choice: NAME=CODE is, with " +
                               "imageType, resolution, scanningDevice, documentSize, orientation or " +
-                              "saveFormat and a number up to 255"};
+                              "saveFormat and a number up to 255");
         }
         choices[item.substr(0, equals)] = *code;
     }
     return choices;
 }
 
-std::variant<PanelUser::Options, UsageError> optionsIn(const Arguments& arguments) {
+PanelUser::Options optionsIn(const Arguments& arguments) {
     PanelUser::Options options{arguments.has("usb"), arguments.has("json"), 0, json::object(),
                                json::object()};
-    const auto pid =
-        arguments.integer("pid", usualUsbProductID, 0, std::numeric_limits<std::uint32_t>::max());
-    if (const auto* error = std::get_if<UsageError>(&pid)) {
-        return *error;
-    }
-    options.usbProductID = static_cast<std::uint32_t>(std::get<std::int64_t>(pid));
+    options.usbProductID = static_cast<std::uint32_t>(
+        arguments.integer("pid", usualUsbProductID, 0, std::numeric_limits<std::uint32_t>::max()));
     for (const auto& [option, key, least, most] : numberOptions) {
-        const auto value = arguments.integer(option, 0, least, most);
-        if (const auto* error = std::get_if<UsageError>(&value)) {
-            return *error;
-        }
         if (arguments.has(option)) {
-            options.command[key] = std::get<std::int64_t>(value);
+            options.command[key] = arguments.integer(option, 0, least, most);
         }
     }
     for (const auto& [option, key] : textOptions) {
@@ -132,11 +124,7 @@ std::variant<PanelUser::Options, UsageError> optionsIn(const Arguments& argument
         }
     }
     if (const auto list = arguments.text("choices")) {
-        const std::variant<json, UsageError> choices = choicesIn(*list);
-        if (const auto* error = std::get_if<UsageError>(&choices)) {
-            return *error;
-        }
-        options.choices = std::get<json>(choices);
+        options.choices = choicesIn(*list);
     }
     return options;
 }
@@ -163,50 +151,45 @@ std::optional<ExitCode> act(PanelUser& user, const std::string& action, std::int
     return std::nullopt;
 }
 
-/// What is wrong with the words behind the options.
-std::optional<UsageError> mistakeIn(const std::vector<std::string>& words, bool isUsb) {
+/// Throws a `Failure` for words behind the options that make no sense.
+void requireSense(const std::vector<std::string>& words, bool isUsb) {
     if (words.empty()) {
-        return UsageError{"what is done at the panel is needed, e.g. \"panel session\""};
+        throw Failure(wrongUsage, "what is done at the panel is needed, e.g. \"panel session\"");
     }
     const std::string& action = words[0];
     const bool takesJob = action == "pick" || action == "session";
     if (words.size() > (takesJob ? 2U : 1U)) {
-        return UsageError{"what is " + words.back() + "?"};
+        throw Failure(wrongUsage, "what is " + words.back() + "?");
     }
     if (words.size() == 2 && number(words[1], mostNumber).value_or(0) < 1) {
-        return UsageError{"a job has a number from 1"};
+        throw Failure(wrongUsage, "a job has a number from 1");
     }
     if (action == "pick" && words.size() < 2) {
-        return UsageError{"the number of a job is needed"};
+        throw Failure(wrongUsage, "the number of a job is needed");
     }
     if ((action == "announce" && isUsb) || (action == "connect" && !isUsb)) {
-        return UsageError{"a network scanner announces itself, a USB scanner is connected (connect --usb)"};
+        throw Failure(wrongUsage,
+                      "a network scanner announces itself, a USB scanner is connected (connect --usb)");
     }
-    return std::nullopt;
 }
 
 ExitCode runPanel(const Arguments& arguments, std::ostream& out, std::ostream& err) {
     const std::vector<std::string>& words = arguments.operands();
-    if (const auto mistake = mistakeIn(words, arguments.has("usb"))) {
-        return complain(err, *mistake);
-    }
-    const auto options = optionsIn(arguments);
-    if (const auto* error = std::get_if<UsageError>(&options)) {
-        return complain(err, *error);
-    }
-    if (const auto folder = arguments.text("simulators")) {
-        setenv("TRIGORA_SIMULATORS", folder->c_str(), 1);
-    }
-    const bool isUsb = std::get<PanelUser::Options>(options).isUsb;
-    const auto simulation = PanelSimulation::open(isUsb ? PanelSimulation::Connection::usb
-                                                        : PanelSimulation::Connection::network);
+    requireSense(words, arguments.has("usb"));
+    const PanelUser::Options options = optionsIn(arguments);
+    const auto simulation = PanelSimulation::open(options.isUsb ? PanelSimulation::Connection::usb
+                                                                : PanelSimulation::Connection::network,
+                                                  arguments.text("simulators").value_or(""));
     if (!simulation) {
-        return complain(err, {"the folder of the simulated modules is needed: --simulators DIR"});
+        throw Failure(wrongUsage, "the folder of the simulated modules is needed: --simulators DIR");
     }
-    PanelUser user(std::get<PanelUser::Options>(options), *simulation, out, err);
+    PanelUser user(options, *simulation, out, err);
     const std::int64_t job = words.size() == 2 ? *number(words[1], mostNumber) : 1;
     const std::optional<ExitCode> result = act(user, words[0], job);
-    return result ? *result : complain(err, {"nobody can do \"" + words[0] + "\" at a panel"});
+    if (!result) {
+        throw Failure(wrongUsage, "nobody can do \"" + words[0] + "\" at a panel");
+    }
+    return *result;
 }
 
 } // namespace

@@ -42,28 +42,23 @@ std::uint8_t putName(std::array<std::uint8_t, longestScannerName>& field, const 
 ExitCode press(const Arguments& arguments, std::ostream& out, std::ostream& err) {
     const std::string driver = arguments.text("driver").value_or("");
     const std::string model = arguments.text("model").value_or(driver);
-    const auto button = arguments.integer("button", 0, 0, std::numeric_limits<std::uint32_t>::max());
-    if (const auto* error = std::get_if<UsageError>(&button)) {
-        return complain(err, *error);
-    }
+    const auto status = static_cast<std::uint32_t>(
+        arguments.integer("button", 0, 0, std::numeric_limits<std::uint32_t>::max()));
     if (driver.empty() || driver.size() > longestScannerName || model.size() > longestScannerName) {
-        return complain(err, {"a driver or model name has 1 to 32 bytes"});
+        throw Failure(wrongUsage, "a driver or model name has 1 to 32 bytes");
     }
     std::string error;
     const std::optional<SessionBus> bus = SessionBus::open(error);
     if (!bus) {
-        err << "trigoractl: " << error << '\n';
-        return unreachable;
+        throw Failure(unreachable, error);
     }
-    const auto status = static_cast<std::uint32_t>(std::get<std::int64_t>(button));
     const Dictionary event = currentEventOf({0, model, driver, status});
     if (const auto note = driverNameNote(platform::textAt(event, "driverName").value_or(""))) {
         err << "trigoractl: " << *note << '\n';
     }
     const SessionBus::Delivery delivery = bus->sendToAgent(scanButtonEvent(driver, model, status), error);
     if (delivery != SessionBus::Delivery::handled) {
-        err << "trigoractl: " << error << '\n';
-        return delivery == SessionBus::Delivery::agentMissing ? unreachable : failed;
+        throw Failure(delivery == SessionBus::Delivery::agentMissing ? unreachable : failed, error);
     }
     if (arguments.has("json")) {
         printJson(out, Dictionary{{"driver", driver}, {"model", model}, {"button", std::int64_t{status}}});

@@ -301,14 +301,6 @@ ExitCode set(const Arguments& arguments, std::ostream& out, std::ostream&) {
     return done;
 }
 
-std::string joined(const std::vector<std::string>& words) {
-    std::string text;
-    for (const std::string& word : words) {
-        text += (text.empty() ? "" : ", ") + word;
-    }
-    return text;
-}
-
 ExitCode remove(const Arguments& arguments, std::ostream& out, std::ostream&) {
     const std::string id = arguments.requireOperands({"ID"})[0];
     SettingsSession session;
@@ -324,7 +316,7 @@ ExitCode remove(const Arguments& arguments, std::ostream& out, std::ostream&) {
     }
     if (!arguments.has("force") && !users.empty()) {
         throw Failure(failed,
-                      "project " + listed.idAndName() + " is what runs for " + joined(users) +
+                      "project " + listed.idAndName() + " is what runs for " + joined(users, ", ") +
                           (target.store.isOfFolders() ? "; give that another one with trigoractl watch"
                                                       : "; bind another one first") +
                           ", or use --force");
@@ -333,7 +325,7 @@ ExitCode remove(const Arguments& arguments, std::ostream& out, std::ostream&) {
         throw Failure(failed, "the folder of project " + listed.idAndName() +
                                   " holds other files, which would "
                                   "be deleted, too: " +
-                                  joined(foreign) + "; move them away, or use --force");
+                                  joined(foreign, ", ") + "; move them away, or use --force");
     }
 
     const std::string text = listed.idAndName();
@@ -341,23 +333,19 @@ ExitCode remove(const Arguments& arguments, std::ostream& out, std::ostream&) {
     target.store.remove(listed.project);
     ChangeReport report = reportOn("Project " + text + " was deleted.", *listed.project, id, target);
     if (!users.empty()) {
-        report.addNote("nothing runs any more for " + joined(users));
+        report.addNote("nothing runs any more for " + joined(users, ", "));
     }
     report.print(arguments, out);
     return done;
 }
 
-/// The texts of a help that ends with the keys of the scan settings; they live as long as the program.
-std::string_view detailsWithKeys(std::string_view details) {
-    static std::vector<std::unique_ptr<const std::string>> made;
-    made.push_back(std::make_unique<const std::string>(std::string(details) + "\n" + scanSettingHelp()));
-    return *made.back();
-}
+/// A help that ends with the keys of the scan settings.
+std::string withKeys(std::string_view details) { return std::string(details) + "\n" + scanSettingHelp(); }
 
 } // namespace
 
 Command projectNewCommand() {
-    static const std::string_view details = detailsWithKeys(
+    static const std::string details = withKeys(
         "The project gets the first free ID from 701 to 799 and the default scan settings. With --model it\n"
         "goes into the list of a model that keeps its projects apart, else into the list that all share.\n");
     return {.name = "project new",
@@ -371,9 +359,9 @@ Command projectNewCommand() {
 }
 
 Command projectCopyCommand() {
-    static const std::string_view details = detailsWithKeys(
-        "The copy gets the first free ID from 701 to 799. A predefined project can be copied if\n"
-        "it scans with settings of its own.\n");
+    static const std::string details =
+        withKeys("The copy gets the first free ID from 701 to 799. A predefined project can be copied if\n"
+                 "it scans with settings of its own.\n");
     return {.name = "project copy",
             .operands = "ID NEWNAME [KEY=VALUE…]",
             .summary = "Makes a project of your own from another one.",
@@ -385,8 +373,8 @@ Command projectCopyCommand() {
 }
 
 Command projectSetCommand() {
-    static const std::string_view details =
-        detailsWithKeys("Only your own projects can be changed. What is not named stays as it is.\n");
+    static const std::string details =
+        withKeys("Only your own projects can be changed. What is not named stays as it is.\n");
     return {.name = "project set",
             .operands = "ID [KEY=VALUE…]",
             .summary = "Changes scan settings or the action of a project of your own.",

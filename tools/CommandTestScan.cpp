@@ -176,13 +176,10 @@ ExitCode tell(const ListedProject& listed, const std::vector<std::string>& files
 }
 
 ExitCode testScan(const Arguments& arguments, std::ostream& out, std::ostream&) {
-    constexpr std::int64_t longestTimeOutSeconds = 86400;
     constexpr std::int64_t defaultTimeOutSeconds = 300;
     const std::string projectID = arguments.requireOperands({"PROJECT"}).front();
     const std::string driverName = arguments.text("driver").value_or("");
-    const std::int64_t seconds = arguments.has("timeout")
-                                     ? arguments.requireInteger("timeout", 1, longestTimeOutSeconds)
-                                     : defaultTimeOutSeconds;
+    const std::int64_t seconds = arguments.integer("timeout", defaultTimeOutSeconds, 1, secondsOfDay);
     const std::optional<std::string> modelID = arguments.text("model-id");
     const SettingsSession session;
     const std::string eventID = arguments.text("event").value_or("100");

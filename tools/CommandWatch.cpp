@@ -22,8 +22,6 @@ namespace {
 
 using Watch = std::shared_ptr<TrMonitorEventInformation>;
 
-constexpr std::int64_t longestInterval = 86400;
-
 constexpr std::array watchOptions{Option{"every", "SECONDS", "how often to look, 1 to 86400", true},
                                   Option{"project", "ID", "folder project to run on new files", true},
                                   jsonOption, rootOption};
@@ -89,7 +87,7 @@ void save(SettingsSession& session, const std::string& number, const TrMonitorEv
 
 ExitCode watch(const Arguments& arguments, std::ostream& out, std::ostream&) {
     const std::vector<std::string> operands = arguments.requireOperands({"N", "FOLDER"});
-    const std::int64_t seconds = arguments.requireInteger("every", 1, longestInterval);
+    const std::int64_t seconds = arguments.integer("every", 0, 1, secondsOfDay);
     SettingsSession session;
     const Watch watch = requireWatch(operands[0]);
     const std::string folder = existingFolder(operands[1]);

@@ -1,7 +1,6 @@
 #include "tools/InstalledActions.h"
 
 #include "catalogue/TrActionInformation.h"
-#include "catalogue/TrActionManager.h"
 #include "files/FileManagerExtension.h"
 #include "files/InstalledPaths.h"
 #include "files/PxIniParser.h"
@@ -30,17 +29,14 @@ std::string idAndName(TrActionInformation& action) {
 } // namespace
 
 std::vector<InstalledAction> installedActions() {
-    // The manager keeps every action file, in the order of their names.
-    const auto manager = TrActionManager::sharedActionManager();
-    const auto actions = manager->predefinedActionList().value_or(TrActionManager::ActionList());
     std::vector<InstalledAction> installed;
     const std::string folder = paths::actionFolder();
     for (const std::string& name : exDirectoryContentsAtPath(folder).value_or(std::vector<std::string>())) {
-        if (platform::pathExtension(name) == "adi" && installed.size() < actions.size()) {
+        if (platform::pathExtension(name) == "adi") {
             const std::string path = platform::appendingPathComponent(folder, name);
             const auto application =
                 PxIniParser::sharedParser()->valueWithFilePath(path, "Launch_MacX", "AppPath");
-            installed.push_back({path, actions[installed.size()], application.value_or("")});
+            installed.push_back({path, TrActionInformation::initWithPath(path), application.value_or("")});
         }
     }
     return installed;

@@ -20,8 +20,9 @@ constexpr std::array<std::string_view, 3> listCalls{"PDSendJobData", "PDSendJobD
 
 } // namespace
 
-std::optional<PanelSimulation> PanelSimulation::open(Connection connection) {
-    const std::optional<std::string> folder = simulators::simulationFolder();
+std::optional<PanelSimulation> PanelSimulation::open(Connection connection, const std::string& givenFolder) {
+    const std::optional<std::string> folder =
+        givenFolder.empty() ? simulators::simulationFolder() : std::optional(givenFolder);
     return folder ? std::optional(PanelSimulation(*folder, connection)) : std::nullopt;
 }
 

@@ -16,8 +16,9 @@ public:
 
     enum class Connection { network, usb };
 
-    /// None when there is no folder to meet the modules in.
-    static std::optional<PanelSimulation> open(Connection connection);
+    /// None when there is no folder to meet the modules in: neither one that is given nor that of the
+    /// environment.
+    static std::optional<PanelSimulation> open(Connection connection, const std::string& givenFolder = {});
 
     /// The module's answer; none when it does not answer, which the error explains.
     std::optional<json> send(const json& command, std::string& error) const;

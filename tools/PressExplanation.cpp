@@ -88,9 +88,8 @@ private:
     }
 
     void tellDriver() {
-        constexpr const char* sharedDriver = "PELOX Scanner";
-        if (press_.driver == sharedDriver) {
-            tell("driver", quoted(rehearsal_.driverName()) + ": the driver \"" + sharedDriver +
+        if (press_.driver == sharedDriverName) {
+            tell("driver", quoted(rehearsal_.driverName()) + ": the driver \"" + sharedDriverName +
                                "\" serves many models, so the model's name counts");
         } else {
             tell("driver", quoted(rehearsal_.driverName()) + ", as the button's record says");
@@ -108,7 +107,8 @@ private:
         const auto address = platform::textAt(rehearsal_.event(), "IPAddress");
         tell("address", (address ? "\"" + *address + "\", a local scanner" : "none") +
                             ": the scan settings' version is " + std::to_string(version.version) + " (" +
-                            source + "), and only above 374 there is one");
+                            source + "), and only above " + std::to_string(lastVersionWithoutLocalAddress) +
+                            " there is one");
     }
 
     void tellAssistant() {
@@ -178,14 +178,16 @@ private:
         std::string text;
         switch (mapping.rule) {
         case ScanEventMapping::Rule::jobButtons:
-            text = sum + " = 200 + button " + std::to_string(mapping.button);
+            text =
+                sum + " = " + std::to_string(firstJobEvent) + " + button " + std::to_string(mapping.button);
             break;
         case ScanEventMapping::Rule::noRow:
-            text = sum + " = 100 + button " + std::to_string(mapping.button) + ", as no row maps it";
+            text = sum + " = " + std::to_string(firstUnmappedEvent) + " + button " +
+                   std::to_string(mapping.button) + ", as no row maps it";
             break;
         case ScanEventMapping::Rule::beyondRow:
-            text = sum + " = 100 + button " + std::to_string(mapping.button) +
-                   ", as the row's NavBtnNum ends before that button";
+            text = sum + " = " + std::to_string(firstUnmappedEvent) + " + button " +
+                   std::to_string(mapping.button) + ", as the row's NavBtnNum ends before that button";
             break;
         case ScanEventMapping::Rule::column:
             text = sum + ", from the row's column " + mapping.buttonColumn;

@@ -10,6 +10,7 @@
 #include "platform/Workspace.h"
 #include "platform/linux/LinuxFormats.h"
 #include "tools/OverlayFiles.h"
+#include "tools/Report.h"
 
 #include <algorithm>
 #include <map>
@@ -276,14 +277,6 @@ public:
     void write(std::string_view) override {}
 };
 
-std::string joined(const std::vector<std::string>& pieces) {
-    std::string text;
-    for (const std::string& piece : pieces) {
-        text += (text.empty() ? "" : " ") + piece;
-    }
-    return text;
-}
-
 } // namespace
 
 std::string RehearsedEffect::description() const {
@@ -292,15 +285,15 @@ std::string RehearsedEffect::description() const {
     case Kind::post:
         return "post " + target;
     case Kind::launch:
-        return "launch " + target + (arguments.empty() ? "" : " " + joined(arguments)) + suffix;
+        return "launch " + target + (arguments.empty() ? "" : " " + joined(arguments, " ")) + suffix;
     case Kind::open:
-        return "open " + joined(arguments) + " with " + target + suffix;
+        return "open " + joined(arguments, " ") + " with " + target + suffix;
     case Kind::send:
         return "send Apple Event " + target;
     case Kind::message:
         break;
     }
-    return "show the message " + target + ": " + joined(arguments);
+    return "show the message " + target + ": " + joined(arguments, " ");
 }
 
 struct RehearsalPlatform::Parts {

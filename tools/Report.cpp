@@ -1,5 +1,6 @@
 #include "tools/Report.h"
 
+#include "files/StringHelpers.h"
 #include "platform/Formats.h"
 #include "platform/Platform.h"
 #include "platform/linux/InstallationRoot.h"
@@ -35,6 +36,18 @@ std::string printable(std::string text) {
     std::ranges::replace_if(
         text, [](unsigned char byte) { return byte < 0x20 || byte == 0x7F; }, '?');
     return text;
+}
+
+std::string joined(const std::vector<std::string>& words, std::string_view separator) {
+    std::string text;
+    for (const std::string& word : words) {
+        text += (text.empty() ? "" : std::string(separator)) + word;
+    }
+    return text;
+}
+
+std::string maskText(std::int32_t mask) {
+    return "0x" + hexadecimalStringWithValue(static_cast<std::uint32_t>(mask), 4);
 }
 
 std::string textOrDash(const std::optional<std::string>& text) {

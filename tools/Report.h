@@ -3,9 +3,11 @@
 #include "platform/Value.h"
 #include "tools/Arguments.h"
 
+#include <cstdint>
 #include <optional>
 #include <ostream>
 #include <string>
+#include <string_view>
 #include <vector>
 
 /// How commands print: text for people, or one JSON object for programs.
@@ -24,6 +26,14 @@ std::string printable(std::string text);
 std::string textOrDash(const std::optional<std::string>& text);
 /// The text, or nothing for none.
 Value valueOrNothing(const std::optional<std::string>& text);
+
+/// The words with the separator between them.
+std::string joined(const std::vector<std::string>& words, std::string_view separator);
+/// Bits of an event's kind, e.g. "0x4000".
+std::string maskText(std::int32_t mask);
+
+/// The longest time that anything here waits for, and between two looks at a folder.
+constexpr std::int64_t secondsOfDay = 86400;
 
 /// Where an installed path lies on this disk, with the root that the command line, TRIGORA_ROOT or the place
 /// of this program gives.

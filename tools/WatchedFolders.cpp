@@ -16,7 +16,6 @@ namespace {
 
 constexpr const char* notWatched = "the folder is not watched";
 constexpr const char* nothingNew = "it is looked at, but nothing in it is ever new";
-constexpr std::int64_t secondsOfDay = 86400;
 
 std::optional<WatchProblem> problemOfFolder(const std::string& folder) {
     platform::FileSystem& files = platform::current().fileSystem;
