@@ -139,7 +139,7 @@ Dictionary deviceInfoFromAssistant(const std::string& driverName) {
 ListedProject projectToTest(const std::string& projectID, const Dictionary& deviceInfo) {
     const auto driver = TrScannerDriverInformation::initWithDriverInformation({});
     driver->setDeviceInfo(deviceInfo);
-    const ListedProject listed = requireProject(scanProjects(driver), projectID);
+    ListedProject listed = requireProject(scanProjects(driver), projectID);
     if (!listed.isAvailable || !listed.project->isScanAble()) {
         throw Failure(notFound,
                       "project " + listed.idAndName() +

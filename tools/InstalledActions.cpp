@@ -103,7 +103,7 @@ std::shared_ptr<TrActionInformation> actionOfApplication(const std::string& path
     if (!platform::isValidUtf8(application) || application != printable(application) ||
         application.find_first_of("[]=") != std::string::npos) {
         throw Failure(wrongUsage, "a project cannot hold the path " + printable(application) +
-                                      ": it has \"[\", \"]\", \"=\" or control characters");
+                                      R"(: it has "[", "]", "=" or control characters)");
     }
     if (const auto problem = applicationProblem(application)) {
         throw Failure(notFound, "there is no application " + application + ": " + *problem);

@@ -148,7 +148,7 @@ std::string ProjectStore::freeID() const {
         taken.insert(project->projectID().value_or(""));
     }
     for (int number = firstOwnID; number <= lastOwnID; ++number) {
-        const std::string id = std::to_string(number);
+        std::string id = std::to_string(number);
         if (!taken.contains(id) && usersOf(id).empty()) {
             return id;
         }

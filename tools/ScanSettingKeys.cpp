@@ -136,7 +136,7 @@ std::string textOf(const ScanSettingKey& key, const std::string& given) {
 }
 
 std::string saveFolderOf(const ScanSettingKey& key, const std::string& given) {
-    const std::string folder = existingFolder(given);
+    std::string folder = existingFolder(given);
     if (folder.find('%') != std::string::npos) {
         throw Failure(wrongUsage, std::string(key.name) + " cannot be " + printable(folder) +
                                       ": a path with \"%\" is read as one below the home folder");

@@ -15,7 +15,7 @@ namespace {
 using namespace trigora;
 
 std::string chosenRoot(const tools::Arguments& arguments) {
-    const std::string root = arguments.text("root").value_or("");
+    std::string root = arguments.text("root").value_or("");
     if (!root.empty() && !std::filesystem::is_directory(root)) {
         throw tools::Failure(tools::notFound, "there is no folder " + root);
     }
