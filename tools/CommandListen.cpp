@@ -1,9 +1,9 @@
 #include "tools/CommandListen.h"
 
+#include "platform/Guarded.h"
 #include "platform/linux/LinuxFormats.h"
 #include "platform/linux/bus/BusNames.h"
 #include "platform/linux/bus/BusValue.h"
-#include "platform/linux/bus/Guarded.h"
 #include "tools/Report.h"
 #include "tools/SessionBus.h"
 
@@ -57,7 +57,7 @@ public:
 private:
     static int heard(sd_bus_message* message, void* listener, sd_bus_error* /*error*/) {
         // No exception may pass through the frames of sd-bus.
-        guarded([&] { static_cast<Listener*>(listener)->print(message); });
+        platform::guarded([&] { static_cast<Listener*>(listener)->print(message); });
         return 0;
     }
 

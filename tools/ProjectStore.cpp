@@ -103,7 +103,7 @@ public:
             }
         }
         std::ranges::for_each(missing_, exRemoveItemAtPath);
-        forgetTexts();
+        forgetParsedFiles();
     }
 
 private:
