@@ -38,6 +38,28 @@ std::vector<std::string> namesOnlyIn(const std::vector<std::string>& listing,
     return names;
 }
 
+/// New items on their way to their application.
+struct Opening {
+    std::string folder;
+    std::vector<std::string> names;
+    std::string application;
+};
+
+/// A few items in each turn of the loop, so that a press is heard while thousands are handed over. Goes on
+/// when the folder is watched no more: what was new is opened.
+void openSome(const std::shared_ptr<const Opening>& opening, std::size_t first) {
+    constexpr std::size_t atOnce = 16;
+    const std::size_t end = std::min(opening->names.size(), first + atOnce);
+    for (std::size_t i = first; i < end; ++i) {
+        platform::current().workspace.openFile(
+            platform::appendingPathComponent(opening->folder, opening->names[i]), opening->application);
+    }
+    if (end < opening->names.size()) {
+        platform::current().runLoop.performOnMainThread(
+            [opening, end] { guarded("-[TgaSurveillant openSome]", [&] { openSome(opening, end); }); });
+    }
+}
+
 } // namespace
 
 TgaSurveillant::~TgaSurveillant() { invalidateMonitorFolder(); }
@@ -91,9 +113,10 @@ void TgaSurveillant::openItems(const std::vector<std::string>& names) const {
         }
         return;
     }
-    for (const std::string& name : names) {
-        workspace.openFile(platform::appendingPathComponent(string_MonitorPath, name),
-                           string_LaunchApplicationPath);
+    if (!names.empty()) {
+        openSome(
+            std::make_shared<const Opening>(Opening{string_MonitorPath, names, string_LaunchApplicationPath}),
+            0);
     }
 }
 

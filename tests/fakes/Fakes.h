@@ -217,6 +217,9 @@ public:
 
     bool openFile(const std::string& path, const std::string& application) override {
         journal_.add("open " + path + " with " + application);
+        if (onOpen) {
+            onOpen();
+        }
         return true;
     }
     platform::ApplicationLaunch launchApplication(const std::string& path) override {
@@ -225,6 +228,7 @@ public:
     }
     std::optional<std::string> findApplication(const std::string&) override { return std::nullopt; }
 
+    std::function<void()> onOpen;
     /// What the next launches give.
     platform::ApplicationLaunch launch{0, 77};
 

@@ -83,6 +83,26 @@ TEST_F(TgaSurveillantTest, OpensWhatNewlyAppears) {
     EXPECT_EQ(afterOneCheck(), Lines{open("/new")});
 }
 
+TEST_F(TgaSurveillantTest, HearsOfOtherThingsWhileItOpensMany) {
+    watcher.setupMonitorSettings(monitorEvent());
+    Lines expected;
+    for (int i = 10; i < 60; ++i) {
+        drop(std::to_string(i));
+        expected.push_back(open("/" + std::to_string(i)));
+    }
+    workspace.onOpen = [&] {
+        workspace.onOpen = nullptr;
+        loop.performOnMainThread([&] {
+            journal.add("a press");
+            watcher.invalidateMonitorFolder(); // what was new is opened all the same
+        });
+    };
+    Lines seen = afterOneCheck();
+    EXPECT_NE(seen.back(), "a press") << "not after all of them";
+    EXPECT_EQ(std::erase(seen, "a press"), 1U);
+    EXPECT_EQ(seen, expected);
+}
+
 TEST_F(TgaSurveillantTest, CountsEverythingInAFolderThatReappearsAsNew) {
     drop("a");
     watcher.setupMonitorSettings(monitorEvent());
