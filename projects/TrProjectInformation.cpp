@@ -60,7 +60,7 @@ void TrProjectInformation::setDefaultSettingsWithName(const std::string& name, c
 }
 
 std::shared_ptr<TrProjectInformation> TrProjectInformation::copyProjectInformation() const {
-    const std::shared_ptr<TrProjectInformation> copy(new TrProjectInformation(*this));
+    std::shared_ptr<TrProjectInformation> copy(new TrProjectInformation(*this));
     if (actionInformation_) {
         copy->actionInformation_ = actionInformation_->copyActionInformation();
     }

@@ -134,7 +134,7 @@ std::optional<std::string> TrProjectInformation::PI_MenuDescription() const {
 }
 
 std::optional<std::string> TrProjectInformation::PI_ActionDescription() const {
-    const std::optional<std::string> application =
+    std::optional<std::string> application =
         actionInformation_ ? actionInformation_->projectApplicationName() : std::nullopt;
     if (type_ == "0x0002") {
         return application;

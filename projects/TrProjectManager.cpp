@@ -70,7 +70,7 @@ std::string moveProject(const std::string& path, const std::string& newName) {
     const std::string folder = deletingPathExtension(path);
     const std::string newFolder =
         appendingPathComponent(platform::deletingLastPathComponent(path), projectFileName(newName));
-    const std::string newPath = platform::appendingPathExtension(newFolder, "plg");
+    std::string newPath = platform::appendingPathExtension(newFolder, "plg");
     if (!exMovePath(folder, newFolder)) {
         return path;
     }

@@ -204,7 +204,8 @@ void ScanAssistant::answerScan(const std::vector<std::string>& paths, const std:
         reason += paths.size() > 1 ? " to " + paths.back() : "";
     }
     PSlog("scan failed: %@", reason);
-    post(notifications::didFinishScan, {{"ScanResult", Array{notifications::failedScanMark}}, {"Reason", reason}});
+    post(notifications::didFinishScan,
+         {{"ScanResult", Array{notifications::failedScanMark}}, {"Reason", reason}});
 }
 
 void ScanAssistant::findDriverAtAddress(const Dictionary& request) {

@@ -20,7 +20,7 @@ std::string programNamed(const std::string& name) {
     const char* variable = std::getenv("PATH");
     const std::string folders = variable == nullptr ? "/usr/local/bin:/usr/bin:/bin" : variable;
     for (const std::string& folder : componentsSeparatedByString(folders, ":")) {
-        const std::string program = appendingPathComponent(folder, name);
+        std::string program = appendingPathComponent(folder, name);
         if (!folder.empty() && folder.front() == '/' && ::access(program.c_str(), X_OK) == 0) {
             return program;
         }
