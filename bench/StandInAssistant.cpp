@@ -3,9 +3,11 @@
 // everything else is compared with.
 
 #include "bench/Echo.h"
+#include "platform/linux/bus/BusNames.h"
 #include "platform/linux/bus/SystemdPointers.h"
 
 #include <cstdlib>
+#include <unistd.h>
 
 namespace {
 
@@ -40,7 +42,8 @@ int main() {
     }
     const trigora::platform::BusPointer owned(bus);
     if (sd_bus_add_object_vtable(bus, nullptr, echo::path, echo::interface, methods, nullptr) < 0 ||
-        sd_bus_request_name(bus, echo::name, 0) < 0) {
+        sd_bus_request_name(bus, echo::name, 0) < 0 ||
+        sd_bus_request_name(bus, trigora::platform::bus::processName(::getpid()).c_str(), 0) < 0) {
         return EXIT_FAILURE;
     }
     for (int result = 0; result >= 0;) {
