@@ -36,8 +36,6 @@ constexpr std::string_view modelPrefix = "Model";
 
 using Names = std::vector<std::string>;
 
-bool existsAt(const std::string& path) { return platform::current().fileSystem.exists(path); }
-
 Names namesIn(const std::string& folder) { return exDirectoryContentsAtPath(folder).value_or(Names()); }
 
 /// The installed action with that ID; null when there is none.
@@ -89,7 +87,7 @@ void checkScanSettingsOfProject(const TrProjectInformation& project, Findings& f
         return;
     }
     constexpr const char* consequence = "the project scans with the default settings";
-    if (!existsAt(settings)) {
+    if (!itemExistsAtPath(settings)) {
         findings.push_back({path, "ScanSetting", settings + " is missing", consequence});
     } else if (const auto damaged = damagedScanSettings(path)) {
         findings.push_back({path, "ScanSetting", *damaged + " is damaged", consequence});
@@ -184,7 +182,7 @@ void checkBinding(const std::string& file, const std::string& eventID, const Val
 
 std::string existingBindingsFile(const std::optional<std::string>& modelID) {
     const std::string current = paths::buttonBindingsFile(modelID);
-    return existsAt(current) ? current : paths::formerButtonBindingsFile(modelID);
+    return itemExistsAtPath(current) ? current : paths::formerButtonBindingsFile(modelID);
 }
 
 void checkBindingsOfModel(const std::optional<std::string>& modelID, Findings& findings) {
@@ -277,7 +275,7 @@ void checkWatchedFolders(Findings& findings) {
         findings.push_back({damaged, "", "damaged, or it cannot be read", "no folder in it is watched"});
     }
     const auto settings =
-        existsAt(file) ? platform::current().propertyLists.read(file).value_or(Value()) : Value();
+        itemExistsAtPath(file) ? platform::current().propertyLists.read(file).value_or(Value()) : Value();
     const ListedProjects projects = folderProjects();
     int number = 0;
     for (const auto& watch : TrEventManager::sharedEventManager()->monitorEventList()) {
@@ -296,7 +294,7 @@ void checkNetworkSettings(Findings& findings) {
     for (const std::string& file :
          {utility->networkScanSettingPath(), utility->oldNetworkScanSettingPath()}) {
         const auto value =
-            existsAt(file) ? platform::current().propertyLists.read(file) : Value(Dictionary());
+            itemExistsAtPath(file) ? platform::current().propertyLists.read(file) : Value(Dictionary());
         if (!value || value->dictionary() == nullptr) {
             findings.push_back(
                 {file, "", "damaged, or it cannot be read", "network scan has its default settings"});

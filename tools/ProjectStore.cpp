@@ -29,8 +29,6 @@ constexpr int lastOwnID = 799;
 constexpr std::size_t longestFileName = 255; ///< bytes
 constexpr std::string_view modelPrefix = "Model";
 
-bool existsAt(const std::string& path) { return platform::current().fileSystem.exists(path); }
-
 /// Empty for a file that is missing or damaged.
 Dictionary dictionaryIn(const std::string& path) {
     const std::optional<Value> value = platform::current().propertyLists.read(path);
@@ -54,7 +52,7 @@ std::set<std::optional<std::string>> modelsWithBindings() {
 /// The bindings of a model, as the agent would read them.
 Dictionary bindingsOf(const std::optional<std::string>& model) {
     const std::string current = paths::buttonBindingsFile(model);
-    return dictionaryIn(existsAt(current) ? current : paths::formerButtonBindingsFile(model));
+    return dictionaryIn(itemExistsAtPath(current) ? current : paths::formerButtonBindingsFile(model));
 }
 
 Dictionary watchedFolders() { return dictionaryIn(paths::watchedFolderSettingsFile()); }
@@ -88,7 +86,7 @@ public:
         const std::string folder = platform::deletingPathExtension(file);
         for (const std::string& path : {folder, file, platform::appendingPathComponent(folder, "String.def"),
                                         project.scanSettingsFilePath().value_or(file)}) {
-            if (existsAt(path)) {
+            if (itemExistsAtPath(path)) {
                 contents_[path] = platform::current().fileContents.read(path);
             } else {
                 missing_.push_back(path);
@@ -169,7 +167,8 @@ void ProjectStore::requireFreeName(const std::string& name) const {
     const std::string path = platform::appendingPathComponent(folder(), fileName);
     const bool isNamed =
         std::ranges::any_of(list(), [&](const auto& project) { return project->projectName() == name; });
-    if (isNamed || existsAt(path) || existsAt(platform::appendingPathExtension(path, "plg"))) {
+    if (isNamed || itemExistsAtPath(path) ||
+        itemExistsAtPath(platform::appendingPathExtension(path, "plg"))) {
         throw Failure(failed, "there is a project or file named " + name + " already; choose another name");
     }
 }
@@ -239,12 +238,12 @@ void ProjectStore::remove(const std::shared_ptr<TrProjectInformation>& project) 
     // The manager deletes by name; without one, no other project of the same name keeps this one's files.
     project->setProjectName(std::nullopt);
     handOver(projects);
-    if (existsAt(*project->projectFilePath())) {
+    if (itemExistsAtPath(*project->projectFilePath())) {
         throw Failure(failed,
                       *project->projectFilePath() + " could not be removed; may you not write there?");
     }
     const std::string ownFolder = platform::deletingPathExtension(*project->projectFilePath());
-    if (existsAt(ownFolder)) {
+    if (itemExistsAtPath(ownFolder)) {
         throw Failure(failed, "the project is deleted, but its folder " + ownFolder +
                                   " could not be removed whole; may you not write there?");
     }
