@@ -1,15 +1,15 @@
 // The agent's program: reads its options, puts the system together on the real platform and runs until the
 // session ends.
 
-#include "agent/StatusReport.h"
-#include "agent/TgaApplicationDelegate.h"
-#include "netscan/TgaNetworkSettingsManager.h"
+#include "agent/delegate/StatusReport.h"
+#include "agent/delegate/TgaApplicationDelegate.h"
+#include "netscan/settings/TgaNetworkSettingsManager.h"
 #include "platform/linux/LinuxPlatform.h"
 #include "platform/linux/bus/BusConnection.h"
 #include "platform/linux/bus/BusNames.h"
-#include "platform/linux/bus/LinuxRunLoop.h"
-#include "usbscan/TgaButtonManager.h"
-#include "usbscan/TgaUsbSettingsManager.h"
+#include "platform/linux/loop/LinuxRunLoop.h"
+#include "usbscan/buttons/TgaButtonManager.h"
+#include "usbscan/settings/TgaUsbSettingsManager.h"
 
 #include <csignal>
 #include <cstdlib>

@@ -1,9 +1,9 @@
 #include "bench/InstalledSystem.h"
 
-#include "catalogue/TrActionInformation.h"
+#include "catalogue/actions/TrActionInformation.h"
 #include "files/InstalledPaths.h"
 #include "platform/linux/LinuxPlatform.h"
-#include "projects/TrProjectInformation.h"
+#include "projects/information/TrProjectInformation.h"
 
 #include <cstdlib>
 #include <filesystem>

@@ -4,7 +4,7 @@
 
 #include "bench/Echo.h"
 #include "platform/linux/bus/BusNames.h"
-#include "platform/linux/bus/SystemdPointers.h"
+#include "platform/linux/loop/SystemdPointers.h"
 
 #include <cstdlib>
 #include <unistd.h>

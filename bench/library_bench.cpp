@@ -1,14 +1,14 @@
 // Measures single functions of the system on real files, in a temporary root and home.
 
 #include "bench/Distribution.h"
-#include "catalogue/TrMonitorEventInformation.h"
+#include "catalogue/events/TrMonitorEventInformation.h"
 #include "files/InstalledPaths.h"
 #include "files/TrFilePathUtility.h"
 #include "monitor/TgaSurveillant.h"
-#include "netscan/PanelDriver.h"
-#include "netscan/PanelJobExchange.h"
-#include "netscan/PanelJobList.h"
-#include "netscan/TgaNetworkSettingsManager.h"
+#include "netscan/exchange/PanelJobExchange.h"
+#include "netscan/panel/PanelDriver.h"
+#include "netscan/panel/PanelJobList.h"
+#include "netscan/settings/TgaNetworkSettingsManager.h"
 #include "platform/LowMemory.h"
 #include "tests/fakes/PlatformTest.h"
 

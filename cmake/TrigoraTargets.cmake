@@ -33,22 +33,32 @@ if(TRIGORA_SANITIZE)
   target_link_options(trigora_options INTERFACE -fsanitize=${TRIGORA_SANITIZE})
 endif()
 
-# trigora_floor(NAME [PROGRAM] SOURCES file... LINKS target...)
+# trigora_floors(FOLDER...): the folders of the product from the lowest floor to the highest. What lies in a
+# folder includes and links only what lies in folders that stand before it.
+function(trigora_floors)
+  set_property(GLOBAL PROPERTY trigora_folders ${ARGV})
+  foreach(folder IN LISTS ARGV)
+    add_subdirectory(${folder})
+  endforeach()
+endfunction()
+
+# trigora_floor(NAME SOURCES file... LINKS target...)
 # Notes what the check of the floors has to know.
 function(trigora_floor name)
-  cmake_parse_arguments(PARSE_ARGV 1 arg "PROGRAM" "" "SOURCES;LINKS")
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;LINKS")
   file(RELATIVE_PATH folder ${PROJECT_SOURCE_DIR} ${CMAKE_CURRENT_SOURCE_DIR})
   list(TRANSFORM arg_SOURCES PREPEND "${folder}/")
   string(CONCAT floor
-    "list(APPEND targets ${name})\nset(${name}_folder ${folder})\nset(${name}_isProgram ${arg_PROGRAM})\n"
+    "list(APPEND targets ${name})\nset(${name}_folder ${folder})\n"
     "set(${name}_files \"${arg_SOURCES}\")\nset(${name}_links \"${arg_LINKS}\")\n")
   set_property(GLOBAL APPEND_STRING PROPERTY trigora_floors "${floor}")
 endfunction()
 
-# trigora_check_floors(): adds the test that every file includes only from what its target links.
+# trigora_check_floors(): adds the test that the floors hold.
 function(trigora_check_floors)
+  get_property(folders GLOBAL PROPERTY trigora_folders)
   get_property(floors GLOBAL PROPERTY trigora_floors)
-  file(GENERATE OUTPUT ${PROJECT_BINARY_DIR}/floors.cmake CONTENT "${floors}")
+  file(GENERATE OUTPUT ${PROJECT_BINARY_DIR}/floors.cmake CONTENT "set(folders \"${folders}\")\n${floors}")
   add_test(NAME floors
     COMMAND ${CMAKE_COMMAND} -DSOURCE=${PROJECT_SOURCE_DIR} -DTARGETS=${PROJECT_BINARY_DIR}/floors.cmake
             -P ${PROJECT_SOURCE_DIR}/cmake/CheckFloors.cmake)
@@ -56,11 +66,18 @@ endfunction()
 
 # trigora_library(NAME SOURCES file... [LINKS target...] [USES target...])
 # A library of one floor; LINKS and USES name exactly the targets that it may include from, USES those that
-# only its sources need. Headers without a source of their own are listed where a folder has several libraries.
+# only its sources need. Headers without a source of their own are listed, too.
 function(trigora_library name)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;LINKS;USES")
-  add_library(${name} STATIC ${arg_SOURCES})
-  target_link_libraries(${name} PUBLIC trigora_options ${arg_LINKS} PRIVATE ${arg_USES})
+  set(sources ${arg_SOURCES})
+  list(FILTER sources EXCLUDE REGEX "\\.h$")
+  if(sources)
+    add_library(${name} STATIC ${arg_SOURCES})
+    target_link_libraries(${name} PUBLIC trigora_options ${arg_LINKS} PRIVATE ${arg_USES})
+  else()
+    add_library(${name} INTERFACE)
+    target_link_libraries(${name} INTERFACE trigora_options ${arg_LINKS})
+  endif()
   trigora_floor(${name} SOURCES ${arg_SOURCES} LINKS ${arg_LINKS} ${arg_USES})
 endfunction()
 
@@ -69,7 +86,7 @@ function(trigora_program name)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;LINKS")
   add_executable(${name} ${arg_SOURCES})
   target_link_libraries(${name} PRIVATE trigora_options ${arg_LINKS})
-  trigora_floor(${name} PROGRAM SOURCES ${arg_SOURCES} LINKS ${arg_LINKS})
+  trigora_floor(${name} SOURCES ${arg_SOURCES} LINKS ${arg_LINKS})
 endfunction()
 
 # trigora_test(NAME SOURCES file... LINKS target... [LOCKS resource])

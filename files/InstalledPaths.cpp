@@ -1,5 +1,6 @@
 #include "files/InstalledPaths.h"
 
+#include "platform/FileSystem.h"
 #include "platform/Text.h"
 
 namespace trigora::paths {

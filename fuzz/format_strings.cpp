@@ -2,7 +2,7 @@
 //
 // Input: an integer and a real (8 bytes each), a text, then the format, with a byte 0x1E in between.
 
-#include "agent/PSlog.h"
+#include "agent/log/PSlog.h"
 #include "fuzz/FuzzInput.h"
 #include "platform/Text.h"
 

@@ -7,13 +7,13 @@
 
 #include "files/InstalledPaths.h"
 #include "fuzz/FuzzInput.h"
-#include "netscan/PanelJobExchange.h"
-#include "netscan/PanelJobList.h"
-#include "netscan/PanelRecords.h"
-#include "netscan/TgaNetworkSettingsManager.h"
+#include "netscan/exchange/PanelJobExchange.h"
+#include "netscan/panel/PanelJobList.h"
+#include "netscan/panel/PanelRecords.h"
+#include "netscan/settings/TgaNetworkSettingsManager.h"
 #include "platform/Formats.h"
 #include "tests/netscan/ModuleTest.h"
-#include "usbscan/TgaUsbSettingsManager.h"
+#include "usbscan/settings/TgaUsbSettingsManager.h"
 
 #include <algorithm>
 #include <memory>

@@ -1,13 +1,13 @@
 // The user's settings: one property list in the place of the button bindings, the watched folders and a
 // project's scan settings, read, changed and saved by the classes that own them.
 
-#include "catalogue/TrEventManager.h"
-#include "catalogue/TrMonitorEventInformation.h"
+#include "catalogue/events/TrEventManager.h"
+#include "catalogue/events/TrMonitorEventInformation.h"
 #include "files/InstalledPaths.h"
 #include "fuzz/FuzzInput.h"
 #include "platform/Formats.h"
 #include "platform/Text.h"
-#include "projects/TrProjectInformation.h"
+#include "projects/information/TrProjectInformation.h"
 #include "tests/fakes/PlatformTest.h"
 
 namespace trigora::fuzz {

@@ -2,14 +2,14 @@
 //
 // Input: the file, then the texts beside it, with a byte 0x1E in between.
 
-#include "catalogue/TrActionInformation.h"
-#include "catalogue/TrEventInformation.h"
+#include "catalogue/actions/TrActionInformation.h"
+#include "catalogue/events/TrEventInformation.h"
 #include "files/InstalledPaths.h"
 #include "files/PxDefParser.h"
 #include "files/PxIniParser.h"
 #include "fuzz/FuzzInput.h"
-#include "projects/TrProjectInformation.h"
-#include "projects/TrProjectManager.h"
+#include "projects/information/TrProjectInformation.h"
+#include "projects/manager/TrProjectManager.h"
 #include "tests/fakes/PlatformTest.h"
 
 namespace trigora::fuzz {

@@ -1,14 +1,14 @@
 #include "monitor/TgaSurveillant.h"
 
-#include "agent/Guarded.h"
-#include "catalogue/TrActionInformation.h"
-#include "catalogue/TrMonitorEventInformation.h"
+#include "agent/log/Guarded.h"
+#include "catalogue/actions/TrActionInformation.h"
+#include "catalogue/events/TrMonitorEventInformation.h"
 #include "files/FileManagerExtension.h"
 #include "platform/Platform.h"
 #include "platform/Text.h"
 #include "platform/Workspace.h"
-#include "projects/TrProjectInformation.h"
-#include "projects/TrProjectManager.h"
+#include "projects/information/TrProjectInformation.h"
+#include "projects/manager/TrProjectManager.h"
 
 #include <algorithm>
 #include <iterator>

@@ -113,4 +113,7 @@ public:
 /// The file manager's name for an item: the last component, without "app" when it is an application.
 std::string displayNameAtPath(const std::string& path);
 
+/// Replaces a leading "~" (alone or before "/") with the home folder of the platform in use.
+std::string expandingTildeInPath(std::string_view path);
+
 } // namespace trigora::platform

@@ -1,8 +1,5 @@
 #include "platform/Text.h"
 
-#include "platform/FileSystem.h"
-#include "platform/Platform.h"
-
 #include <algorithm>
 #include <cctype>
 #include <charconv>
@@ -242,13 +239,6 @@ std::string appendingPathComponent(std::string_view path, std::string_view compo
 
 std::string appendingPathExtension(std::string_view path, std::string_view extension) {
     return std::string(withoutTrailingSlashes(path)) + "." + std::string(extension);
-}
-
-std::string expandingTildeInPath(std::string_view path) {
-    if (path.empty() || path.front() != '~' || (path.size() > 1 && path[1] != '/')) {
-        return std::string(path);
-    }
-    return appendingPathComponent(current().folders.home(), path.substr(1));
 }
 
 } // namespace trigora::platform

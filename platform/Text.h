@@ -50,8 +50,6 @@ std::string deletingLastPathComponent(std::string_view path);
 std::string deletingPathExtension(std::string_view path);
 std::string appendingPathComponent(std::string_view path, std::string_view component);
 std::string appendingPathExtension(std::string_view path, std::string_view extension);
-/// Replaces a leading "~" (alone or before "/") with the home folder of the platform in use.
-std::string expandingTildeInPath(std::string_view path);
 
 /// The first four bytes of a text as a four-character code; bytes that are missing count as 0.
 constexpr std::uint32_t leadingFourCharCode(std::string_view text) {

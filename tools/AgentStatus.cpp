@@ -1,6 +1,6 @@
 #include "tools/AgentStatus.h"
 
-#include "agent/StatusReport.h"
+#include "agent/delegate/StatusReport.h"
 #include "platform/Formats.h"
 #include "platform/Platform.h"
 #include "platform/Text.h"

@@ -1,6 +1,6 @@
 #include "tools/Arguments.h"
 
-#include "tools/Command.h"
+#include "tools/Failure.h"
 
 #include <algorithm>
 #include <charconv>

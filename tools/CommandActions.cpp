@@ -1,7 +1,7 @@
 #include "tools/CommandActions.h"
 
-#include "catalogue/TrActionInformation.h"
-#include "catalogue/TrActionManager.h"
+#include "catalogue/actions/TrActionInformation.h"
+#include "catalogue/actions/TrActionManager.h"
 #include "files/InstalledPaths.h"
 #include "tools/InstalledActions.h"
 #include "tools/Report.h"

@@ -1,6 +1,6 @@
 #include "tools/CommandDrivers.h"
 
-#include "catalogue/TrScannerDriverInformation.h"
+#include "catalogue/drivers/TrScannerDriverInformation.h"
 #include "files/InstalledPaths.h"
 #include "files/TrFilePathUtility.h"
 #include "tools/Report.h"

@@ -1,8 +1,8 @@
 #include "tools/CommandEvents.h"
 
-#include "catalogue/TrEventInformation.h"
-#include "catalogue/TrMonitorEventInformation.h"
-#include "catalogue/TrScannerDriverInformation.h"
+#include "catalogue/drivers/TrScannerDriverInformation.h"
+#include "catalogue/events/TrEventInformation.h"
+#include "catalogue/events/TrMonitorEventInformation.h"
 #include "files/InstalledPaths.h"
 #include "platform/Platform.h"
 #include "tools/EventCatalogue.h"

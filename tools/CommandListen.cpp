@@ -1,9 +1,9 @@
 #include "tools/CommandListen.h"
 
 #include "platform/Guarded.h"
-#include "platform/linux/LinuxFormats.h"
 #include "platform/linux/bus/BusNames.h"
 #include "platform/linux/bus/BusValue.h"
+#include "platform/linux/formats/LinuxFormats.h"
 #include "tools/Report.h"
 #include "tools/SessionBus.h"
 

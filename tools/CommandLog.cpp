@@ -1,6 +1,6 @@
 #include "tools/CommandLog.h"
 
-#include "agent/PSlog.h"
+#include "agent/log/PSlog.h"
 #include "files/FileManagerExtension.h"
 #include "platform/Clock.h"
 #include "platform/FileSystem.h"

@@ -1,7 +1,7 @@
 #include "tools/CommandPanel.h"
 
 #include "platform/Text.h"
-#include "simulators/PanelCommands.h"
+#include "simulators/simulation/PanelCommands.h"
 #include "tools/PanelUser.h"
 
 #include <algorithm>

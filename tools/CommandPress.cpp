@@ -1,7 +1,7 @@
 #include "tools/CommandPress.h"
 
-#include "agent/ScanEventMapping.h"
-#include "agent/ScanEventRecord.h"
+#include "agent/service/ScanEventMapping.h"
+#include "agent/service/ScanEventRecord.h"
 #include "platform/Text.h"
 #include "tools/Report.h"
 #include "tools/ScannerModels.h"

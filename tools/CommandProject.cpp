@@ -1,9 +1,9 @@
 #include "tools/CommandProject.h"
 
-#include "catalogue/TrActionInformation.h"
-#include "catalogue/TrScannerDriverInformation.h"
+#include "catalogue/actions/TrActionInformation.h"
+#include "catalogue/drivers/TrScannerDriverInformation.h"
 #include "platform/Text.h"
-#include "projects/TrProjectInformation.h"
+#include "projects/information/TrProjectInformation.h"
 #include "tools/ChangeReport.h"
 #include "tools/InstalledActions.h"
 #include "tools/ProjectCatalogue.h"

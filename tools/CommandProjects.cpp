@@ -1,7 +1,7 @@
 #include "tools/CommandProjects.h"
 
-#include "catalogue/TrActionInformation.h"
-#include "projects/TrProjectInformation.h"
+#include "catalogue/actions/TrActionInformation.h"
+#include "projects/information/TrProjectInformation.h"
 #include "tools/ProjectCatalogue.h"
 #include "tools/Report.h"
 #include "tools/ScannerModels.h"

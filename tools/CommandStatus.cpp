@@ -1,10 +1,10 @@
 #include "tools/CommandStatus.h"
 
-#include "agent/PSlog.h"
+#include "agent/log/PSlog.h"
 #include "platform/FileSystem.h"
 #include "platform/Platform.h"
 #include "platform/Text.h"
-#include "platform/linux/InstallationRoot.h"
+#include "platform/linux/files/InstallationRoot.h"
 #include "tools/AgentStatus.h"
 #include "tools/Report.h"
 #include "tools/SessionBus.h"

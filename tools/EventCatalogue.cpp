@@ -1,7 +1,7 @@
 #include "tools/EventCatalogue.h"
 
-#include "catalogue/TrEventInformation.h"
-#include "catalogue/TrScannerDriverInformation.h"
+#include "catalogue/drivers/TrScannerDriverInformation.h"
+#include "catalogue/events/TrEventInformation.h"
 #include "platform/Text.h"
 #include "tools/Command.h"
 #include "tools/NearMatches.h"

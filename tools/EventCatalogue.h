@@ -1,6 +1,6 @@
 #pragma once
 
-#include "catalogue/TrEventManager.h"
+#include "catalogue/events/TrEventManager.h"
 #include "platform/Value.h"
 #include "tools/ProjectCatalogue.h"
 

@@ -1,6 +1,6 @@
 #include "tools/InstalledActions.h"
 
-#include "catalogue/TrActionInformation.h"
+#include "catalogue/actions/TrActionInformation.h"
 #include "files/FileManagerExtension.h"
 #include "files/InstalledPaths.h"
 #include "files/PxIniParser.h"

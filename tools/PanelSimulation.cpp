@@ -1,7 +1,7 @@
 #include "tools/PanelSimulation.h"
 
-#include "simulators/LocalSocket.h"
-#include "simulators/Simulation.h"
+#include "simulators/simulation/LocalSocket.h"
+#include "simulators/simulation/Simulation.h"
 
 #include <algorithm>
 #include <array>

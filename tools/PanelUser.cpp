@@ -3,7 +3,7 @@
 #include "modules/network_scan.h"
 #include "modules/panel_driver.h"
 #include "platform/Text.h"
-#include "simulators/Simulation.h"
+#include "simulators/simulation/Simulation.h"
 #include "tools/SessionBus.h"
 
 #include <algorithm>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "agent/ScanEventMapping.h"
-#include "agent/ScanEventProject.h"
+#include "agent/service/ScanEventMapping.h"
+#include "agent/service/ScanEventProject.h"
 #include "platform/Value.h"
 #include "tools/RehearsalPlatform.h"
 

@@ -1,7 +1,7 @@
 #include "tools/ProjectCatalogue.h"
 
-#include "catalogue/TrActionInformation.h"
-#include "catalogue/TrScannerDriverInformation.h"
+#include "catalogue/actions/TrActionInformation.h"
+#include "catalogue/drivers/TrScannerDriverInformation.h"
 #include "files/FileManagerExtension.h"
 #include "files/InstalledPaths.h"
 #include "files/PxIniParser.h"
@@ -9,7 +9,7 @@
 #include "platform/FileSystem.h"
 #include "platform/Formats.h"
 #include "platform/Text.h"
-#include "projects/TrProjectInformation.h"
+#include "projects/information/TrProjectInformation.h"
 #include "tools/Command.h"
 #include "tools/NearMatches.h"
 #include "tools/Report.h"

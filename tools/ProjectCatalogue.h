@@ -1,7 +1,7 @@
 #pragma once
 
 #include "platform/Value.h"
-#include "projects/TrProjectManager.h"
+#include "projects/manager/TrProjectManager.h"
 
 #include <memory>
 #include <optional>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "projects/TrProjectManager.h"
+#include "projects/manager/TrProjectManager.h"
 
 #include <memory>
 #include <string>

@@ -8,7 +8,7 @@
 #include "platform/RunLoop.h"
 #include "platform/Text.h"
 #include "platform/Workspace.h"
-#include "platform/linux/LinuxFormats.h"
+#include "platform/linux/formats/LinuxFormats.h"
 #include "tools/OverlayFiles.h"
 #include "tools/Report.h"
 

@@ -3,7 +3,7 @@
 #include "files/StringHelpers.h"
 #include "platform/Formats.h"
 #include "platform/Platform.h"
-#include "platform/linux/InstallationRoot.h"
+#include "platform/linux/files/InstallationRoot.h"
 
 #include <algorithm>
 

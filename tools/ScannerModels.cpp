@@ -1,6 +1,6 @@
 #include "tools/ScannerModels.h"
 
-#include "catalogue/TrScannerDriverInformation.h"
+#include "catalogue/drivers/TrScannerDriverInformation.h"
 #include "files/InstalledPaths.h"
 #include "files/PxIniParser.h"
 #include "files/StringHelpers.h"

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "platform/AppleEvents.h"
-#include "platform/linux/bus/SystemdPointers.h"
+#include "platform/linux/loop/SystemdPointers.h"
 
 #include <optional>
 #include <string>

@@ -1,11 +1,11 @@
 #include "tools/WatchedFolders.h"
 
-#include "catalogue/TrActionInformation.h"
-#include "catalogue/TrMonitorEventInformation.h"
+#include "catalogue/actions/TrActionInformation.h"
+#include "catalogue/events/TrMonitorEventInformation.h"
 #include "platform/FileSystem.h"
 #include "platform/Platform.h"
 #include "platform/Value.h"
-#include "projects/TrProjectInformation.h"
+#include "projects/information/TrProjectInformation.h"
 #include "tools/Report.h"
 
 #include <optional>

@@ -1,10 +1,10 @@
-#include "companions/PScanAssistant/SaneScanners.h"
-#include "companions/PScanAssistant/ScanAssistant.h"
+#include "companions/PScanAssistant/assistant/ScanAssistant.h"
+#include "companions/PScanAssistant/scanners/SaneScanners.h"
 #include "platform/Guarded.h"
 #include "platform/linux/LinuxPlatform.h"
 #include "platform/linux/bus/BusConnection.h"
 #include "platform/linux/bus/BusNames.h"
-#include "platform/linux/bus/LinuxRunLoop.h"
+#include "platform/linux/loop/LinuxRunLoop.h"
 
 #include <csignal>
 #include <cstdlib>

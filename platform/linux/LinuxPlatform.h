@@ -1,7 +1,7 @@
 #pragma once
 
 #include "platform/Platform.h"
-#include "platform/linux/InstallationRoot.h"
+#include "platform/linux/files/InstallationRoot.h"
 
 #include <memory>
 #include <string>

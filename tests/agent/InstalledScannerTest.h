@@ -1,6 +1,6 @@
 #pragma once
 
-#include "agent/TgaServiceManager.h"
+#include "agent/service/TgaServiceManager.h"
 #include "files/InstalledPaths.h"
 #include "tests/agent/ScanEventBytes.h"
 #include "tests/fakes/PlatformTest.h"

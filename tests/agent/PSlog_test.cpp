@@ -1,4 +1,4 @@
-#include "agent/PSlog.h"
+#include "agent/log/PSlog.h"
 
 #include "tests/fakes/PlatformTest.h"
 

@@ -1,4 +1,4 @@
-#include "agent/ScanEventRecord.h"
+#include "agent/service/ScanEventRecord.h"
 #include "tests/agent/ScanEventBytes.h"
 #include "tests/fakes/PlatformTest.h"
 

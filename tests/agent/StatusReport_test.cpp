@@ -1,9 +1,9 @@
-#include "agent/StatusReport.h"
+#include "agent/delegate/StatusReport.h"
 
-#include "agent/TgaServiceManager.h"
+#include "agent/service/TgaServiceManager.h"
 #include "files/InstalledPaths.h"
 #include "platform/Formats.h"
-#include "projects/TrProjectManager.h"
+#include "projects/manager/TrProjectManager.h"
 #include "tests/fakes/PlatformTest.h"
 
 namespace trigora {

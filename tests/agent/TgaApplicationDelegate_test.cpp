@@ -1,4 +1,4 @@
-#include "agent/TgaApplicationDelegate.h"
+#include "agent/delegate/TgaApplicationDelegate.h"
 #include "tests/agent/ScanEventBytes.h"
 #include "tests/fakes/PlatformTest.h"
 

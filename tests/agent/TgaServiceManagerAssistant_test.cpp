@@ -1,6 +1,6 @@
 // What becomes of a press or a run when the scan assistant exits without an answer.
 
-#include "projects/TrProjectManager.h"
+#include "projects/manager/TrProjectManager.h"
 #include "tests/agent/InstalledScannerTest.h"
 
 namespace trigora {

@@ -2,9 +2,9 @@
 
 #include "files/PxIniParser.h"
 #include "files/TrFilePathUtility.h"
-#include "projects/TrProjectManager.h"
-#include "runners/TgaActionRunner.h"
-#include "runners/TgaActionRunnerManager.h"
+#include "projects/manager/TrProjectManager.h"
+#include "runners/actions/TgaActionRunner.h"
+#include "runners/actions/TgaActionRunnerManager.h"
 #include "tests/agent/InstalledScannerTest.h"
 
 #include <new>

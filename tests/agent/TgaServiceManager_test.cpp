@@ -1,6 +1,6 @@
 // From the press of a button to the run of a project, and every way in which that fails.
 
-#include "projects/TrProjectManager.h"
+#include "projects/manager/TrProjectManager.h"
 #include "tests/agent/InstalledScannerTest.h"
 
 namespace trigora {

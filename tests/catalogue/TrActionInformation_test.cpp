@@ -1,6 +1,6 @@
-#include "catalogue/TrActionInformation.h"
+#include "catalogue/actions/TrActionInformation.h"
 
-#include "catalogue/TrActionManager.h"
+#include "catalogue/actions/TrActionManager.h"
 #include "files/InstalledPaths.h"
 #include "tests/fakes/PlatformTest.h"
 

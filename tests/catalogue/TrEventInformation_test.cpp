@@ -1,8 +1,8 @@
-#include "catalogue/TrEventInformation.h"
+#include "catalogue/events/TrEventInformation.h"
 
-#include "catalogue/TrMonitorEventInformation.h"
-#include "catalogue/TrScannerDriverInformation.h"
-#include "catalogue/TrScannerDriverManager.h"
+#include "catalogue/drivers/TrScannerDriverInformation.h"
+#include "catalogue/drivers/TrScannerDriverManager.h"
+#include "catalogue/events/TrMonitorEventInformation.h"
 #include "files/InstalledPaths.h"
 #include "files/PxIniParser.h"
 #include "tests/fakes/PlatformTest.h"

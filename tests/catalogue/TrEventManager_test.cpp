@@ -1,7 +1,7 @@
-#include "catalogue/TrEventManager.h"
+#include "catalogue/events/TrEventManager.h"
 
-#include "catalogue/TrEventInformation.h"
-#include "catalogue/TrMonitorEventInformation.h"
+#include "catalogue/events/TrEventInformation.h"
+#include "catalogue/events/TrMonitorEventInformation.h"
 #include "files/InstalledPaths.h"
 #include "files/PxIniParser.h"
 #include "tests/fakes/PlatformTest.h"

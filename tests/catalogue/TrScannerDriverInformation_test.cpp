@@ -1,4 +1,4 @@
-#include "catalogue/TrScannerDriverInformation.h"
+#include "catalogue/drivers/TrScannerDriverInformation.h"
 
 #include "files/InstalledPaths.h"
 #include "tests/fakes/PlatformTest.h"

@@ -1,6 +1,6 @@
-#include "catalogue/TrScannerDriverManager.h"
+#include "catalogue/drivers/TrScannerDriverManager.h"
 
-#include "catalogue/TrScannerDriverInformation.h"
+#include "catalogue/drivers/TrScannerDriverInformation.h"
 #include "files/InstalledPaths.h"
 #include "tests/fakes/PlatformTest.h"
 

@@ -1,4 +1,4 @@
-#include "companions/PScanAssistant/DocumentFile.h"
+#include "companions/PScanAssistant/documents/DocumentFile.h"
 
 #include "tests/companions/TestPictures.h"
 #include "tests/fakes/PlatformTest.h"

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "companions/PScanAssistant/Scanner.h"
+#include "companions/PScanAssistant/scanners/Scanner.h"
 
 #include <algorithm>
 #include <condition_variable>

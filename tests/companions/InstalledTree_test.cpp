@@ -1,9 +1,9 @@
-#include "catalogue/TrActionManager.h"
-#include "catalogue/TrEventInformation.h"
-#include "catalogue/TrEventManager.h"
-#include "catalogue/TrScannerDriverInformation.h"
-#include "projects/TrProjectInformation.h"
-#include "projects/TrProjectManager.h"
+#include "catalogue/actions/TrActionManager.h"
+#include "catalogue/drivers/TrScannerDriverInformation.h"
+#include "catalogue/events/TrEventInformation.h"
+#include "catalogue/events/TrEventManager.h"
+#include "projects/information/TrProjectInformation.h"
+#include "projects/manager/TrProjectManager.h"
 #include "tests/fakes/PlatformTest.h"
 
 #include <filesystem>

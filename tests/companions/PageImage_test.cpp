@@ -1,4 +1,4 @@
-#include "companions/PScanAssistant/JpegEncoder.h"
+#include "companions/PScanAssistant/documents/JpegEncoder.h"
 #include "tests/companions/TestPictures.h"
 #include "tests/fakes/PlatformTest.h"
 

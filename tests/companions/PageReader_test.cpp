@@ -1,6 +1,6 @@
-#include "companions/PScanAssistant/PageReader.h"
+#include "companions/PScanAssistant/scanning/PageReader.h"
 
-#include "companions/PScanAssistant/ScannerSetup.h"
+#include "companions/PScanAssistant/scanners/ScannerSetup.h"
 #include "tests/companions/FakeScanner.h"
 #include "tests/companions/SaneTestDevice.h"
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "companions/PScanAssistant/SaneScanners.h"
+#include "companions/PScanAssistant/scanners/SaneScanners.h"
 #include "tests/fakes/PlatformTest.h"
 
 #include <cstdlib>

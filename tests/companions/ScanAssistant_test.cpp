@@ -1,4 +1,4 @@
-#include "companions/PScanAssistant/ScanAssistant.h"
+#include "companions/PScanAssistant/assistant/ScanAssistant.h"
 
 #include "files/InstalledPaths.h"
 #include "tests/companions/FakeScanner.h"

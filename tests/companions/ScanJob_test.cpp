@@ -1,4 +1,4 @@
-#include "companions/PScanAssistant/ScanJob.h"
+#include "companions/PScanAssistant/scanning/ScanJob.h"
 
 #include "tests/companions/FakeScanner.h"
 #include "tests/companions/SaneTestDevice.h"

@@ -1,4 +1,4 @@
-#include "companions/PScanAssistant/ScanSettings.h"
+#include "companions/PScanAssistant/settings/ScanSettings.h"
 
 #include <gtest/gtest.h>
 

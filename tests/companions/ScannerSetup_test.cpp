@@ -1,6 +1,6 @@
-#include "companions/PScanAssistant/ScannerSetup.h"
+#include "companions/PScanAssistant/scanners/ScannerSetup.h"
 
-#include "companions/PScanAssistant/DeviceInformation.h"
+#include "companions/PScanAssistant/scanners/DeviceInformation.h"
 #include "tests/companions/FakeScanner.h"
 
 #include <gtest/gtest.h>

@@ -1,10 +1,10 @@
 #pragma once
 
 #include "platform/Platform.h"
-#include "platform/linux/LinuxBundles.h"
-#include "platform/linux/LinuxFiles.h"
-#include "platform/linux/LinuxFormats.h"
-#include "platform/linux/LinuxLowMemory.h"
+#include "platform/linux/files/LinuxFiles.h"
+#include "platform/linux/formats/LinuxFormats.h"
+#include "platform/linux/modules/LinuxBundles.h"
+#include "platform/linux/modules/LinuxLowMemory.h"
 #include "tests/fakes/Fakes.h"
 
 #include <gtest/gtest.h>

@@ -1,7 +1,7 @@
 #include "platform/Text.h"
 #include "platform/linux/bus/BusAppleEvents.h"
 #include "platform/linux/bus/BusNames.h"
-#include "simulators/Simulation.h"
+#include "simulators/simulation/Simulation.h"
 #include "tests/integration/RunningAgentTest.h"
 #include "tools/Command.h"
 #include "tools/PanelSimulation.h"

@@ -2,7 +2,7 @@
 
 #include "platform/linux/bus/BusConnection.h"
 #include "platform/linux/bus/BusNotifications.h"
-#include "platform/linux/bus/LinuxRunLoop.h"
+#include "platform/linux/loop/LinuxRunLoop.h"
 #include "tests/agent/InstalledScannerTest.h"
 #include "tests/fakes/PrivateBus.h"
 

@@ -11,7 +11,7 @@
 
 #include "platform/linux/bus/BusConnection.h"
 #include "platform/linux/bus/BusNotifications.h"
-#include "platform/linux/bus/LinuxRunLoop.h"
+#include "platform/linux/loop/LinuxRunLoop.h"
 #include "tests/integration/AssistantName.h"
 
 #include <cstdlib>

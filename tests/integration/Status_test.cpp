@@ -1,6 +1,6 @@
 // `trigoractl status` with the real agent.
 
-#include "agent/PSlog.h"
+#include "agent/log/PSlog.h"
 #include "tests/integration/RunningAgentTest.h"
 #include "tools/Command.h"
 

@@ -1,11 +1,11 @@
 #include "monitor/TgaSurveillant.h"
 
-#include "catalogue/TrActionInformation.h"
-#include "catalogue/TrMonitorEventInformation.h"
+#include "catalogue/actions/TrActionInformation.h"
+#include "catalogue/events/TrMonitorEventInformation.h"
 #include "files/PxIniParser.h"
 #include "files/TrFilePathUtility.h"
-#include "projects/TrProjectInformation.h"
-#include "projects/TrProjectManager.h"
+#include "projects/information/TrProjectInformation.h"
+#include "projects/manager/TrProjectManager.h"
 #include "tests/fakes/PlatformTest.h"
 
 #include <filesystem>

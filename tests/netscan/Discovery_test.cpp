@@ -1,5 +1,5 @@
-#include "agent/TgaServiceManager.h"
-#include "netscan/DriverNames.h"
+#include "agent/service/TgaServiceManager.h"
+#include "netscan/settings/DriverNames.h"
 #include "platform/LowMemory.h"
 #include "tests/netscan/NetworkPanelTest.h"
 

@@ -1,4 +1,4 @@
-#include "netscan/DriverNames.h"
+#include "netscan/settings/DriverNames.h"
 
 #include "files/InstalledPaths.h"
 #include "tests/fakes/PlatformTest.h"

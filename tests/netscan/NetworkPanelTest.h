@@ -1,8 +1,8 @@
 #pragma once
 
 #include "files/InstalledPaths.h"
-#include "netscan/PanelJobExchange.h"
-#include "netscan/TgaNetworkSettingsManager.h"
+#include "netscan/exchange/PanelJobExchange.h"
+#include "netscan/settings/TgaNetworkSettingsManager.h"
 #include "tests/netscan/ModuleTest.h"
 
 namespace trigora::test {

@@ -1,9 +1,9 @@
-#include "agent/TgaServiceManager.h"
-#include "netscan/PanelDriver.h"
+#include "agent/service/TgaServiceManager.h"
+#include "netscan/panel/PanelDriver.h"
 #include "platform/LowMemory.h"
-#include "projects/ProjectRunning.h"
+#include "projects/manager/ProjectRunning.h"
 #include "tests/netscan/NetworkPanelTest.h"
-#include "usbscan/TgaButtonManager.h"
+#include "usbscan/buttons/TgaButtonManager.h"
 
 namespace trigora {
 

@@ -1,5 +1,5 @@
-#include "netscan/PanelDriver.h"
-#include "netscan/PanelRecords.h"
+#include "netscan/panel/PanelDriver.h"
+#include "netscan/panel/PanelRecords.h"
 #include "platform/Bundles.h"
 #include "platform/Platform.h"
 #include "tests/netscan/NetworkPanelTest.h"

@@ -1,4 +1,4 @@
-#include "netscan/TgaNetworkSettingsManager.h"
+#include "netscan/settings/TgaNetworkSettingsManager.h"
 
 #include "files/InstalledPaths.h"
 #include "tests/netscan/ModuleTest.h"

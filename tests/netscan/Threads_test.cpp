@@ -1,8 +1,8 @@
-#include "agent/TgaApplicationDelegate.h"
+#include "agent/delegate/TgaApplicationDelegate.h"
 #include "tests/agent/ScanEventBytes.h"
 #include "tests/netscan/NetworkPanelTest.h"
-#include "usbscan/TgaButtonManager.h"
-#include "usbscan/TgaUsbSettingsManager.h"
+#include "usbscan/buttons/TgaButtonManager.h"
+#include "usbscan/settings/TgaUsbSettingsManager.h"
 
 #include <thread>
 

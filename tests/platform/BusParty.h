@@ -4,7 +4,7 @@
 #include "platform/linux/bus/BusConnection.h"
 #include "platform/linux/bus/BusNames.h"
 #include "platform/linux/bus/BusNotifications.h"
-#include "platform/linux/bus/LinuxRunLoop.h"
+#include "platform/linux/loop/LinuxRunLoop.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 #include "platform/Bundles.h"
-#include "platform/linux/LinuxIDConverter.h"
+#include "platform/linux/modules/LinuxIDConverter.h"
 #include "tests/fakes/PlatformTest.h"
 
 #include <filesystem>

@@ -1,6 +1,6 @@
 #include "platform/Text.h"
 #include "platform/linux/bus/BusValue.h"
-#include "platform/linux/bus/LinuxClock.h"
+#include "platform/linux/loop/LinuxClock.h"
 #include "tests/fakes/Journal.h"
 #include "tests/fakes/PrivateBus.h"
 #include "tests/platform/BusParty.h"

@@ -3,10 +3,10 @@
 #include "platform/DistributedNotifications.h"
 #include "platform/FileSystem.h"
 #include "platform/RunLoop.h"
-#include "platform/linux/LinuxAlertPanel.h"
 #include "platform/linux/LinuxPlatform.h"
 #include "platform/linux/bus/BusConnection.h"
-#include "platform/linux/bus/SystemdPointers.h"
+#include "platform/linux/desktop/LinuxAlertPanel.h"
+#include "platform/linux/loop/SystemdPointers.h"
 #include "tests/fakes/Fakes.h"
 #include "tests/fakes/PrivateBus.h"
 

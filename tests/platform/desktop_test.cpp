@@ -1,7 +1,7 @@
-#include "platform/linux/LinuxFiles.h"
-#include "platform/linux/LinuxStringTable.h"
-#include "platform/linux/LinuxSystemInformation.h"
-#include "platform/linux/LinuxUserDefaults.h"
+#include "platform/linux/desktop/LinuxStringTable.h"
+#include "platform/linux/desktop/LinuxSystemInformation.h"
+#include "platform/linux/desktop/LinuxUserDefaults.h"
+#include "platform/linux/files/LinuxFiles.h"
 #include "tests/fakes/PlatformTest.h"
 
 #include <cstdlib>

@@ -1,4 +1,4 @@
-#include "platform/linux/LinuxFiles.h"
+#include "platform/linux/files/LinuxFiles.h"
 #include "tests/fakes/PlatformTest.h"
 
 #include <array>

@@ -1,4 +1,4 @@
-#include "platform/linux/LinuxFormats.h"
+#include "platform/linux/formats/LinuxFormats.h"
 #include "tests/fakes/PlatformTest.h"
 
 #include <chrono>

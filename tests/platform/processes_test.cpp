@@ -1,5 +1,5 @@
-#include "platform/linux/LinuxProcesses.h"
-#include "platform/linux/LinuxWorkspace.h"
+#include "platform/linux/desktop/LinuxWorkspace.h"
+#include "platform/linux/processes/LinuxProcesses.h"
 #include "tests/fakes/PlatformTest.h"
 
 #include <algorithm>

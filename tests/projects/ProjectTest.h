@@ -1,12 +1,13 @@
 #pragma once
 
-#include "catalogue/TrScannerDriverInformation.h"
-#include "catalogue/TrScannerDriverManager.h"
+#include "catalogue/drivers/TrScannerDriverInformation.h"
+#include "catalogue/drivers/TrScannerDriverManager.h"
 #include "files/InstalledPaths.h"
 #include "files/PxDefParser.h"
 #include "files/PxIniParser.h"
 #include "files/TrFilePathUtility.h"
-#include "projects/TrProjectInformation.h"
+#include "platform/FileSystem.h"
+#include "projects/information/TrProjectInformation.h"
 #include "tests/fakes/PlatformTest.h"
 
 namespace trigora::test {

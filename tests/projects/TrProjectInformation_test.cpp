@@ -1,4 +1,4 @@
-#include "catalogue/TrActionInformation.h"
+#include "catalogue/actions/TrActionInformation.h"
 #include "tests/projects/ProjectTest.h"
 
 #include <filesystem>

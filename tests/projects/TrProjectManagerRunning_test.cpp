@@ -1,14 +1,14 @@
 // Running a project: which runner is made and filled how, what the scanning side is told, and who clears the
 // running flag.
 
-#include "catalogue/TrActionInformation.h"
-#include "projects/TrProjectManager.h"
-#include "runners/TgaActionRunnerCopy.h"
-#include "runners/TgaActionRunnerEPS.h"
-#include "runners/TgaActionRunnerLauncher.h"
-#include "runners/TgaActionRunnerManager.h"
-#include "runners/TgaActionRunnerPageManager.h"
-#include "runners/TgaActionRunnerPeloxScan.h"
+#include "catalogue/actions/TrActionInformation.h"
+#include "projects/manager/TrProjectManager.h"
+#include "runners/actions/TgaActionRunnerCopy.h"
+#include "runners/actions/TgaActionRunnerEPS.h"
+#include "runners/actions/TgaActionRunnerLauncher.h"
+#include "runners/actions/TgaActionRunnerManager.h"
+#include "runners/actions/TgaActionRunnerPageManager.h"
+#include "runners/actions/TgaActionRunnerPeloxScan.h"
 #include "tests/projects/ProjectTest.h"
 
 #include <typeindex>

@@ -1,5 +1,5 @@
-#include "catalogue/TrEventInformation.h"
-#include "projects/TrProjectManager.h"
+#include "catalogue/events/TrEventInformation.h"
+#include "projects/manager/TrProjectManager.h"
 #include "tests/projects/ProjectTest.h"
 
 #include <array>

@@ -1,9 +1,9 @@
 // The runners that start an application for a scanner: the page manager's, the copy and the photo runner.
 
-#include "runners/LaunchRecord.h"
-#include "runners/TgaActionRunnerCopy.h"
-#include "runners/TgaActionRunnerEPS.h"
-#include "runners/TgaActionRunnerPageManager.h"
+#include "runners/actions/LaunchRecord.h"
+#include "runners/actions/TgaActionRunnerCopy.h"
+#include "runners/actions/TgaActionRunnerEPS.h"
+#include "runners/actions/TgaActionRunnerPageManager.h"
 #include "tests/runners/RunnerTest.h"
 
 namespace trigora {

@@ -1,4 +1,4 @@
-#include "runners/LaunchRecord.h"
+#include "runners/actions/LaunchRecord.h"
 
 #include <gtest/gtest.h>
 

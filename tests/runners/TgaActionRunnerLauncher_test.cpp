@@ -1,6 +1,6 @@
-#include "runners/TgaActionRunnerLauncher.h"
+#include "runners/actions/TgaActionRunnerLauncher.h"
 
-#include "catalogue/TrActionInformation.h"
+#include "catalogue/actions/TrActionInformation.h"
 #include "tests/runners/RunnerTest.h"
 
 namespace trigora {

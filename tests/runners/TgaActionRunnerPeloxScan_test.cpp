@@ -1,4 +1,4 @@
-#include "runners/TgaActionRunnerPeloxScan.h"
+#include "runners/actions/TgaActionRunnerPeloxScan.h"
 
 #include "tests/runners/RunnerTest.h"
 

@@ -1,4 +1,4 @@
-#include "runners/TrLaunchApplicationManager.h"
+#include "runners/launch/TrLaunchApplicationManager.h"
 
 #include "tests/fakes/PlatformTest.h"
 

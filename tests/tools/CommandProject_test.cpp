@@ -1,8 +1,8 @@
-#include "projects/TrProjectInformation.h"
+#include "projects/information/TrProjectInformation.h"
 #include "tests/tools/SettingsCommandTest.h"
 #include "tools/ScanSettingKeys.h"
 
-#include "catalogue/TrActionInformation.h"
+#include "catalogue/actions/TrActionInformation.h"
 #include "files/PxDefParser.h"
 #include "files/PxIniParser.h"
 

@@ -28,7 +28,7 @@ protected:
         const std::string script =
             "export HOME='" + home + "' TRIGORA_ROOT='" + root_ +
             "' DBUS_SESSION_BUS_ADDRESS=unix:path=/nonexistent; source '" TRIGORA_SOURCE
-            "/tools/trigoractl.bash'; COMP_WORDS=('" TRIGORACTL "'); COMP_LINE='" +
+            "/tools/trigoractl/trigoractl.bash'; COMP_WORDS=('" TRIGORACTL "'); COMP_LINE='" +
             line + "'; COMP_POINT=${#COMP_LINE}; _trigoractl; echo ${COMPREPLY[@]}";
         std::ofstream(home + "/complete.bash") << script;
         FILE* shell = popen(("bash '" + home + "/complete.bash'").c_str(), "r");

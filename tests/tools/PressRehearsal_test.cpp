@@ -1,11 +1,11 @@
 // A rehearsed press and a real one must come to the same: the agent's service manager and the rehearsal are
 // both driven over the same installation, press by press.
 
-#include "agent/TgaServiceManager.h"
-#include "catalogue/TrEventManager.h"
+#include "agent/service/TgaServiceManager.h"
+#include "catalogue/events/TrEventManager.h"
 #include "files/PxIniParser.h"
-#include "projects/TrProjectManager.h"
-#include "runners/TgaActionRunnerManager.h"
+#include "projects/manager/TrProjectManager.h"
+#include "runners/actions/TgaActionRunnerManager.h"
 #include "tests/agent/ScanEventBytes.h"
 #include "tests/tools/SettingsCommandTest.h"
 #include "tools/PressRehearsal.h"

@@ -2,7 +2,7 @@
 
 #include "files/InstalledPaths.h"
 #include "platform/linux/bus/BusNames.h"
-#include "platform/linux/bus/SystemdPointers.h"
+#include "platform/linux/loop/SystemdPointers.h"
 #include "tests/fakes/PlatformTest.h"
 #include "tests/fakes/PrivateBus.h"
 #include "tools/Command.h"

@@ -1,4 +1,4 @@
-#include "usbscan/TgaButtonManager.h"
+#include "usbscan/buttons/TgaButtonManager.h"
 
 #include "files/InstalledPaths.h"
 #include "platform/Bundles.h"

@@ -1,4 +1,4 @@
-#include "usbscan/TgaUsbSettingsManager.h"
+#include "usbscan/settings/TgaUsbSettingsManager.h"
 
 #include "files/InstalledPaths.h"
 #include "platform/Text.h"

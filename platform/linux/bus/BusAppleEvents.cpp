@@ -1,9 +1,9 @@
 #include "platform/linux/bus/BusAppleEvents.h"
 
 #include "platform/Guarded.h"
-#include "platform/linux/FileDescriptor.h"
-#include "platform/linux/ProcessStatus.h"
 #include "platform/linux/bus/BusNames.h"
+#include "platform/linux/files/FileDescriptor.h"
+#include "platform/linux/processes/ProcessStatus.h"
 
 #include <poll.h>
 #include <sys/syscall.h>

@@ -1,7 +1,7 @@
 #include "platform/linux/bus/BusConnection.h"
 
 #include "platform/Guarded.h"
-#include "platform/linux/bus/LinuxClock.h"
+#include "platform/linux/loop/LinuxClock.h"
 
 #include <cerrno>
 #include <cstdint>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "platform/linux/bus/LinuxRunLoop.h"
-#include "platform/linux/bus/SystemdPointers.h"
+#include "platform/linux/loop/LinuxRunLoop.h"
+#include "platform/linux/loop/SystemdPointers.h"
 
 #include <atomic>
 #include <functional>

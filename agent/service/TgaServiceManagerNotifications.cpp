@@ -1,0 +1,132 @@
+// What the service manager does when another application reports something.
+
+#include "agent/service/TgaServiceManager.h"
+#include "files/NotificationNames.h"
+
+#include "agent/log/Guarded.h"
+#include "catalogue/drivers/TrScannerDriverInformation.h"
+#include "files/PxIniParser.h"
+#include "platform/Platform.h"
+#include "projects/information/TrProjectInformation.h"
+#include "projects/manager/TrProjectManager.h"
+#include "runners/actions/TgaActionRunner.h"
+#include "runners/actions/TgaActionRunnerManager.h"
+#include "runners/launch/TrLaunchApplicationManager.h"
+
+namespace trigora {
+
+namespace {
+
+Dictionary userInfoOf(const platform::Notification& notification) {
+    return notification.userInfo.value_or(Dictionary{});
+}
+
+/// The paths among the entries of "ScanResult".
+std::vector<std::string> textsOf(const Array& list) {
+    std::vector<std::string> texts;
+    for (const Value& entry : list) {
+        if (const std::string* text = entry.text()) {
+            texts.push_back(*text);
+        }
+    }
+    return texts;
+}
+
+} // namespace
+
+void TgaServiceManager::postScanEventDidFinish() {
+    platform::current().notifications.post(notifications::scanEventDidFinish, std::nullopt, false);
+}
+
+void TgaServiceManager::SM_ScanDidFinish(const platform::Notification& notification) {
+    const std::optional<Array> scanResult = platform::arrayAt(userInfoOf(notification), "ScanResult");
+    const auto runnerManager = TgaActionRunnerManager::sharedActionRunnerManager();
+    if (const auto runner = runnerManager->currentActionRunner(); runner && scanResult) {
+        guarded("-[TgaServiceManager SM_ScanDidFinish:]", [&] {
+            runner->setScanDataFileList(textsOf(*scanResult));
+            runner->performAction();
+        });
+    }
+    runnerManager->setCurrentActionRunner(nullptr);
+    TrLaunchApplicationManager::sharedLaunchApplicationManager()->terminateScanAssistantWithWait();
+    TrProjectManager::sharedProjectManager()->setRunningProjectStatus(false);
+    postScanEventDidFinish();
+}
+
+void TgaServiceManager::SM_PeloxScanLaunchingDidFinish(const platform::Notification&) {
+    TrLaunchApplicationManager::sharedLaunchApplicationManager()->terminateScanAssistant();
+}
+
+void TgaServiceManager::SM_ReplyDriverNameWithIPAddressDidFinish(const platform::Notification& notification) {
+    if (auto driverName = platform::textAt(userInfoOf(notification), "DriverName")) {
+        const std::lock_guard lock(mutex_);
+        string_ScannerName = std::move(driverName);
+    }
+    TrLaunchApplicationManager::sharedLaunchApplicationManager()->terminateScanAssistantWithWait();
+}
+
+void TgaServiceManager::SM_ScanSettingsDidChange(const platform::Notification&) { SM_RefreshDataManager(); }
+
+void TgaServiceManager::SM_MonitorFolderSettingsDidChange(const platform::Notification&) {
+    SM_RefreshDataManager();
+    SM_RunMonitorFolder();
+}
+
+void TgaServiceManager::SM_TestScanningWillStart(const platform::Notification& notification) {
+    const Dictionary userInfo = userInfoOf(notification);
+    const Dictionary driverInfo =
+        platform::dictionaryAt(userInfo, "TestScanDriverInfo").value_or(Dictionary{});
+    if (!platform::textAt(driverInfo, "DriverInfoDrivername")) {
+        postScanEventDidFinish();
+        return;
+    }
+    const auto launcher = TrLaunchApplicationManager::sharedLaunchApplicationManager();
+    launcher->terminateScanAssistantWithWait();
+    dictionary_TestScanInfo = userInfo;
+    launcher->launchScanAssistantWithWait();
+    const std::optional<Dictionary> deviceInfo = platform::dictionaryAt(userInfo, "TestScanDeviceInfo");
+    const std::int32_t result = deviceInfo ? SM_RunTestScan(*deviceInfo) : -1;
+    dictionary_TestScanInfo.reset();
+    if (result != 0) {
+        postScanEventDidFinish();
+    }
+}
+
+std::int32_t TgaServiceManager::SM_RunTestScan(const Dictionary& deviceInfo) {
+    const Dictionary testScanInfo = dictionary_TestScanInfo.value_or(Dictionary{});
+    const auto driverInfo = platform::dictionaryAt(testScanInfo, "TestScanDriverInfo");
+    if (!driverInfo) {
+        return -1;
+    }
+    const auto driver = TrScannerDriverInformation::initWithDriverInformation(*driverInfo);
+    driver->setDeviceInfo(deviceInfo);
+    const auto project = testScanProject(driver->driverName());
+    const std::optional<std::string> eventID = platform::textAt(testScanInfo, "TestScanEventID");
+    if (!project || !eventID) {
+        return -1;
+    }
+    watchScanAssistant(); // before it is asked to scan, which may be the end of it
+    TrProjectManager::sharedProjectManager()->runProject(project, driver, *eventID,
+                                                         addressOfDriver(driver->driverName()));
+    return 0;
+}
+
+std::shared_ptr<TrProjectInformation>
+TgaServiceManager::testScanProject(const std::optional<std::string>& driverName) const {
+    const Dictionary testScanInfo = dictionary_TestScanInfo.value_or(Dictionary{});
+    const std::optional<std::string> path = platform::textAt(testScanInfo, "TestScanProjectFilePath");
+    const std::optional<Dictionary> settings = platform::dictionaryAt(testScanInfo, "TestScanScanSettings");
+    if (!path || !settings) {
+        return nullptr;
+    }
+    // The file is read afresh and forgotten again: what is given for the test never lingers.
+    const auto parser = PxIniParser::sharedParser();
+    parser->removeItemAtPath(*path);
+    auto project = TrProjectInformation::initWithPath(*path);
+    project->setScanSettings(*settings);
+    project->setDriverNameAtScanSettings(driverName);
+    parser->removeItemAtPath(*path);
+    return project;
+}
+
+} // namespace trigora

@@ -1,0 +1,20 @@
+#include "companions/PScanAssistant/documents/DocumentWriter.h"
+
+namespace trigora::companions {
+
+std::unique_ptr<DocumentWriter> makeDocumentWriter(const ScanSettings& settings, const DocumentFile& file) {
+    switch (settings.fileFormat) {
+    case FileFormat::jpeg:
+        return makeJpegWriter(settings, file);
+    case FileFormat::pdf:
+        return makePdfWriter(settings, file);
+    case FileFormat::bmp:
+        return makeBmpWriter(file);
+    case FileFormat::tiff:
+    case FileFormat::multiPageTiff:
+        return makeTiffWriter(settings, file);
+    }
+    return nullptr;
+}
+
+} // namespace trigora::companions

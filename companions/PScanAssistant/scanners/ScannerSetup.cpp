@@ -1,0 +1,267 @@
+#include "companions/PScanAssistant/scanners/ScannerSetup.h"
+
+#include "platform/Text.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <initializer_list>
+
+namespace trigora::companions {
+
+namespace {
+
+constexpr double millimetresPerInch = 25.4;
+
+using Words = std::initializer_list<std::string_view>;
+
+bool containsAny(const std::string& text, const Words& words) {
+    const std::string lowered = platform::lowercased(text);
+    return std::ranges::any_of(
+        words, [&](std::string_view word) { return lowered.find(word) != std::string::npos; });
+}
+
+bool isDuplex(const std::string& source) { return containsAny(source, {"duplex", "both sides"}); }
+bool isFeeder(const std::string& source) {
+    return isDuplex(source) || containsAny(source, {"adf", "feeder"});
+}
+bool isTable(const std::string& source) {
+    return !isFeeder(source) && containsAny(source, {"flatbed", "table", "platen", "normal"});
+}
+
+std::optional<std::string> firstText(const ScannerOption* option, bool (*wanted)(const std::string&)) {
+    if (option == nullptr) {
+        return std::nullopt;
+    }
+    const auto found = std::ranges::find_if(option->texts, wanted);
+    return found == option->texts.end() ? std::nullopt : std::optional(*found);
+}
+
+bool isSingleSided(const std::string& source) { return isFeeder(source) && !isDuplex(source); }
+
+/// Some scanners have both sides as a mode of their one feeder.
+bool setBothSides(Scanner& scanner, bool bothSides) {
+    const std::vector<ScannerOption> options = scanner.options();
+    if (const ScannerOption* mode = settableOption(options, "adf-mode")) {
+        const std::optional<std::string> text = firstText(
+            mode, bothSides ? isDuplex : [](const std::string& name) { return !isDuplex(name); });
+        return text && scanner.set(mode->name, *text);
+    }
+    const ScannerOption* duplex = settableOption(options, "duplex");
+    return duplex != nullptr && duplex->isBoolean && scanner.set(duplex->name, bothSides);
+}
+
+bool hasBothSidesMode(const std::vector<ScannerOption>& options) {
+    const ScannerOption* duplex = settableOption(options, "duplex");
+    return firstText(settableOption(options, "adf-mode"), isDuplex) ||
+           (duplex != nullptr && duplex->isBoolean);
+}
+
+DocumentSource availableSource(const PaperPaths& paths, DocumentSource wanted) {
+    if ((wanted == DocumentSource::duplexFeeder && paths.hasDuplexFeeder) ||
+        (wanted == DocumentSource::feeder && paths.hasFeeder) ||
+        (wanted == DocumentSource::table && paths.hasTable)) {
+        return wanted;
+    }
+    return paths.hasFeeder && (paths.feederHasPaper || !paths.hasTable) ? DocumentSource::feeder
+                                                                        : DocumentSource::table;
+}
+
+struct ModeNames {
+    std::optional<std::string> colour;
+    std::optional<std::string> grey;
+    std::optional<std::string> lineArt;
+};
+
+/// The mode with the name itself; else one with any of the words in its name, if possible without one of
+/// those that tell of a poorer kind ("Gray[Error Diffusion]" beside "True Gray", "Color Lineart" beside
+/// "Lineart").
+std::optional<std::string> modeWith(const ScannerOption& mode, std::string_view name, const Words& words,
+                                    const Words& poorer) {
+    for (const auto& text : mode.texts) {
+        if (platform::lowercased(text) == name) {
+            return text;
+        }
+    }
+    std::optional<std::string> found;
+    for (const auto& text : mode.texts) {
+        if (!containsAny(text, words)) {
+            continue;
+        }
+        if (!containsAny(text, poorer)) {
+            return text;
+        }
+        found = found ? found : text;
+    }
+    return found;
+}
+
+ModeNames modeNames(const ScannerOption& mode) {
+    return {modeWith(mode, "color", {"colo"}, {"diffusion", "dither", "halftone", "lineart"}),
+            modeWith(mode, "gray", {"gray", "grey"}, {"diffusion", "dither", "halftone", "lineart"}),
+            modeWith(mode, "lineart", {"lineart", "line art", "binary", "black", "monochrome"},
+                     {"diffusion", "dither", "halftone", "colo"})};
+}
+
+/// The mode that comes nearest; none when the scanner has none of them.
+std::optional<std::string> nearestMode(const ModeNames& names, ImageType type) {
+    std::array<std::optional<std::string>, 3> preferred{names.colour, names.grey, names.lineArt};
+    if (type == ImageType::grey) {
+        preferred = {names.grey, names.colour, names.lineArt};
+    } else if (type == ImageType::blackAndWhite) {
+        preferred = {names.lineArt, names.grey, names.colour};
+    }
+    const auto chosen = std::ranges::find_if(preferred, [](const auto& name) { return name.has_value(); });
+    return chosen == preferred.end() ? std::nullopt : *chosen;
+}
+
+bool chooseMode(Scanner& scanner, ImageType type) {
+    const std::vector<ScannerOption> options = scanner.options();
+    const ScannerOption* mode = settableOption(options, "mode");
+    if (mode == nullptr) {
+        return true;
+    }
+    const ModeNames names = modeNames(*mode);
+    const std::optional<std::string> chosen = nearestMode(names, type);
+    if (chosen && !scanner.set("mode", *chosen)) {
+        return false;
+    }
+    if (chosen && chosen == names.lineArt) {
+        return true; // has its depth by itself
+    }
+    const std::vector<ScannerOption> newOptions = scanner.options();
+    const ScannerOption* depth = settableOption(newOptions, "depth");
+    const double bits = type == ImageType::blackAndWhite && chosen == names.grey ? 1 : 8;
+    if (depth != nullptr && std::ranges::find(depth->numbers, bits) != depth->numbers.end()) {
+        scanner.set("depth", bits);
+    }
+    return true;
+}
+
+double nearest(const ScannerOption& option, double wanted) {
+    if (!option.numbers.empty()) {
+        return *std::ranges::min_element(option.numbers, {},
+                                         [&](double number) { return std::abs(number - wanted); });
+    }
+    if (option.least && option.most && *option.least <= *option.most) {
+        return std::clamp(wanted, *option.least, *option.most);
+    }
+    return wanted;
+}
+
+/// The resolution that the scanner ends up with; none when it refuses.
+std::optional<double> chooseResolution(Scanner& scanner, double wanted) {
+    const std::vector<ScannerOption> options = scanner.options();
+    const ScannerOption* resolution = resolutionOption(options);
+    if (resolution == nullptr) {
+        return wanted;
+    }
+    const double chosen = nearest(*resolution, wanted);
+    if (!scanner.set(resolution->name, chosen)) {
+        return std::nullopt;
+    }
+    if (const ScannerOption* vertical = settableOption(options, "y-resolution")) {
+        scanner.set(vertical->name, nearest(*vertical, chosen));
+    }
+    const std::optional<ScannerValue> now = scanner.value(resolution->name);
+    const double* number = now ? std::get_if<double>(&*now) : nullptr;
+    return number != nullptr && *number >= 1 ? *number : chosen;
+}
+
+/// Puts one end of the scan area as near to a place (in millimetres) as it can be; a scanner that has no
+/// such end or refuses keeps its own.
+void chooseEdge(Scanner& scanner, const std::string& name, double millimetres, double resolution) {
+    const std::vector<ScannerOption> options = scanner.options();
+    const ScannerOption* edge = settableOption(options, name);
+    if (edge == nullptr) {
+        return;
+    }
+    const bool inPixels = edge->unit == ScannerOption::Unit::pixels;
+    scanner.set(name, nearest(*edge, inPixels ? std::floor(millimetres / millimetresPerInch * resolution)
+                                              : millimetres));
+}
+
+void chooseArea(Scanner& scanner, const PaperSize& paper, double resolution) {
+    chooseEdge(scanner, "page-width", paper.width, resolution);
+    chooseEdge(scanner, "page-height", paper.height, resolution);
+    chooseEdge(scanner, "tl-x", 0, resolution);
+    chooseEdge(scanner, "tl-y", 0, resolution);
+    chooseEdge(scanner, "br-x", paper.width, resolution);
+    chooseEdge(scanner, "br-y", paper.height, resolution);
+}
+
+} // namespace
+
+const ScannerOption* settableOption(const std::vector<ScannerOption>& options, const std::string& name) {
+    const auto found = std::ranges::find(options, name, &ScannerOption::name);
+    return found != options.end() && found->settable ? &*found : nullptr;
+}
+
+const ScannerOption* resolutionOption(const std::vector<ScannerOption>& options) {
+    const ScannerOption* option = settableOption(options, "resolution");
+    return option != nullptr ? option : settableOption(options, "x-resolution");
+}
+
+PaperPaths paperPaths(Scanner& scanner) {
+    const std::vector<ScannerOption> options = scanner.options();
+    const ScannerOption* source = settableOption(options, "source");
+    PaperPaths paths;
+    paths.hasFeeder = firstText(source, isFeeder).has_value();
+    paths.hasDuplexFeeder = firstText(source, isDuplex) || (paths.hasFeeder && hasBothSidesMode(options));
+    // A scanner without a choice of sources has one place for documents.
+    paths.hasTable = firstText(source, isTable) || !paths.hasFeeder;
+    const std::optional<ScannerValue> loaded = scanner.value("page-loaded");
+    paths.feederHasPaper = paths.hasFeeder && loaded == ScannerValue(true);
+    return paths;
+}
+
+bool chooseSource(Scanner& scanner, DocumentSource source) {
+    const std::vector<ScannerOption> options = scanner.options();
+    const ScannerOption* option = settableOption(options, "source");
+    if (option == nullptr) {
+        return true;
+    }
+    std::optional<std::string> name;
+    switch (source) {
+    case DocumentSource::automatic:
+        return true;
+    case DocumentSource::table:
+        name = firstText(option, isTable);
+        break;
+    case DocumentSource::feeder:
+        name = firstText(option, isSingleSided);
+        break;
+    case DocumentSource::duplexFeeder:
+        name = firstText(option, isDuplex);
+        if (!name) {
+            name = firstText(option, isFeeder);
+            return name && scanner.set("source", *name) && setBothSides(scanner, true);
+        }
+        break;
+    }
+    if (!name && source == DocumentSource::feeder) {
+        name = firstText(option, isFeeder);
+    }
+    if (name && !scanner.set("source", *name)) {
+        return false;
+    }
+    if (source == DocumentSource::feeder) {
+        setBothSides(scanner, false);
+    }
+    return true;
+}
+
+std::optional<ScannerSetup> setUp(Scanner& scanner, const ScanSettings& settings) {
+    const DocumentSource source = availableSource(paperPaths(scanner), settings.documentSource);
+    if (!chooseSource(scanner, source) || !chooseMode(scanner, settings.imageType)) {
+        return std::nullopt;
+    }
+    const std::optional<double> resolution = chooseResolution(scanner, settings.resolution);
+    if (!resolution) {
+        return std::nullopt;
+    }
+    chooseArea(scanner, settings.paper, *resolution);
+    return ScannerSetup{.resolution = *resolution, .takesPages = source != DocumentSource::table};
+}
+
+} // namespace trigora::companions

@@ -1,0 +1,137 @@
+#include "netscan/panel/PanelDriver.h"
+
+#include "agent/log/PSlog.h"
+#include "files/InstalledPaths.h"
+#include "platform/Bundles.h"
+#include "platform/LowMemory.h"
+#include "platform/Platform.h"
+
+#include <algorithm>
+
+namespace trigora {
+
+namespace {
+
+/// The driver's progress reports are of no interest.
+void pdCallback(std::uint32_t, void*, std::uint32_t) {}
+
+/// Panels below this version get the old kind of list.
+constexpr std::int32_t firstNewListVersion = 110;
+
+PanelOpenBlock openBlockFor(const std::string& ipAddress, address32 progressCallback) {
+    PanelOpenBlock block{};
+    block.connectionKind = 2;
+    const std::size_t length = std::min(ipAddress.size(), sizeof block.ipAddress - 1);
+    std::copy_n(ipAddress.begin(), length, block.ipAddress);
+    block.progressCallback = progressCallback;
+    return block;
+}
+
+} // namespace
+
+bool isOldJobList(std::int32_t protocolVersion) { return protocolVersion < firstNewListVersion; }
+
+std::shared_ptr<PanelDriver> PanelDriver::create() {
+    std::shared_ptr<platform::Bundle> module = platform::current().bundles.create(paths::panelDriverModule());
+    if (!module) {
+        PSlog("panelBundle is null");
+        return nullptr;
+    }
+    const address32 progressCallback =
+        platform::current().lowMemory.addressOfFunction(reinterpret_cast<void (*)()>(&pdCallback));
+    return std::make_shared<PanelDriver>(std::move(module), progressCallback);
+}
+
+bool PanelDriver::canOpen() const {
+    if (progressCallback_ == 0) {
+        PSlog("%s [Line %d] no address below 4 GiB for pdCallback", "PanelDriver", __LINE__);
+    }
+    return progressCallback_ != 0;
+}
+
+std::optional<stRecvJobData> PanelDriver::choicesAt(const std::string& ipAddress) const {
+    PanelConnection connection(*this);
+    if (!connection.open(ipAddress)) {
+        return std::nullopt;
+    }
+    return connection.lock() ? connection.receive() : stRecvJobData{};
+}
+
+bool PanelDriver::canEncode() const { return module_->functionPointer("PDCreateJobData2") != nullptr; }
+
+std::optional<EncodedJobData> PanelDriver::encode(const PanelJobList& list,
+                                                  std::int32_t protocolVersion) const {
+    void* data = nullptr;
+    std::uint32_t length = 0;
+    if (auto* encode = platform::functionNamed<PDCreateJobData2Function>(*module_, "PDCreateJobData2")) {
+        encode(&list.header(), 0, static_cast<std::uint16_t>(protocolVersion), list.count(), list.entries(),
+               &data, &length);
+    }
+    if (trigora_fits_address32(data) == 0) {
+        return std::nullopt;
+    }
+    return EncodedJobData{trigora_address32(data), length};
+}
+
+bool PanelDriver::canDecode() const { return module_->functionPointer("PDDecodeData") != nullptr; }
+
+stRecvJobData PanelDriver::decode(address32 data, std::uint32_t length) const {
+    stRecvJobData choices{};
+    if (auto* decode = platform::functionNamed<PDDecodeDataFunction>(*module_, "PDDecodeData")) {
+        decode(&choices, trigora_pointer(data), length);
+    }
+    return choices;
+}
+
+PanelConnection::~PanelConnection() {
+    try {
+        auto* unlock = isLocked_ ? functionNamed<PDUnLockFunction>("PDUnLock") : nullptr;
+        if (unlock != nullptr) {
+            unlock(handle_, &context_);
+        }
+        auto* close = isOpen_ ? functionNamed<PDCloseFunction>("PDClose") : nullptr;
+        if (close != nullptr) {
+            close(handle_, &context_);
+        }
+    } catch (...) {
+        // Without memory to look a function up the panel has to find out by itself.
+    }
+}
+
+template <typename Function> Function* PanelConnection::functionNamed(const char* name) const {
+    return platform::functionNamed<Function>(*driver_.module_, name);
+}
+
+bool PanelConnection::open(const std::string& ipAddress) {
+    auto* open = functionNamed<PDOpenFunction>("PDOpen");
+    const PanelOpenBlock block = openBlockFor(ipAddress, driver_.progressCallback_);
+    isOpen_ = open != nullptr && open(&block, &handle_, &context_) != 0;
+    return isOpen_;
+}
+
+bool PanelConnection::lock() {
+    auto* lock = functionNamed<PDLockFunction>("PDLock");
+    isLocked_ = lock != nullptr && lock(handle_, &context_) != 0;
+    return isLocked_;
+}
+
+bool PanelConnection::send(const PanelJobList& list, std::int32_t protocolVersion) {
+    if (isOldJobList(protocolVersion)) {
+        auto* send = functionNamed<PDSendJobDataFunction>("PDSendJobData");
+        return send != nullptr && send(handle_, &list.header(), 0, PANEL_OLD_JOB_LIST, list.count(),
+                                       list.entries(), &context_) != 0;
+    }
+    auto* send = functionNamed<PDSendJobData2Function>("PDSendJobData2");
+    return send != nullptr && send(handle_, &list.header(), 0, static_cast<std::uint16_t>(protocolVersion),
+                                   list.count(), list.entries(), &context_) != 0;
+}
+
+stRecvJobData PanelConnection::receive() {
+    stRecvJobData choices{};
+    if (auto* receive = functionNamed<PDRecvJobDataFunction>("PDRecvJobData")) {
+        receive(handle_, &choices, &context_);
+    }
+    return choices;
+}
+
+} // namespace trigora

@@ -1,0 +1,17 @@
+#include "projects/manager/CachedCatalogues.h"
+
+#include "catalogue/actions/TrActionManager.h"
+#include "catalogue/events/TrEventManager.h"
+#include "files/ParsedFiles.h"
+#include "projects/manager/TrProjectManager.h"
+
+namespace trigora {
+
+void releaseCachedCatalogues() {
+    forgetParsedFiles();
+    TrActionManager::releaseSharedManager();
+    TrProjectManager::releaseSharedManager();
+    TrEventManager::releaseSharedManager();
+}
+
+} // namespace trigora

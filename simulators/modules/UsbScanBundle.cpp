@@ -1,0 +1,107 @@
+// The simulated USB push-scan module. What happens at the panel of the scanner that the agent started it for
+// are the commands on "usbscan.sock", those of PanelCommands.h except "scan". The answer has "results", what
+// the agent answered to each call-back, and for a list "jobData" in hexadecimal.
+
+#include "modules/usb_scan.h"
+#include "simulators/simulation/CommandChannel.h"
+#include "simulators/simulation/LowBlock.h"
+#include "simulators/simulation/PanelCommands.h"
+
+#include <mutex>
+
+namespace trigora::simulators {
+namespace {
+
+constexpr const char* module = "UsbScanBundle";
+constexpr std::uint32_t mostJobData = 1U << 20;
+
+struct Scanner {
+    std::uint32_t productID = 0;
+    UsbEventCallback callBack = nullptr;
+    void* context = nullptr;
+};
+
+class UsbScanSimulator {
+public:
+    static UsbScanSimulator& instance() {
+        static UsbScanSimulator simulator;
+        return simulator;
+    }
+
+    /// The scanner that was started last is the one whose panel is used.
+    bool start(const Scanner& scanner) {
+        {
+            const std::lock_guard lock(mutex_);
+            scanner_ = scanner;
+        }
+        return channel_.isRunning() ||
+               channel_.start([this](const json& command) { return handle(command); });
+    }
+
+private:
+    json handle(const json& command) {
+        const std::optional<PanelEvent> event = panelEventOf(command);
+        if (!event || event->kind == NSM_EVENT_SIMPLE_SCAN) {
+            return {{"error", "there is no command " + textAt(command, "command").value_or("")}};
+        }
+        const Scanner scanner = currentScanner();
+        const LowBlock choices(encodedChoicesSize);
+        if (choices.bytes() == nullptr) {
+            return {{"error", "no memory below 4 GiB"}};
+        }
+        encodeChoices(choicesOf(command.value("choices", json())), choices.bytes());
+        std::mutex mutex;
+        json answer{{"pid", scanner.productID}};
+        answer["results"] = callBack(
+            command, [this] { return channel_.isStopping(); },
+            [&] {
+                UsbPanelScanJobInfo record = recordOf(command, *event, choices);
+                const bool hasRecord = !integerAt(command, "withoutRecord", 0);
+                const std::int32_t result =
+                    scanner.callBack(nullptr, event->kind, hasRecord ? &record : nullptr, 0, scanner.context);
+                if (event->kind == PSML_STRUCT_PANELSCAN_JOBLIST) {
+                    const std::lock_guard lock(mutex);
+                    answer["jobData"] = jobDataOf(record);
+                }
+                return result;
+            });
+        return answer;
+    }
+
+    static UsbPanelScanJobInfo recordOf(const json& command, const PanelEvent& event,
+                                        const LowBlock& choices) {
+        UsbPanelScanJobInfo record{};
+        setJobFields(record, command, event);
+        if (event.kind == PSML_STRUCT_PANELSCAN_START) {
+            record.jobData = trigora_address32(choices.bytes());
+            record.jobDataLength = encodedChoicesSize;
+        }
+        return record;
+    }
+
+    static json jobDataOf(const UsbPanelScanJobInfo& record) {
+        const bool isReadable = record.jobData != 0 && record.jobDataLength <= mostJobData;
+        return isReadable ? json(hexadecimal(trigora_pointer(record.jobData), record.jobDataLength))
+                          : json(nullptr);
+    }
+
+    Scanner currentScanner() {
+        const std::lock_guard lock(mutex_);
+        return scanner_;
+    }
+
+    std::mutex mutex_;
+    Scanner scanner_;
+    CommandChannel channel_{"usbscan.sock"};
+};
+
+void StartEvent(std::uint32_t productID, std::uint32_t reserved, UsbEventCallback callback, void* context) {
+    const bool isStarted =
+        callback != nullptr && UsbScanSimulator::instance().start({productID, callback, context});
+    answerCall(module, "StartEvent", {{"productID", productID}, {"reserved", reserved}}, isStarted ? 1 : 0);
+}
+
+} // namespace
+} // namespace trigora::simulators
+
+TRIGORA_SIMULATED_FUNCTION(StartEvent, StartEventFunction)
