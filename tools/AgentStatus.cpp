@@ -1,18 +1,16 @@
 #include "tools/AgentStatus.h"
 
-#include "agent/delegate/StatusReport.h"
+#include "agent/event/StatusRequest.h"
 #include "platform/Formats.h"
 #include "platform/Platform.h"
-#include "platform/Text.h"
 #include "tools/SessionBus.h"
 
 namespace trigora::tools {
 
 std::optional<Dictionary> statusOfAgent(const SessionBus& bus, std::string& error) {
     constexpr double answerSeconds = 5;
-    const auto answer =
-        bus.askAgent({StatusReport::eventClass, StatusReport::eventID, {}}, answerSeconds, error);
-    const auto* text = answer ? answer->parameter(platform::fourCharCode("----")) : nullptr;
+    const auto answer = bus.askAgent({platform::productEventClass, statusEventID, {}}, answerSeconds, error);
+    const auto* text = answer ? answer->parameter(platform::keyDirectObject) : nullptr;
     const auto value =
         text ? platform::current().json.read(std::string(text->bytes.begin(), text->bytes.end()))
              : std::nullopt;

@@ -1,12 +1,11 @@
 #include "tools/CommandExplain.h"
 
-#include "agent/service/ScanEventRecord.h"
+#include "agent/event/ScanEventRecord.h"
 #include "files/InstalledPaths.h"
 #include "files/PxIniParser.h"
 #include "platform/Text.h"
 #include "projects/information/TrProjectInformation.h"
 #include "projects/manager/ActionRunnerChoice.h"
-#include "tools/CommandPress.h"
 #include "tools/PressExplanation.h"
 #include "tools/PressRehearsal.h"
 #include "tools/Report.h"

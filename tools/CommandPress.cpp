@@ -1,15 +1,13 @@
 #include "tools/CommandPress.h"
 
+#include "agent/event/ScanEventRecord.h"
 #include "agent/service/ScanEventMapping.h"
-#include "agent/service/ScanEventRecord.h"
 #include "platform/Text.h"
 #include "tools/Report.h"
 #include "tools/ScannerModels.h"
 #include "tools/SessionBus.h"
 
-#include <algorithm>
 #include <array>
-#include <bit>
 #include <limits>
 
 namespace trigora::tools {
@@ -28,17 +26,6 @@ constexpr std::string_view pressExamples =
     "  trigoractl press --driver \"SANE Test Scanner\" --button 1\n"
     "  trigoractl press --driver \"PELOX Scanner\" --model XY-1 --button 19\n";
 
-std::array<std::uint8_t, 4> bigEndian(std::uint32_t value) {
-    return {static_cast<std::uint8_t>(value >> 24U), static_cast<std::uint8_t>(value >> 16U),
-            static_cast<std::uint8_t>(value >> 8U), static_cast<std::uint8_t>(value)};
-}
-
-std::uint8_t putName(std::array<std::uint8_t, longestScannerName>& field, const std::string& name) {
-    const std::size_t length = std::min(name.size(), field.size());
-    std::copy_n(name.begin(), length, field.begin());
-    return static_cast<std::uint8_t>(length);
-}
-
 ExitCode press(const Arguments& arguments, std::ostream& out, std::ostream& err) {
     const std::string driver = arguments.text("driver").value_or("");
     const std::string model = arguments.text("model").value_or(driver);
@@ -52,11 +39,12 @@ ExitCode press(const Arguments& arguments, std::ostream& out, std::ostream& err)
     if (!bus) {
         throw Failure(unreachable, error);
     }
-    const Dictionary event = currentEventOf({0, model, driver, status});
-    if (const auto note = driverNameNote(platform::textAt(event, "driverName").value_or(""))) {
+    const ScanEvent event{.modelName = model, .driverName = driver, .eventStatus = status};
+    if (const auto note =
+            driverNameNote(platform::textAt(currentEventOf(event), "driverName").value_or(""))) {
         err << "trigoractl: " << *note << '\n';
     }
-    const SessionBus::Delivery delivery = bus->sendToAgent(scanButtonEvent(driver, model, status), error);
+    const SessionBus::Delivery delivery = bus->sendToAgent(scanButtonEvent(event), error);
     if (delivery != SessionBus::Delivery::handled) {
         throw Failure(delivery == SessionBus::Delivery::agentMissing ? unreachable : failed, error);
     }
@@ -69,20 +57,6 @@ ExitCode press(const Arguments& arguments, std::ostream& out, std::ostream& err)
 }
 
 } // namespace
-
-platform::AppleEvent scanButtonEvent(const std::string& driver, const std::string& model,
-                                     std::uint32_t eventStatus) {
-    ScanEventRecord record{};
-    record.modelNameLength = putName(record.modelName, model);
-    record.driverNameLength = putName(record.driverName, driver);
-    record.eventStatus = bigEndian(eventStatus);
-    const auto bytes = std::bit_cast<std::array<std::uint8_t, sizeof(ScanEventRecord)>>(record);
-    return {.eventClass = platform::fourCharCode("PLsc"),
-            .eventID = platform::fourCharCode("OPtw"),
-            .parameters = {{.keyword = platform::fourCharCode("----"),
-                            .type = platform::fourCharCode("****"),
-                            .bytes = Data(bytes.begin(), bytes.end())}}};
-}
 
 Command pressCommand() {
     return {.name = "press",

@@ -1,13 +1,12 @@
 #include "tools/PanelUser.h"
 
+#include "agent/event/UsbScannerEvent.h"
 #include "modules/network_scan.h"
 #include "modules/panel_driver.h"
-#include "platform/Text.h"
 #include "simulators/simulation/Simulation.h"
 #include "tools/SessionBus.h"
 
 #include <algorithm>
-#include <cstring>
 #include <functional>
 #include <iomanip>
 #include <map>
@@ -74,16 +73,6 @@ void printStartedJobs(const std::vector<json>& calls, std::ostream& out) {
 }
 
 } // namespace
-
-platform::AppleEvent usbScannerEvent(std::uint32_t productID) {
-    Data bytes(sizeof productID);
-    std::memcpy(bytes.data(), &productID, sizeof productID);
-    return {.eventClass = platform::fourCharCode("PLsc"),
-            .eventID = platform::fourCharCode("UbPo"),
-            .parameters = {{.keyword = platform::fourCharCode("UsId"),
-                            .type = platform::fourCharCode("long"),
-                            .bytes = bytes}}};
-}
 
 std::string meaningOfResults(const std::string& command, const json& results) {
     std::map<std::int64_t, int> counts;

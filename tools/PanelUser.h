@@ -1,6 +1,5 @@
 #pragma once
 
-#include "platform/AppleEvents.h"
 #include "tools/Command.h"
 #include "tools/PanelSimulation.h"
 
@@ -10,9 +9,6 @@
 #include <string>
 
 namespace trigora::tools {
-
-/// The event that tells the agent of a USB scanner.
-platform::AppleEvent usbScannerEvent(std::uint32_t productID);
 
 /// What the agent's answers to the named command mean, each with how often it was given when there are
 /// several: "served", or "busy 3 times, done 1 time".

@@ -1,7 +1,7 @@
 #include "tools/PressRehearsal.h"
 
+#include "agent/event/ScanEventRecord.h"
 #include "agent/service/DeviceTable.h"
-#include "agent/service/ScanEventRecord.h"
 #include "agent/service/TgaServiceManager.h"
 #include "catalogue/drivers/TrScannerDriverInformation.h"
 #include "catalogue/events/TrEventManager.h"
@@ -9,7 +9,6 @@
 #include "files/TrFilePathUtility.h"
 #include "platform/FileSystem.h"
 #include "platform/Text.h"
-#include "tools/CommandPress.h"
 #include "tools/OverlayFiles.h"
 
 #include <algorithm>
@@ -48,6 +47,10 @@ bool isWork(const RehearsedEffect& effect) {
     return false;
 }
 
+ScanEvent scanEventOf(const RehearsedPress& press) {
+    return {.modelName = press.model, .driverName = press.driver, .eventStatus = press.eventStatus};
+}
+
 Dictionary confirmationOf(const RehearsedPress& press, const std::string& driverName) {
     return {{"ScannerConfirmResult", 0},
             {"ScannerVersion", press.scannerVersion},
@@ -75,8 +78,8 @@ std::optional<std::string> existingBindingsFile(const std::optional<std::string>
 
 PressRehearsal::PressRehearsal(const RehearsedPress& press)
     : isAssistantInstalled_(platform::current().fileSystem.exists(paths::scanAssistantExecutable())) {
-    const platform::AppleEvent event = scanButtonEvent(press.driver, press.model, press.eventStatus);
-    event_ = currentEventOf(decodeScanEvent(event.parameters.front().bytes).value_or(ScanEvent()));
+    const Data record = encodeScanEvent(scanEventOf(press));
+    event_ = currentEventOf(decodeScanEvent(record).value_or(ScanEvent()));
     settingsVersion_ = scanSettingsVersion(driverName());
     if (const auto address = localAddressOfVersion(settingsVersion_.version)) {
         event_["IPAddress"] = *address;
@@ -96,7 +99,7 @@ PressRehearsal::PressRehearsal(const RehearsedPress& press)
 void PressRehearsal::rehearse(const RehearsedPress& press) {
     TgaServiceManager::sharedServiceManager()->setupService();
     platform_.takeEffects();
-    platform_.receive(scanButtonEvent(press.driver, press.model, press.eventStatus));
+    platform_.receive(scanButtonEvent(scanEventOf(press)));
     request_ = platform_.takeEffects();
     if (!isAssistantInstalled_) {
         return;

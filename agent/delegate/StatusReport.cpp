@@ -1,5 +1,6 @@
 #include "agent/delegate/StatusReport.h"
 
+#include "agent/event/StatusRequest.h"
 #include "agent/log/Guarded.h"
 #include "agent/log/PSlog.h"
 #include "agent/service/TgaServiceManager.h"
@@ -33,7 +34,8 @@ Value applicationOfRun() {
 StatusReport::StatusReport(std::string root)
     : root_(std::move(root)), startSeconds_(platform::current().clock.monotonicSeconds()) {
     platform::current().appleEvents.setEventHandler(
-        eventClass, eventID, [this](const platform::AppleEvent&, platform::AppleEvent& reply) {
+        platform::productEventClass, statusEventID,
+        [this](const platform::AppleEvent&, platform::AppleEvent& reply) {
             guarded("-[StatusReport status]", [&] {
                 const std::string text = platform::current().json.write(status());
                 reply.parameters.push_back(
@@ -42,7 +44,9 @@ StatusReport::StatusReport(std::string root)
         });
 }
 
-StatusReport::~StatusReport() { platform::current().appleEvents.removeEventHandler(eventClass, eventID); }
+StatusReport::~StatusReport() {
+    platform::current().appleEvents.removeEventHandler(platform::productEventClass, statusEventID);
+}
 
 Dictionary StatusReport::status() const {
     platform::Platform& platform = platform::current();

@@ -1,6 +1,6 @@
 #include "agent/service/ScanEventMapping.h"
 
-#include "agent/service/ScanEventRecord.h"
+#include "agent/event/ScanEventRecord.h"
 #include "catalogue/drivers/TrScannerDriverInformation.h"
 #include "files/InstalledPaths.h"
 #include "files/PxIniParser.h"

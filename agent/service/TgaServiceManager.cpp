@@ -2,21 +2,15 @@
 
 #include "agent/service/TgaServiceManager.h"
 
+#include "agent/event/ScanEventRecord.h"
 #include "agent/log/Guarded.h"
 #include "catalogue/events/TrEventManager.h"
 #include "files/NotificationNames.h"
 #include "monitor/TgaSurveillant.h"
 #include "platform/Platform.h"
-#include "platform/Text.h"
 #include "projects/manager/CachedCatalogues.h"
 
 namespace trigora {
-
-namespace {
-
-constexpr std::uint32_t scanEventID = platform::fourCharCode("OPtw");
-
-} // namespace
 
 std::shared_ptr<TgaServiceManager> TgaServiceManager::sharedServiceManager() {
     return platform::shared<TgaServiceManager>();
@@ -79,7 +73,7 @@ void TgaServiceManager::getDriverName(std::optional<std::string>& driverName) co
 
 void TgaServiceManager::SM_RegistrationAppleEvent() {
     platform::current().appleEvents.setEventHandler(
-        platform::productEventClass, scanEventID,
+        platform::productEventClass, scanButtonEventID,
         [this](const platform::AppleEvent& event, platform::AppleEvent& replyEvent) {
             guarded("-[TgaServiceManager SM_HandleScanEvent:withReplyEvent:]",
                     [&] { SM_HandleScanEvent(event, replyEvent); });
@@ -87,7 +81,7 @@ void TgaServiceManager::SM_RegistrationAppleEvent() {
 }
 
 void TgaServiceManager::SM_RemoveAppleEvent() {
-    platform::current().appleEvents.removeEventHandler(platform::productEventClass, scanEventID);
+    platform::current().appleEvents.removeEventHandler(platform::productEventClass, scanButtonEventID);
 }
 
 void TgaServiceManager::SM_RegistrationDistributedNotification() {

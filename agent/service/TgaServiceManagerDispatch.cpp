@@ -3,12 +3,12 @@
 #include "agent/service/TgaServiceManager.h"
 #include "runners/launch/ConfirmationRequest.h"
 
+#include "agent/event/ScanEventRecord.h"
 #include "agent/log/Guarded.h"
 #include "agent/log/PSlog.h"
 #include "agent/service/DeviceTable.h"
 #include "agent/service/ScanEventMapping.h"
 #include "agent/service/ScanEventProject.h"
-#include "agent/service/ScanEventRecord.h"
 #include "catalogue/drivers/TrScannerDriverInformation.h"
 #include "catalogue/events/TrEventManager.h"
 #include "platform/Clock.h"

@@ -1,4 +1,4 @@
-#include "agent/service/ScanEventRecord.h"
+#include "agent/event/ScanEventRecord.h"
 #include "tests/agent/ScanEventBytes.h"
 #include "tests/fakes/PlatformTest.h"
 
@@ -8,13 +8,15 @@ namespace {
 using ScanEventRecordTest = test::PlatformTest;
 using test::scanEventBytes;
 
-TEST_F(ScanEventRecordTest, ReadsTheGoldenBytes) {
+TEST_F(ScanEventRecordTest, HasTheGoldenBytes) {
     Data bytes{0x01, 0x02, 0x03, 0x04, 4, 'X', 'Y', '-', '1'};
     bytes.resize(37);
     bytes.insert(bytes.end(), {2, 'D', '1'});
-    bytes.resize(70);
-    bytes.insert(bytes.end(), {0xEE, 0xEE, 0x80, 0x00, 0x00, 0x13});
+    bytes.resize(72);
+    bytes.insert(bytes.end(), {0x80, 0x00, 0x00, 0x13});
     ASSERT_EQ(bytes.size(), 76U);
+    EXPECT_EQ(encodeScanEvent({0x01020304, "XY-1", "D1", 0x80000013}), bytes);
+    bytes[70] = bytes[71] = 0xEE; // the padding says nothing
     const auto event = decodeScanEvent(bytes);
     ASSERT_TRUE(event);
     EXPECT_EQ(event->initiator, 0x01020304U);
@@ -52,6 +54,22 @@ TEST_F(ScanEventRecordTest, BelievesNoLength) {
         EXPECT_EQ(event->modelName, c.expected) << c.what;
         EXPECT_EQ(event->driverName, "driver") << c.what;
     }
+}
+
+TEST_F(ScanEventRecordTest, CutsNamesToTheirFieldsAndNoCharacterInTwo) {
+    const platform::AppleEvent event = scanButtonEvent({.modelName = std::string(31, 'm') + "\xC3\xA9",
+                                                        .driverName = std::string(40, 'd'),
+                                                        .eventStatus = 1});
+    EXPECT_EQ(event.eventClass, platform::fourCharCode("PLsc"));
+    EXPECT_EQ(event.eventID, platform::fourCharCode("OPtw"));
+    ASSERT_EQ(event.parameters.size(), 1U);
+    EXPECT_EQ(event.parameters[0].keyword, platform::fourCharCode("----"));
+    EXPECT_EQ(event.parameters[0].type, platform::fourCharCode("****"));
+    const auto decoded = decodeScanEvent(event.parameters[0].bytes);
+    ASSERT_TRUE(decoded);
+    EXPECT_EQ(decoded->modelName, std::string(31, 'm'));
+    EXPECT_EQ(decoded->driverName, std::string(32, 'd'));
+    EXPECT_EQ(decoded->eventStatus, 1U);
 }
 
 TEST_F(ScanEventRecordTest, TakesWholeRecordsOnly) {

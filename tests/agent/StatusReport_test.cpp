@@ -12,7 +12,8 @@ namespace {
 class StatusReportTest : public test::PlatformTest {
 protected:
     Dictionary ask() {
-        const auto reply = appleEvents.receive({StatusReport::eventClass, StatusReport::eventID, {}}).event;
+        const auto reply =
+            appleEvents.receive({platform::fourCharCode("PLsc"), platform::fourCharCode("Stat"), {}}).event;
         const auto* answer = reply.parameter(platform::fourCharCode("----"));
         const auto value =
             answer ? platform::current().json.read(std::string(answer->bytes.begin(), answer->bytes.end()))

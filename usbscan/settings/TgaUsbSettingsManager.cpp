@@ -1,5 +1,6 @@
 #include "usbscan/settings/TgaUsbSettingsManager.h"
 
+#include "agent/event/UsbScannerEvent.h"
 #include "agent/log/Guarded.h"
 #include "agent/log/PSlog.h"
 #include "files/InstalledPaths.h"
@@ -20,11 +21,6 @@
 namespace trigora {
 
 namespace {
-
-using platform::fourCharCode;
-
-constexpr std::uint32_t announcementClass = fourCharCode("PLsc");
-constexpr std::uint32_t announcementID = fourCharCode("UbPo");
 
 /// No panel's choices take more bytes.
 constexpr std::uint32_t mostEncodedBytes = 1U << 24;
@@ -119,13 +115,13 @@ std::int32_t answerRequest(std::int32_t kind, UsbPanelScanJobInfo* record, TgaUs
 
 TgaUsbSettingsManager::~TgaUsbSettingsManager() {
     if (isRegistered_) {
-        platform::current().appleEvents.removeEventHandler(announcementClass, announcementID);
+        platform::current().appleEvents.removeEventHandler(platform::productEventClass, usbScannerEventID);
     }
 }
 
 void TgaUsbSettingsManager::registerEvent() {
     platform::current().appleEvents.setEventHandler(
-        announcementClass, announcementID,
+        platform::productEventClass, usbScannerEventID,
         [this](const platform::AppleEvent& event, platform::AppleEvent& reply) {
             guarded("-[TgaUsbSettingsManager handleScanEvent:withReplyEvent:]",
                     [&] { handleScanEvent(event, reply); });
@@ -135,11 +131,8 @@ void TgaUsbSettingsManager::registerEvent() {
 
 void TgaUsbSettingsManager::handleScanEvent(const platform::AppleEvent& event, platform::AppleEvent&) {
     PSlog("handleScanEvent Received");
-    const platform::AppleEventParameter* parameter = event.parameter(fourCharCode("UsId"));
-    std::uint32_t pid = 0;
-    if (parameter != nullptr && parameter->bytes.size() == sizeof pid) {
-        std::memcpy(&pid, parameter->bytes.data(), sizeof pid);
-        setPid(pid);
+    if (const auto productID = productIDOfUsbScanner(event)) {
+        setPid(*productID);
     }
     PSlog("pid = %d", static_cast<std::int32_t>(this->pid()));
     start();

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/Value.h"
+#include "platform/AppleEvents.h"
 
 #include <array>
 #include <cstddef>
@@ -10,14 +10,20 @@
 
 namespace trigora {
 
+/// The ID of the Apple Event that a scanner driver sends when a button is pressed; its class is
+/// `platform::productEventClass`, its direct parameter the record below.
+constexpr std::uint32_t scanButtonEventID = platform::fourCharCode("OPtw");
+/// The longest driver or model name that the record holds, in bytes.
+constexpr std::size_t longestScannerName = 32;
+
 /// The direct parameter of the scan-button Apple Event as a scanner driver sends it, byte for byte. Numbers
 /// are big-endian; a name has as many bytes as its length says.
 struct ScanEventRecord {
     std::array<std::uint8_t, 4> initiator;
     std::uint8_t modelNameLength;
-    std::array<std::uint8_t, 32> modelName;
+    std::array<std::uint8_t, longestScannerName> modelName;
     std::uint8_t driverNameLength;
-    std::array<std::uint8_t, 32> driverName;
+    std::array<std::uint8_t, longestScannerName> driverName;
     std::array<std::uint8_t, 2> padding;
     std::array<std::uint8_t, 4> eventStatus;
 };
@@ -42,5 +48,10 @@ struct ScanEvent {
 /// None when the bytes are too few for a record; bytes after it are ignored. A length beyond the 32 bytes of
 /// its field counts as 32, and a name ends at its first zero byte.
 std::optional<ScanEvent> decodeScanEvent(const Data& bytes);
+
+/// The 76 bytes of a record. A name that is longer than its field is cut behind its last whole character.
+Data encodeScanEvent(const ScanEvent& event);
+/// The Apple Event that a scanner driver sends for it.
+platform::AppleEvent scanButtonEvent(const ScanEvent& event);
 
 } // namespace trigora

@@ -1,0 +1,19 @@
+#pragma once
+
+#include "platform/AppleEvents.h"
+
+#include <cstdint>
+#include <optional>
+
+namespace trigora {
+
+/// The ID of the Apple Event that tells the agent of a USB scanner with a control panel; its class is
+/// `platform::productEventClass`.
+constexpr std::uint32_t usbScannerEventID = platform::fourCharCode("UbPo");
+
+/// The event for a scanner with that USB product ID.
+platform::AppleEvent usbScannerEvent(std::uint32_t productID);
+/// The USB product ID that such an event names; none when it names none.
+std::optional<std::uint32_t> productIDOfUsbScanner(const platform::AppleEvent& event);
+
+} // namespace trigora
