@@ -70,15 +70,14 @@ void TgaServiceManager::tidyUpAfterScanAssistant() {
 
 void TgaServiceManager::endRunOfDeadScanAssistant() {
     const auto runnerManager = TgaActionRunnerManager::sharedActionRunnerManager();
-    const auto projectManager = TrProjectManager::sharedProjectManager();
-    if ((!runnerManager->currentActionRunner() && !projectManager->isProjectRunning()) ||
+    if ((!runnerManager->currentActionRunner() && !TrProjectManager::isProjectRunning()) ||
         isScanAssistantRunning()) {
         return;
     }
     PSlog("%s [Line %d] the scan assistant exited while a project ran",
           "-[TgaServiceManager endRunOfDeadScanAssistant]", __LINE__);
     runnerManager->setCurrentActionRunner(nullptr);
-    projectManager->setRunningProjectStatus(false);
+    TrProjectManager::setRunningProjectStatus(false);
     postScanEventDidFinish();
 }
 

@@ -84,7 +84,7 @@ void TgaServiceManager::SM_ScannerConfirmationDidFinish(const platform::Notifica
             isFailed = !guarded(name, [&] { runner->performAction(); });
         }
         runnerManager->setCurrentActionRunner(nullptr);
-        TrProjectManager::sharedProjectManager()->setRunningProjectStatus(false);
+        TrProjectManager::setRunningProjectStatus(false);
     } else if (result == 0) {
         PSlog("%s [Line %d] confirmAction", name, __LINE__);
         isFailed = true;

@@ -49,7 +49,7 @@ void TgaServiceManager::SM_ScanDidFinish(const platform::Notification& notificat
     }
     runnerManager->setCurrentActionRunner(nullptr);
     TrLaunchApplicationManager::sharedLaunchApplicationManager()->terminateScanAssistantWithWait();
-    TrProjectManager::sharedProjectManager()->setRunningProjectStatus(false);
+    TrProjectManager::setRunningProjectStatus(false);
     postScanEventDidFinish();
 }
 

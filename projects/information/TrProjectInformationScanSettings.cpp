@@ -1,12 +1,12 @@
 #include "projects/information/TrProjectInformation.h"
 
-#include "files/FileManagerExtension.h"
 #include "files/TrFilePathUtility.h"
 #include "platform/Desktop.h"
 #include "platform/FileSystem.h"
 #include "platform/Platform.h"
 #include "platform/Text.h"
 #include "projects/information/ProjectFileName.h"
+#include "projects/information/ScanToEmailFolder.h"
 
 #include <algorithm>
 #include <array>
@@ -96,17 +96,12 @@ void TrProjectInformation::setDefaultPdfSettings() {
         projectName_ ? platform::appendingPathComponent(folder, projectFileName(*projectName_)) : folder);
 }
 
-/// The pages of a scan to e-mail go through a folder of their own, which begins empty.
 void TrProjectInformation::setScanToEmailSettings() {
-    const auto paths = TrFilePathUtility::sharedFilePathUtility();
-    const std::string folder = paths->scanToEmailTempFolderPath();
     setTwainUIAtScanSettings(true);
     setNoneUIAtScanSettings(false);
     setDocumentSizeAtScanSettings(0);
     setFileFormatAtScanSettings(0);
-    setFolderPathAtScanSettings(folder);
-    exRemoveItemAtPath(folder);
-    paths->createFolderPath(folder);
+    setFolderPathAtScanSettings(platform::shared<ScanToEmailFolder>()->begin());
 }
 
 // One entry each.

@@ -100,10 +100,11 @@ public:
                             const std::shared_ptr<TrScannerDriverInformation>& driver,
                             const std::optional<std::string>& eventID,
                             const std::optional<std::string>& ipAddress);
-    /// Any thread.
-    bool isProjectRunning() const;
-    /// Any thread.
-    void setRunningProjectStatus(bool isRunning);
+
+    // The one running flag. It needs no manager, whose making reads every project. Any thread.
+
+    static bool isProjectRunning();
+    static void setRunningProjectStatus(bool isRunning);
 
 private:
     void PM_ReadPredefinedProjectFile();

@@ -11,6 +11,7 @@
 #include "files/InstalledPaths.h"
 #include "platform/Desktop.h"
 #include "platform/DistributedNotifications.h"
+#include "projects/information/ScanToEmailFolder.h"
 #include "projects/information/TrProjectInformation.h"
 #include "projects/manager/ActionRunnerChoice.h"
 #include "projects/manager/ProjectRunning.h"
@@ -105,6 +106,8 @@ void postScannerConfirmed(const std::shared_ptr<TrScannerDriverInformation>& dri
 
 void postScanNow(const TrProjectInformation& project,
                  const std::shared_ptr<TrScannerDriverInformation>& driver) {
+    platform::shared<ScanToEmailFolder>()->willBeScannedInto(
+        project.folderPathFromScanSettings().value_or(""));
     Dictionary userInfo{{"ScanSettings", project.scanSettings()}};
     if (driver) {
         userInfo["DeviceInfo"] = driver->deviceInfo();
@@ -157,7 +160,7 @@ std::int16_t TrProjectManager::PMRA_StartProject(const std::shared_ptr<TrProject
     return 0;
 }
 
-bool TrProjectManager::isProjectRunning() const { return platform::shared<ProjectRunning>()->isRunning(); }
+bool TrProjectManager::isProjectRunning() { return platform::shared<ProjectRunning>()->isRunning(); }
 
 void TrProjectManager::setRunningProjectStatus(bool isRunning) {
     platform::shared<ProjectRunning>()->set(isRunning);

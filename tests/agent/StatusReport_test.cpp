@@ -47,7 +47,7 @@ TEST_F(StatusReportTest, TellsWhatTheAgentIsDoing) {
                                      {"watchedFolders", Array{onDisk("~/Watched")}},
                                      {"modules", Array{}}}));
         TgaServiceManager::sharedServiceManager()->setCurrentEvent(Dictionary{{"driverName", "D"}});
-        TrProjectManager::sharedProjectManager()->setRunningProjectStatus(true);
+        TrProjectManager::setRunningProjectStatus(true);
         EXPECT_EQ(platform::dictionaryAt(ask(), "press"), (Dictionary{{"driverName", "D"}}));
         EXPECT_EQ(platform::booleanAt(ask(), "projectIsRunning"), true);
     }

@@ -15,7 +15,7 @@ protected:
 
     TgaServiceManagerAssistantTest() { installEvent("101"); }
 
-    bool isRunning() { return TrProjectManager::sharedProjectManager()->isProjectRunning(); }
+    bool isRunning() { return TrProjectManager::isProjectRunning(); }
 
     /// The assistant crashes, and the agent has had time to notice.
     void crash() {

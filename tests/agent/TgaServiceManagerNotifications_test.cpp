@@ -53,12 +53,12 @@ TEST_F(TgaServiceManagerNotificationsTest, EndsTheScanWhateverItGave) {
     };
     for (const Case& c : cases) {
         startScan();
-        EXPECT_TRUE(TrProjectManager::sharedProjectManager()->isProjectRunning()) << c.what;
+        EXPECT_TRUE(TrProjectManager::isProjectRunning()) << c.what;
         notifications.receive("DidFinishScanDistributedNotification", c.answer);
         Lines expected = c.isOpened ? opened : Lines{};
         expected.insert(expected.end(), scanEnded.begin() + 1, scanEnded.end());
         EXPECT_EQ(journal.take(), expected) << c.what;
-        EXPECT_FALSE(TrProjectManager::sharedProjectManager()->isProjectRunning()) << c.what;
+        EXPECT_FALSE(TrProjectManager::isProjectRunning()) << c.what;
         // The runner is gone: the same report again opens nothing.
         notifications.receive("DidFinishScanDistributedNotification", cases[0].answer);
         EXPECT_EQ(journal.take(), Lines{"post ScanEventDidFinishNotification"}) << c.what;
@@ -81,14 +81,14 @@ TEST_F(TgaServiceManagerNotificationsTest, EndsTheScanWhenItsActionFails) {
                           Dictionary{{"ScanResult", Array{"/1.pdf"}}});
     EXPECT_EQ(journal.take(), Lines(scanEnded.begin() + 1, scanEnded.end()));
     EXPECT_EQ(runners->currentActionRunner(), nullptr);
-    EXPECT_FALSE(TrProjectManager::sharedProjectManager()->isProjectRunning());
+    EXPECT_FALSE(TrProjectManager::isProjectRunning());
 
     startScan();
     runners->setCurrentActionRunner(std::make_shared<FailingRunner>());
     confirm("D1", 0x123);
     EXPECT_EQ(journal.take(), failed);
     EXPECT_EQ(runners->currentActionRunner(), nullptr);
-    EXPECT_FALSE(TrProjectManager::sharedProjectManager()->isProjectRunning());
+    EXPECT_FALSE(TrProjectManager::isProjectRunning());
 }
 
 TEST_F(TgaServiceManagerNotificationsTest, LetsTheAssistantGoForTheScanningApplication) {
@@ -172,7 +172,7 @@ TEST_F(TgaServiceManagerNotificationsTest, RunsTestScans) {
         Lines journalled = journal.take();
         journalled.erase(std::unique(journalled.begin(), journalled.end()), journalled.end());
         EXPECT_EQ(journalled, c.expected) << c.key << " " << c.value.value_or(Value()).description();
-        TrProjectManager::sharedProjectManager()->setRunningProjectStatus(false);
+        TrProjectManager::setRunningProjectStatus(false);
     }
     notifications.receive("TestScannningWillStartNotification");
     EXPECT_EQ(journal.take(), Lines{finished});
@@ -196,6 +196,27 @@ TEST_F(TgaServiceManagerNotificationsTest, ReadsEverythingAfreshWhenSettingsChan
         confirm("D1", 0x123);
         EXPECT_EQ(journal.take().back() == confirmationRequested[0], isStarted) << name;
     }
+}
+
+TEST_F(TgaServiceManagerNotificationsTest, KeepsThePagesOfAMessageThatIsBeingWritten) {
+    writeFile(paths::predefinedProjectFolder() + "/500.plg",
+              "[Launch]\nProjectID=500\nShow=0x0010\nProjectType=0x8003\nActionID=A1\n");
+    installEvent("101", "500");
+    const std::string leftover = "~/Library/Preferences/Mosaro Temp/left.jpg";
+    const std::string page = "~/Library/Preferences/Mosaro Temp/img001.jpg";
+    writeFile(leftover, "");
+    start();
+    startScan();
+    EXPECT_FALSE(exists(leftover));
+    writeFile(page, "");
+    notifications.receive("ScanSettingsDidChangeNotification");
+    notifications.receive("DidFinishScanDistributedNotification",
+                          Dictionary{{"ScanResult", Array{home + page.substr(1)}}});
+    EXPECT_EQ(journal.take().front(), "open " + home + page.substr(1) + " with /Applications/Viewer.app");
+    EXPECT_TRUE(exists(page)) << "the settings changed";
+    notifications.receive("ScanSettingsDidChangeNotification");
+    startScan();
+    EXPECT_TRUE(exists(page)) << "the next press";
 }
 
 TEST_F(TgaServiceManagerNotificationsTest, WatchesTheMonitorFoldersOfTheLatestSettings) {

@@ -329,10 +329,10 @@ TEST_F(TgaServiceManagerTest, EndsARunningScanWithTheConfirmation) {
         launched.reset();
         press("XY-1", "D1", 1);
         confirm("D1", 0x123);
-        EXPECT_TRUE(TrProjectManager::sharedProjectManager()->isProjectRunning());
+        EXPECT_TRUE(TrProjectManager::isProjectRunning());
         journal.take();
         confirm("D1", 0x123, result);
-        EXPECT_FALSE(TrProjectManager::sharedProjectManager()->isProjectRunning());
+        EXPECT_FALSE(TrProjectManager::isProjectRunning());
         EXPECT_EQ(launched.has_value(), result == 0);
         EXPECT_EQ(journal.take() == failed, result != 0);
     }

@@ -175,29 +175,29 @@ TEST_F(RunningTest, ASecondRunIsRefusedAndClearsTheWayForAThird) {
     const auto scanning = project("0x0001", "700");
     processes.appear("PScanAssistant");
     EXPECT_EQ(run(scanning).size(), 1U);
-    EXPECT_TRUE(manager->isProjectRunning());
+    EXPECT_TRUE(TrProjectManager::isProjectRunning());
 
     EXPECT_EQ(run(scanning), Lines{"post! ReplySAQuitDistributedNotification"});
-    EXPECT_FALSE(manager->isProjectRunning());
+    EXPECT_FALSE(TrProjectManager::isProjectRunning());
 
     EXPECT_EQ(run(scanning).front().substr(0, scanNow.size()), scanNow);
-    EXPECT_TRUE(manager->isProjectRunning());
+    EXPECT_TRUE(TrProjectManager::isProjectRunning());
 }
 
 TEST_F(RunningTest, TheFlagStaysOnlyWhileAnAssistantRunsAndOutlivesTheManager) {
     const auto scanning = project("0x0001", "700");
     run(scanning);
-    EXPECT_FALSE(manager->isProjectRunning()) << "no assistant";
+    EXPECT_FALSE(TrProjectManager::isProjectRunning()) << "no assistant";
 
     processes.appear("PScanAssistant");
     EXPECT_EQ(run(nullptr), Lines{}) << "no project";
-    EXPECT_FALSE(manager->isProjectRunning());
+    EXPECT_FALSE(TrProjectManager::isProjectRunning());
 
     run(scanning);
     TrProjectManager::releaseSharedManager();
-    EXPECT_TRUE(TrProjectManager::sharedProjectManager()->isProjectRunning());
-    TrProjectManager::sharedProjectManager()->setRunningProjectStatus(false);
-    EXPECT_FALSE(manager->isProjectRunning());
+    EXPECT_TRUE(TrProjectManager::isProjectRunning());
+    TrProjectManager::setRunningProjectStatus(false);
+    EXPECT_FALSE(TrProjectManager::isProjectRunning());
 }
 
 TEST_F(RunningTest, LogsTheOutcome) {

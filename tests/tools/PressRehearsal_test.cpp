@@ -134,7 +134,7 @@ protected:
         TrEventManager::releaseSharedManager();
         PxIniParser::sharedParser()->removeAllItems();
         TgaActionRunnerManager::sharedActionRunnerManager()->setCurrentActionRunner(nullptr);
-        TrProjectManager::sharedProjectManager()->setRunningProjectStatus(false);
+        TrProjectManager::setRunningProjectStatus(false);
         processes.exit("PScanAssistant");
         processes.appear("PScanAssistant");
         clock.sleepMicroseconds(1'000'000);
