@@ -137,9 +137,11 @@ void ModuleTest::installButtonManager(const std::string& modulePath) {
 void ModuleTest::remove(const std::string& path) { std::filesystem::remove_all(onDisk(path)); }
 
 address32 ModuleTest::lowText(const std::string& text) {
-    lowMemory_.push_back(platform::current().lowMemory.allocate(text.size() + 1));
-    std::memcpy(lowMemory_.back().get(), text.c_str(), text.size() + 1);
-    return trigora_address32(lowMemory_.back().get());
+    const std::shared_ptr<void> block = platform::current().lowMemory.allocate(text.size() + 1);
+    std::memcpy(block.get(), text.c_str(), text.size() + 1);
+    const std::lock_guard lock(lowMemoryMutex_);
+    lowMemory_.push_back(block);
+    return trigora_address32(block.get());
 }
 
 Lines ModuleTest::logged() {

@@ -59,7 +59,7 @@ protected:
     /// Takes something installed away.
     void remove(const std::string& path);
 
-    /// The text where a record can refer to it, for the rest of the test.
+    /// The text where a record can refer to it, for the rest of the test. Any thread.
     address32 lowText(const std::string& text);
     /// What has been logged since the last call; the log is on from the first call on.
     Lines logged();
@@ -113,7 +113,8 @@ private:
     static const PanelDriverFunctions& panelDriverFunctions();
 
     std::vector<void*> libraries_;
-    std::vector<std::shared_ptr<void>> lowMemory_;
+    std::mutex lowMemoryMutex_;
+    std::vector<std::shared_ptr<void>> lowMemory_; ///< guarded by lowMemoryMutex_
 };
 
 } // namespace trigora::test
