@@ -134,7 +134,7 @@ void jobListOf30BuiltAndSent(benchmark::State& state) {
     for ([[maybe_unused]] const auto iteration : state) {
         auto list = PanelJobList::withJobs(jobs, isOldJobList(newProtocol), true);
         list->setDigestedPassword("0123456789AB", "secret");
-        if (!connection.send(*list, newProtocol)) {
+        if (!connection.send(std::move(*list), newProtocol)) {
             state.SkipWithError("not sent");
         }
     }

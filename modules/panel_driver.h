@@ -4,8 +4,12 @@
  * It is the bundle "PanelDriver.bundle" among the resources of the agent's application, and exports the
  * functions below by name; each is optional. A connection is used by one thread from PDOpen to PDClose;
  * several connections may be open at once, on different threads. All integers are little-endian; address32
- * fields refer to memory below 4 GiB (trigora_memory.h). What the agent hands in lives until the call
- * returns.
+ * fields refer to memory below 4 GiB (trigora_memory.h).
+ *
+ * What the agent hands in stays where it is and as it is for the length of the connection: the open block,
+ * and the header and entries of a list with all texts that they refer to, until PDClose has returned; where a
+ * connection is given up without it, until the call that showed that (PDOpen, PDLock) has returned. What
+ * PDCreateJobData2 and PDDecodeData are handed lives until they return.
  */
 #ifndef TRIGORA_PANEL_DRIVER_H
 #define TRIGORA_PANEL_DRIVER_H

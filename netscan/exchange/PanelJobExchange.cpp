@@ -37,13 +37,13 @@ std::optional<std::string> scannerName(const NSMScanRequest& request, const Pane
     return name;
 }
 
-std::int32_t sendList(PanelConnection& connection, const std::optional<PanelJobList>& list,
+std::int32_t sendList(PanelConnection& connection, std::optional<PanelJobList> list,
                       std::int32_t protocolVersion) {
     if (!list) {
         PSlog("%s [Line %d] no memory for the job list", "SendJobInfoToPanel", __LINE__);
         return PANEL_RESULT_FAILED;
     }
-    if (!connection.send(*list, protocolVersion)) {
+    if (!connection.send(std::move(*list), protocolVersion)) {
         PSlog("the panel was not sent the job list");
         return PANEL_RESULT_FAILED;
     }

@@ -7,6 +7,7 @@
 #include "platform/Platform.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace trigora {
 
@@ -104,8 +105,8 @@ template <typename Function> Function* PanelConnection::functionNamed(const char
 
 bool PanelConnection::open(const std::string& ipAddress) {
     auto* open = functionNamed<PDOpenFunction>("PDOpen");
-    const PanelOpenBlock block = openBlockFor(ipAddress, driver_.progressCallback_);
-    isOpen_ = open != nullptr && open(&block, &handle_, &context_) != 0;
+    block_ = openBlockFor(ipAddress, driver_.progressCallback_);
+    isOpen_ = open != nullptr && open(&block_, &handle_, &context_) != 0;
     return isOpen_;
 }
 
@@ -115,23 +116,24 @@ bool PanelConnection::lock() {
     return isLocked_;
 }
 
-bool PanelConnection::send(const PanelJobList& list, std::int32_t protocolVersion) {
+bool PanelConnection::send(PanelJobList list, std::int32_t protocolVersion) {
+    const PanelJobList& kept = list_.emplace(std::move(list));
     if (isOldJobList(protocolVersion)) {
         auto* send = functionNamed<PDSendJobDataFunction>("PDSendJobData");
-        return send != nullptr && send(handle_, &list.header(), 0, PANEL_OLD_JOB_LIST, list.count(),
-                                       list.entries(), &context_) != 0;
+        return send != nullptr && send(handle_, &kept.header(), 0, PANEL_OLD_JOB_LIST, kept.count(),
+                                       kept.entries(), &context_) != 0;
     }
     auto* send = functionNamed<PDSendJobData2Function>("PDSendJobData2");
-    return send != nullptr && send(handle_, &list.header(), 0, static_cast<std::uint16_t>(protocolVersion),
-                                   list.count(), list.entries(), &context_) != 0;
+    return send != nullptr && send(handle_, &kept.header(), 0, static_cast<std::uint16_t>(protocolVersion),
+                                   kept.count(), kept.entries(), &context_) != 0;
 }
 
 stRecvJobData PanelConnection::receive() {
-    stRecvJobData choices{};
+    choices_ = {};
     if (auto* receive = functionNamed<PDRecvJobDataFunction>("PDRecvJobData")) {
-        receive(handle_, &choices, &context_);
+        receive(handle_, &choices_, &context_);
     }
-    return choices;
+    return choices_;
 }
 
 } // namespace trigora

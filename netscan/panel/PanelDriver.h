@@ -52,8 +52,9 @@ private:
     address32 progressCallback_;
 };
 
-/// A connection to a panel. It is unlocked and closed, as far as it came, when this goes. One thread at a
-/// time, no longer than the driver.
+/// A connection to a panel. It is unlocked and closed, as far as it came, when this goes. Drivers may look at
+/// the records that they were handed until then, so that these live no shorter. One thread at a time, no
+/// longer than the driver.
 class PanelConnection {
 public:
     explicit PanelConnection(const PanelDriver& driver) : driver_(driver) {}
@@ -63,8 +64,8 @@ public:
 
     bool open(const std::string& ipAddress);
     bool lock();
-    /// In the form of the panel's protocol version; logs nothing.
-    bool send(const PanelJobList& list, std::int32_t protocolVersion);
+    /// Sends one list, in the form of the panel's protocol version; logs nothing.
+    bool send(PanelJobList list, std::int32_t protocolVersion);
     /// What the user chose; zeroed where the driver filled in nothing.
     stRecvJobData receive();
 
@@ -80,6 +81,9 @@ private:
     template <typename Function> Function* functionNamed(const char* name) const;
 
     const PanelDriver& driver_;
+    PanelOpenBlock block_{};
+    std::optional<PanelJobList> list_;
+    stRecvJobData choices_{};
     std::uint32_t handle_ = 0;
     std::uint32_t context_ = 0; ///< the driver's own
     bool isOpen_ = false;

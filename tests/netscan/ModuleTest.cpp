@@ -24,6 +24,32 @@ const std::map<std::string, std::string> moduleFiles = {
     {"UsbScan", MODULE_UsbScan},
     {"Classes", MODULE_Classes}};
 
+/// What the thread's connection has been handed, which must stay as it is until the end.
+class HandedIn {
+public:
+    void addRecord(const void* record, std::size_t size) {
+        records_.emplace_back(record, hexadecimal(record, size));
+    }
+    void addText(address32 text) { texts_.emplace_back(text, textThere(text)); }
+    void expectUnchanged(const std::string& call) const {
+        for (const auto& [address, text] : texts_) { // first: where these are gone, records may be, too
+            ASSERT_EQ(textThere(address), text) << call;
+        }
+        for (const auto& [record, bytes] : records_) {
+            EXPECT_EQ(hexadecimal(record, bytes.size() / 2), bytes) << call;
+        }
+    }
+
+private:
+    static std::optional<std::string> textThere(address32 address) {
+        return platform::current().lowMemory.textAt(address, 1000);
+    }
+
+    std::vector<std::pair<const void*, std::string>> records_;
+    std::vector<std::pair<address32, std::optional<std::string>>> texts_;
+};
+thread_local HandedIn handedIn;
+
 std::string textAt(address32 address) {
     return address == 0 ? "(none)" : static_cast<const char*>(trigora_pointer(address));
 }
@@ -158,6 +184,7 @@ void ModuleTest::addConnectionCall(const std::string& call, std::uint32_t handle
                                    const std::uint32_t* context) {
     EXPECT_EQ(handle, connectionHandle);
     EXPECT_EQ(*context, connectionContext);
+    handedIn.expectUnchanged(call);
     self->journal.add(call);
 }
 
@@ -176,6 +203,16 @@ void ModuleTest::take(const PanelJobHeader* header, std::uint32_t count, const P
     }
 }
 
+void ModuleTest::takeForConnection(const PanelJobHeader* header, std::uint32_t count,
+                                   const PanelJobEntry* entries) {
+    take(header, count, entries);
+    handedIn.addRecord(header, sizeof *header);
+    handedIn.addRecord(entries, (count + 1) * sizeof *entries);
+    for (std::uint32_t i = 0; i < count; ++i) {
+        handedIn.addText(entries[i].wcJobName);
+    }
+}
+
 std::uint8_t ModuleTest::command(const char* name) {
     self->journal.add(name);
     return answer(self->jobs.accepts);
@@ -188,6 +225,8 @@ const PanelDriverFunctions& ModuleTest::panelDriverFunctions() {
             *handle = connectionHandle;
             *context = connectionContext;
             self->journal.add(std::string("PDOpen ") + block->ipAddress);
+            handedIn = {};
+            handedIn.addRecord(block, sizeof *block);
             const std::lock_guard lock(self->panel.mutex);
             self->panel.block = *block;
             return answer(self->panel.opens);
@@ -201,7 +240,7 @@ const PanelDriverFunctions& ModuleTest::panelDriverFunctions() {
             EXPECT_EQ(reserved, 0U);
             EXPECT_EQ(listKind, 2057U);
             addConnectionCall("PDSendJobData " + std::to_string(count), handle, context);
-            take(header, count, entries);
+            takeForConnection(header, count, entries);
             return answer(self->panel.sends);
         },
         [](std::uint32_t handle, const PanelJobHeader* header, std::uint32_t reserved, std::uint16_t version,
@@ -209,7 +248,7 @@ const PanelDriverFunctions& ModuleTest::panelDriverFunctions() {
             EXPECT_EQ(reserved, 0U);
             addConnectionCall("PDSendJobData2 " + std::to_string(version) + " " + std::to_string(count),
                               handle, context);
-            take(header, count, entries);
+            takeForConnection(header, count, entries);
             return answer(self->panel.sends);
         },
         [](std::uint32_t handle, stRecvJobData* choices, std::uint32_t* context) {

@@ -108,6 +108,8 @@ private:
     static void addConnectionCall(const std::string& call, std::uint32_t handle,
                                   const std::uint32_t* context);
     static void take(const PanelJobHeader* header, std::uint32_t count, const PanelJobEntry* entries);
+    static void takeForConnection(const PanelJobHeader* header, std::uint32_t count,
+                                  const PanelJobEntry* entries);
     static std::uint8_t answer(bool isYes) { return isYes ? self->yes : 0; }
     static std::uint8_t command(const char* name);
     static const PanelDriverFunctions& panelDriverFunctions();
