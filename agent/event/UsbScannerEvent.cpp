@@ -11,6 +11,18 @@ namespace {
 constexpr std::uint32_t keyProductID = platform::fourCharCode("UsId"); ///< in the host's byte order
 constexpr std::uint32_t typeInteger = platform::fourCharCode("long");
 
+/// Senders write product IDs in whatever integer they have, also in a signed one that is too small: no bit of
+/// it is a sign.
+std::optional<std::uint32_t> productIDIn(const Data& bytes) {
+    const std::size_t size = bytes.size();
+    if (size != 1 && size != 2 && size != 4 && size != 8) {
+        return std::nullopt;
+    }
+    std::uint64_t number = 0;
+    std::memcpy(&number, bytes.data(), size);
+    return number <= UINT32_MAX ? std::optional(static_cast<std::uint32_t>(number)) : std::nullopt;
+}
+
 } // namespace
 
 platform::AppleEvent usbScannerEvent(std::uint32_t productID) {
@@ -22,12 +34,7 @@ platform::AppleEvent usbScannerEvent(std::uint32_t productID) {
 
 std::optional<std::uint32_t> productIDOfUsbScanner(const platform::AppleEvent& event) {
     const platform::AppleEventParameter* parameter = event.parameter(keyProductID);
-    std::uint32_t productID = 0;
-    if (parameter == nullptr || parameter->bytes.size() != sizeof productID) {
-        return std::nullopt;
-    }
-    std::memcpy(&productID, parameter->bytes.data(), sizeof productID);
-    return productID;
+    return parameter == nullptr ? std::nullopt : productIDIn(parameter->bytes);
 }
 
 } // namespace trigora

@@ -71,12 +71,21 @@ TEST_F(UsbScan, AnAnnouncementStartsTheModule) {
     EXPECT_EQ(logged(), (Lines{"start", "UsbScanBundle CFBundleLoadExecutable fails"}));
     remove(modulePath);
     installUsbScan();
-    for (const std::optional<Data>& withoutID : {std::optional<Data>(), std::optional(Data{1, 2, 3})}) {
-        announce(withoutID);
-        EXPECT_EQ(journal.take(), (Lines{"StartEvent 322 0", "jobs for PID 0142"}));
+    const std::pair<Data, Lines> rows[] = {
+        {{0xFA}, {"StartEvent 250 0", "jobs for PID 00fa"}},
+        {{0x2A, 0xF1}, {"StartEvent 61738 0", "jobs for PID f12a"}},
+        {{0x2A, 1, 0, 0}, {"StartEvent 298 0", "jobs for PID 012a"}},
+        {{0x2B, 1, 0, 0, 0, 0, 0, 0}, {"StartEvent 299 0", "jobs for PID 012b"}},
+        {{0x2C, 1, 0, 0, 1, 0, 0, 0}, {}},
+        {{}, {}},
+        {{1, 2, 3}, {}}};
+    for (const auto& [bytes, calls] : rows) {
+        announce(bytes);
+        EXPECT_EQ(journal.take(), calls) << bytes.size() << " bytes";
     }
-    announce(Data{0x2A, 0x01, 0, 0});
-    EXPECT_EQ(journal.take(), (Lines{"StartEvent 298 0", "jobs for PID 012a"}));
+    announce(std::nullopt);
+    EXPECT_EQ(journal.take(), Lines{});
+    EXPECT_EQ(manager->pid(), 0x12BU);
 
     manager.reset();
     platform::releaseShared<TgaUsbSettingsManager>();

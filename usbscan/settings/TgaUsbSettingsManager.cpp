@@ -131,10 +131,13 @@ void TgaUsbSettingsManager::registerEvent() {
 
 void TgaUsbSettingsManager::handleScanEvent(const platform::AppleEvent& event, platform::AppleEvent&) {
     PSlog("handleScanEvent Received");
-    if (const auto productID = productIDOfUsbScanner(event)) {
-        setPid(*productID);
+    const std::optional<std::uint32_t> productID = productIDOfUsbScanner(event);
+    if (!productID) {
+        PSlog("the event does not say which scanner it is");
+        return;
     }
-    PSlog("pid = %d", static_cast<std::int32_t>(this->pid()));
+    setPid(*productID);
+    PSlog("pid = %d", static_cast<std::int32_t>(pid()));
     start();
 }
 

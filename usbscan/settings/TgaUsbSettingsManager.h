@@ -35,8 +35,8 @@ public:
 
     /// Has the announcements of USB scanners handled ('PLsc'/'UbPo').
     void registerEvent();
-    /// Keeps the scanner's product ID (parameter 'UsId', a 32-bit integer in the host's byte order) and
-    /// starts. An event without it keeps the former one.
+    /// Keeps the scanner's product ID (parameter 'UsId', a little-endian integer of 1, 2, 4 or 8 bytes, of
+    /// whatever type) and starts. Without a number that is a product ID nothing happens.
     void handleScanEvent(const platform::AppleEvent& event, platform::AppleEvent& replyEvent);
     /// Loads the module, once, and has it watch the scanner's panel.
     void start();
