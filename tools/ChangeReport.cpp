@@ -2,6 +2,7 @@
 
 #include "tools/Report.h"
 #include "tools/SettingsSession.h"
+#include "tools/bus/AgentNotice.h"
 
 namespace trigora::tools {
 

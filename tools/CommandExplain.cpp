@@ -11,6 +11,7 @@
 #include "tools/Report.h"
 #include "tools/ScannerModels.h"
 #include "tools/SettingsSession.h"
+#include "tools/bus/AgentNotice.h"
 
 #include <algorithm>
 #include <array>

@@ -5,7 +5,7 @@
 #include "platform/linux/bus/BusValue.h"
 #include "platform/linux/formats/LinuxFormats.h"
 #include "tools/Report.h"
-#include "tools/SessionBus.h"
+#include "tools/bus/SessionBus.h"
 
 #include <array>
 #include <chrono>

@@ -5,7 +5,7 @@
 #include "platform/Text.h"
 #include "tools/Report.h"
 #include "tools/ScannerModels.h"
-#include "tools/SessionBus.h"
+#include "tools/bus/SessionBus.h"
 
 #include <array>
 #include <limits>

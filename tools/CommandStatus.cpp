@@ -5,9 +5,9 @@
 #include "platform/Platform.h"
 #include "platform/Text.h"
 #include "platform/linux/files/InstallationRoot.h"
-#include "tools/AgentStatus.h"
 #include "tools/Report.h"
-#include "tools/SessionBus.h"
+#include "tools/bus/AgentStatus.h"
+#include "tools/bus/SessionBus.h"
 
 #include <array>
 #include <cmath>

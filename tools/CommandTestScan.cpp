@@ -7,13 +7,13 @@
 #include "platform/Text.h"
 #include "projects/information/TrProjectInformation.h"
 #include "runners/launch/TrLaunchApplicationManager.h"
-#include "tools/AgentStatus.h"
 #include "tools/EventCatalogue.h"
 #include "tools/ProjectCatalogue.h"
 #include "tools/Report.h"
 #include "tools/ScannerModels.h"
-#include "tools/SessionBus.h"
 #include "tools/SettingsSession.h"
+#include "tools/bus/AgentStatus.h"
+#include "tools/bus/SessionBus.h"
 
 #include <array>
 
@@ -91,22 +91,17 @@ private:
     std::vector<platform::DistributedNotifications::ObserverID> observers_;
 };
 
-void requireAgent() {
-    switch (agentNotice()) {
-    case AgentNotice::told:
-        return;
-    case AgentNotice::notRunning:
-        throw Failure(unreachable, "the agent is not running");
-    case AgentNotice::noBus:
-        throw Failure(unreachable, "there is no session bus, and so no agent");
-    }
-}
-
-/// A test would end a run or a press that is under way.
+/// There must be an agent. A test would end a run or a press of it that is under way.
 void requireIdleAgent() {
     std::string error;
     const std::optional<SessionBus> bus = SessionBus::open(error);
-    const auto status = bus ? statusOfAgent(*bus, error) : std::nullopt;
+    if (!bus) {
+        throw Failure(unreachable, error);
+    }
+    if (!bus->agentProcessID()) {
+        throw Failure(unreachable, agentMissingSentence);
+    }
+    const auto status = statusOfAgent(*bus, error);
     if (status && (platform::dictionaryAt(*status, "press") ||
                    platform::booleanAt(*status, "projectIsRunning").value_or(false))) {
         throw Failure(failed, "the agent is busy with a press; try again when it is done");
@@ -186,7 +181,6 @@ ExitCode testScan(const Arguments& arguments, std::ostream& out, std::ostream&) 
     if (arguments.has("event")) {
         requireEvent(eventID);
     }
-    requireAgent();
     requireIdleAgent();
     const Dictionary deviceInfo =
         modelID ? Dictionary{{"DeviceInfoModelID",

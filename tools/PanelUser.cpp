@@ -4,7 +4,7 @@
 #include "modules/network_scan.h"
 #include "modules/panel_driver.h"
 #include "simulators/simulation/Simulation.h"
-#include "tools/SessionBus.h"
+#include "tools/bus/SessionBus.h"
 
 #include <algorithm>
 #include <functional>

@@ -13,7 +13,6 @@
 #include "tools/Command.h"
 #include "tools/OverlayFiles.h"
 #include "tools/Report.h"
-#include "tools/SessionBus.h"
 
 #include <algorithm>
 
@@ -208,27 +207,6 @@ void requireUndamaged(const std::vector<std::string>& damagedFiles) {
     if (!damagedFiles.empty()) {
         throw Failure(failed, damageSentence(damagedFiles.front()) + ". Nothing was changed");
     }
-}
-
-AgentNotice agentNotice() {
-    std::string error;
-    const std::optional<SessionBus> bus = SessionBus::open(error);
-    if (!bus) {
-        return AgentNotice::noBus;
-    }
-    return bus->agentProcessID() ? AgentNotice::told : AgentNotice::notRunning;
-}
-
-std::string noticeSentence(AgentNotice notice) {
-    switch (notice) {
-    case AgentNotice::told:
-        return "The agent was told.";
-    case AgentNotice::notRunning:
-        return "The agent is not running; it reads this when it starts.";
-    case AgentNotice::noBus:
-        break;
-    }
-    return "There is no session bus, so no agent was told; one that is running keeps what it has read.";
 }
 
 } // namespace trigora::tools

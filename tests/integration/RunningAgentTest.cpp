@@ -2,7 +2,7 @@
 
 #include "platform/linux/bus/BusNames.h"
 #include "tests/integration/AssistantName.h"
-#include "tools/SessionBus.h"
+#include "tools/bus/SessionBus.h"
 
 #include <csignal>
 #include <fcntl.h>

@@ -1,6 +1,7 @@
 #include "platform/linux/bus/BusAppleEvents.h"
 
 #include "platform/Guarded.h"
+#include "platform/linux/bus/AppleEventMessage.h"
 #include "platform/linux/bus/BusNames.h"
 #include "platform/linux/files/FileDescriptor.h"
 #include "platform/linux/processes/ProcessStatus.h"
@@ -23,72 +24,6 @@ using std::chrono::steady_clock;
 
 /// How often a launched process is looked for.
 constexpr milliseconds lookingInterval(20);
-
-constexpr const char* eventSignature = "uua(uuay)";
-constexpr const char* parametersSignature = "a(uuay)";
-
-int appendParameter(sd_bus_message* message, const AppleEventParameter& parameter) {
-    int result = sd_bus_message_open_container(message, 'r', "uuay");
-    if (result >= 0) {
-        result = sd_bus_message_append(message, "uu", parameter.keyword, parameter.type);
-    }
-    if (result >= 0) {
-        result = sd_bus_message_append_array(message, 'y', parameter.bytes.data(), parameter.bytes.size());
-    }
-    return result < 0 ? result : sd_bus_message_close_container(message);
-}
-
-int appendParameters(sd_bus_message* message, const std::vector<AppleEventParameter>& parameters) {
-    int result = sd_bus_message_open_container(message, 'a', "(uuay)");
-    for (auto parameter = parameters.begin(); result >= 0 && parameter != parameters.end(); ++parameter) {
-        result = appendParameter(message, *parameter);
-    }
-    return result < 0 ? result : sd_bus_message_close_container(message);
-}
-
-/// The next parameter; none at the end of the list and when the message is broken.
-std::optional<AppleEventParameter> readParameter(sd_bus_message* message) {
-    AppleEventParameter parameter;
-    const void* bytes = nullptr;
-    std::size_t size = 0;
-    if (sd_bus_message_enter_container(message, 'r', "uuay") <= 0 ||
-        sd_bus_message_read(message, "uu", &parameter.keyword, &parameter.type) <= 0 ||
-        sd_bus_message_read_array(message, 'y', &bytes, &size) < 0 ||
-        sd_bus_message_exit_container(message) < 0) {
-        return std::nullopt;
-    }
-    if (size > 0) {
-        const auto* first = static_cast<const std::uint8_t*>(bytes);
-        parameter.bytes.assign(first, first + size);
-    }
-    return parameter;
-}
-
-/// False when the message is broken.
-bool readParameters(sd_bus_message* message, std::vector<AppleEventParameter>& parameters) {
-    if (sd_bus_message_enter_container(message, 'a', "(uuay)") < 0) {
-        return false;
-    }
-    while (std::optional<AppleEventParameter> parameter = readParameter(message)) {
-        parameters.push_back(std::move(*parameter));
-    }
-    return sd_bus_message_exit_container(message) >= 0;
-}
-
-/// The call that carries the event to the owner of a unique name; null when it cannot be made.
-BusMessagePointer makeCall(sd_bus* bus, const std::string& destination, const AppleEvent& event) {
-    sd_bus_message* made = nullptr;
-    int result = sd_bus_message_new_method_call(bus, &made, destination.c_str(), bus::appleEventsPath,
-                                                bus::appleEventsInterface, bus::sendMethod);
-    BusMessagePointer message(made);
-    if (result >= 0) {
-        result = sd_bus_message_append(made, "uu", event.eventClass, event.eventID);
-    }
-    if (result >= 0) {
-        result = appendParameters(made, event.parameters);
-    }
-    return result < 0 ? nullptr : std::move(message);
-}
 
 std::int32_t statusOf(const sd_bus_error& error) {
     static constexpr std::pair<std::string_view, std::int32_t> statuses[] = {
@@ -140,7 +75,7 @@ BusAppleEvents::BusAppleEvents(BusConnection& connection, milliseconds timeOut)
     : connection_(connection), timeOut_(timeOut), mainThread_(std::this_thread::get_id()) {
     static const sd_bus_vtable methods[] = {
         SD_BUS_VTABLE_START(0),
-        SD_BUS_METHOD(bus::sendMethod, eventSignature, parametersSignature, sendCalled,
+        SD_BUS_METHOD(bus::sendMethod, bus::eventSignature, bus::replySignature, sendCalled,
                       SD_BUS_VTABLE_UNPRIVILEGED),
         SD_BUS_VTABLE_END,
     };
@@ -166,7 +101,7 @@ std::int32_t BusAppleEvents::sendWithoutReply(const AppleEventTarget& target, co
         return procNotFound;
     }
     const bool sent = connection_.send([&](sd_bus* bus) {
-        const BusMessagePointer message = makeCall(bus, *owner, event);
+        const BusMessagePointer message = bus::eventCall(bus, *owner, event);
         if (!message) {
             return -ENOMEM;
         }
@@ -185,7 +120,7 @@ AppleEventReply BusAppleEvents::sendWaitingForReply(const AppleEventTarget& targ
     }
     // Messages go before their connection.
     const BusPointer bus = owner ? connection_.connect() : nullptr;
-    const BusMessagePointer message = bus ? makeCall(bus.get(), *owner, event) : nullptr;
+    const BusMessagePointer message = bus ? bus::eventCall(bus.get(), *owner, event) : nullptr;
     if (!message) {
         reply.status = procNotFound;
         return reply;
@@ -198,8 +133,9 @@ AppleEventReply BusAppleEvents::sendWaitingForReply(const AppleEventTarget& targ
     const BusMessagePointer owned(answer);
     if (result < 0) {
         reply.status = statusOf(error);
-    } else if (sd_bus_message_has_signature(answer, parametersSignature) <= 0 ||
-               !readParameters(answer, reply.event.parameters)) {
+    } else if (auto parameters = bus::readEventReply(answer)) {
+        reply.event.parameters = std::move(*parameters);
+    } else {
         reply.status = errAECoercionFail;
     }
     sd_bus_error_free(&error);
@@ -213,20 +149,19 @@ int BusAppleEvents::sendCalled(sd_bus_message* message, void* appleEvents, sd_bu
 }
 
 int BusAppleEvents::answerCall(sd_bus_message* message, sd_bus_error* error) const {
-    AppleEvent event;
-    if (sd_bus_message_read(message, "uu", &event.eventClass, &event.eventID) <= 0 ||
-        !readParameters(message, event.parameters)) {
+    const std::optional<AppleEvent> event = bus::readEventCall(message);
+    if (!event) {
         return -EBADMSG;
     }
     AppleEvent reply;
-    if (!handle(event, reply)) {
+    if (!handle(*event, reply)) {
         return sd_bus_error_set(error, bus::notHandledError, "No handler takes this event");
     }
     sd_bus_message* made = nullptr;
     int result = sd_bus_message_new_method_return(message, &made);
     const BusMessagePointer answer(made);
     if (result >= 0) {
-        result = appendParameters(made, reply.parameters);
+        result = bus::appendParameters(made, reply.parameters);
     }
     return result < 0 ? result : sd_bus_send(nullptr, made, nullptr);
 }

@@ -1,63 +1,19 @@
 #include "platform/linux/bus/BusConnection.h"
 
 #include "platform/Guarded.h"
+#include "platform/linux/bus/BusAccess.h"
 #include "platform/linux/loop/LinuxClock.h"
 
 #include <cerrno>
 #include <cstdint>
-#include <cstdlib>
-#include <system_error>
 #include <utility>
 
 namespace trigora::platform {
 
 namespace {
 
-/// The longest time that the daemon itself is waited for, in microseconds.
-constexpr std::uint64_t daemonTimeOut = 5000000;
 /// What is read off the posting connection at a time; nobody has business sending anything there.
 constexpr int mostUnwanted = 1000;
-
-std::string sessionBusAddress() {
-    if (const char* address = std::getenv("DBUS_SESSION_BUS_ADDRESS"); address != nullptr && *address != 0) {
-        return address;
-    }
-    const char* runtimeFolder = std::getenv("XDG_RUNTIME_DIR");
-    return runtimeFolder != nullptr && *runtimeFolder != 0
-               ? "unix:path=" + std::string(runtimeFolder) + "/bus"
-               : std::string();
-}
-
-/// Connects and waits until the daemon has greeted; negative when that fails.
-int connectTo(const std::string& address, BusPointer& connected) {
-    sd_bus* bus = nullptr;
-    if (const int result = sd_bus_new(&bus); result < 0) {
-        return result;
-    }
-    BusPointer made(bus);
-    int result = sd_bus_set_address(bus, address.c_str());
-    if (result >= 0) {
-        result = sd_bus_set_bus_client(bus, 1);
-    }
-    if (result >= 0) {
-        // Nobody sends us descriptors, so nobody can use ours up.
-        result = sd_bus_negotiate_fds(bus, 0);
-    }
-    if (result >= 0) {
-        result = sd_bus_set_method_call_timeout(bus, daemonTimeOut);
-    }
-    if (result >= 0) {
-        result = sd_bus_start(bus);
-    }
-    const char* uniqueName = nullptr;
-    if (result >= 0) {
-        result = sd_bus_get_unique_name(bus, &uniqueName);
-    }
-    if (result >= 0) {
-        connected = std::move(made);
-    }
-    return result;
-}
 
 /// Reads and drops what came in; negative when the connection is gone.
 int discardIncoming(sd_bus* bus) {
@@ -70,7 +26,7 @@ int discardIncoming(sd_bus* bus) {
 
 /// Writes out what is queued. False when the connection is gone, or does not take it in time.
 bool writeOut(sd_bus* bus) {
-    const std::uint64_t end = monotonicMicroseconds() + daemonTimeOut;
+    const std::uint64_t end = monotonicMicroseconds() + bus::daemonTimeOut;
     for (;;) {
         std::uint64_t queued = 0;
         if (sd_bus_get_n_queued_write(bus, &queued) < 0) {
@@ -89,19 +45,14 @@ bool writeOut(sd_bus* bus) {
 } // namespace
 
 std::unique_ptr<BusConnection> BusConnection::open(LinuxRunLoop& loop, std::string& error) {
-    std::string address = sessionBusAddress();
-    if (address.empty()) {
-        error = "there is no session bus: DBUS_SESSION_BUS_ADDRESS is not set";
+    std::string address = bus::sessionAddress();
+    BusPointer bus = bus::connectToSession(error);
+    if (!bus) {
         return nullptr;
     }
-    BusPointer bus;
-    int result = connectTo(address, bus);
-    if (result >= 0) {
-        result = sd_bus_attach_event(bus.get(), loop.event(), SD_EVENT_PRIORITY_NORMAL);
-    }
-    if (result < 0) {
-        error = "the session bus at " + address +
-                " cannot be reached: " + std::generic_category().message(-result);
+    if (const int result = sd_bus_attach_event(bus.get(), loop.event(), SD_EVENT_PRIORITY_NORMAL);
+        result < 0) {
+        error = bus::unreachableSentence(result);
         return nullptr;
     }
     const char* uniqueName = nullptr;
@@ -138,7 +89,7 @@ sd_bus* BusConnection::postingBus() {
         postingBus_.reset();
     }
     if (!postingBus_ && !lost_) {
-        connectTo(address_, postingBus_);
+        bus::connect(address_, postingBus_);
     }
     return postingBus_.get();
 }
@@ -180,7 +131,7 @@ std::optional<std::string> BusConnection::ownerOf(const std::string& name) {
 BusPointer BusConnection::connect() const {
     BusPointer bus;
     if (!lost_) {
-        connectTo(address_, bus);
+        bus::connect(address_, bus);
     }
     return bus;
 }

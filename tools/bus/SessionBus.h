@@ -8,6 +8,9 @@
 
 namespace trigora::tools {
 
+constexpr const char* agentMissingSentence = "the agent is not running";
+constexpr const char* unreadableAnswer = "the agent's answer cannot be read";
+
 /// A connection of the tool's own to the session bus, for talking to the agent by its name.
 class SessionBus {
 public:
@@ -23,7 +26,8 @@ public:
     };
     /// Sends an event to the agent and waits until it has been handled; the error says more than the result.
     Delivery sendToAgent(const platform::AppleEvent& event, std::string& error) const;
-    /// The same with the agent's answer; none when it did not handle the event within the seconds.
+    /// The same with the agent's answer; none when it did not handle the event within the seconds, or when
+    /// the answer is broken.
     std::optional<platform::AppleEvent> askAgent(const platform::AppleEvent& event, double seconds,
                                                  std::string& error) const;
     /// None when nobody owns the agent's name.

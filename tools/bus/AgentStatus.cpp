@@ -1,9 +1,9 @@
-#include "tools/AgentStatus.h"
+#include "tools/bus/AgentStatus.h"
 
 #include "agent/event/StatusRequest.h"
 #include "platform/Formats.h"
 #include "platform/Platform.h"
-#include "tools/SessionBus.h"
+#include "tools/bus/SessionBus.h"
 
 namespace trigora::tools {
 
@@ -15,7 +15,7 @@ std::optional<Dictionary> statusOfAgent(const SessionBus& bus, std::string& erro
         text ? platform::current().json.read(std::string(text->bytes.begin(), text->bytes.end()))
              : std::nullopt;
     if (!value || value->dictionary() == nullptr) {
-        error = error.empty() ? "the agent's answer cannot be read" : error;
+        error = error.empty() ? unreadableAnswer : error;
         return std::nullopt;
     }
     return *value->dictionary();
