@@ -13,6 +13,7 @@
 #include "platform/Platform.h"
 #include "platform/Text.h"
 #include "projects/information/TrProjectInformation.h"
+#include "projects/settings/ScanSettingSchema.h"
 #include "tools/CheckCatalogue.h"
 #include "tools/CheckTextFile.h"
 #include "tools/InstalledActions.h"
@@ -71,11 +72,11 @@ void checkActionOfProject(TrProjectInformation& project, ProjectKind kind, Findi
 
 void checkValuesOfScanSettings(const std::string& file, Findings& findings) {
     const auto settings = platform::current().propertyLists.read(file);
-    for (const ScanSettingKey& key : scanSettingKeys()) {
-        const Value* value = platform::find(*settings->dictionary(), key.name);
-        if (const auto problem = value != nullptr ? problemOfScanSetting(key, *value) : std::nullopt) {
+    for (const ScanSetting& setting : scan_settings::all) {
+        const Value* value = platform::find(*settings->dictionary(), setting.key);
+        if (const auto problem = value != nullptr ? problemOfScanSetting(setting, *value) : std::nullopt) {
             findings.push_back(
-                {file, std::string(key.name), *problem, "the scan is made in some other way, or fails"});
+                {file, std::string(setting.key), *problem, "the scan is made in some other way, or fails"});
         }
     }
 }

@@ -4,6 +4,7 @@
 #include "catalogue/drivers/TrScannerDriverInformation.h"
 #include "platform/Text.h"
 #include "projects/information/TrProjectInformation.h"
+#include "projects/settings/ScanSettingSchema.h"
 #include "tools/ChangeReport.h"
 #include "tools/InstalledActions.h"
 #include "tools/ProjectCatalogue.h"
@@ -142,10 +143,10 @@ void requireAllowed(const ListedProject& listed, const Changes& changes, bool ch
     };
     const TrProjectInformation& project = *listed.project;
     for (const ScanSettingChange& change : changes) {
-        if (change.key->name == "folderPath" && !project.isSavePathChangeAble()) {
+        if (change.setting->key == scan_settings::folderPath.key && !project.isSavePathChangeAble()) {
             refuse("folder");
         }
-        if (change.key->name == "fileFormat" && !project.isFileFormatSelectable()) {
+        if (change.setting->key == scan_settings::fileFormat.key && !project.isFileFormatSelectable()) {
             refuse("file format");
         }
     }
@@ -158,9 +159,9 @@ void apply(TrProjectInformation& project, const Changes& changes) {
     Dictionary settings = project.scanSettings();
     for (const ScanSettingChange& change : changes) {
         if (change.value) {
-            settings.insert_or_assign(std::string(change.key->name), *change.value);
+            settings.insert_or_assign(std::string(change.setting->key), *change.value);
         } else {
-            settings.erase(std::string(change.key->name));
+            settings.erase(std::string(change.setting->key));
         }
     }
     project.setScanSettings(settings);

@@ -10,6 +10,7 @@
 namespace trigora {
 
 class TrActionInformation;
+struct ScanSetting;
 
 /// One project: a saved job, with a name, a decimal ID, a type, an optional action (what runs after the
 /// scan, or for a folder) and, for projects that scan, scan settings.
@@ -174,7 +175,7 @@ private:
     void setScanToEmailSettings();
     void PI_SetProjectIDAtScanSettings(const std::optional<std::string>& projectID);
     /// Nothing removes the entry.
-    void storeAtScanSettings(const std::string& key, Value value);
+    void storeAtScanSettings(const ScanSetting& setting, Value value);
 
     std::optional<std::string> PI_MenuDescription() const;
     std::optional<std::string> PI_ActionDescription() const;

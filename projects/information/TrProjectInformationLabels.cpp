@@ -8,46 +8,22 @@
 #include "platform/Platform.h"
 #include "platform/Text.h"
 #include "projects/information/TrProjectInformation.h"
+#include "projects/settings/ScanSettingSchema.h"
 
-#include <array>
 #include <cstddef>
-#include <span>
 
 namespace trigora {
 
 namespace {
 
-constexpr std::array documentSizeKeys{
-    "String.ScanArea.A4.Text", "String.ScanArea.Letter.Text", "String.ScanArea.Legal.Text",
-    "String.ScanArea.A5.Text", "String.ScanArea.B5.Text",     "String.ScanArea.Tabloid.Text",
-    "String.ScanArea.B4.Text", "String.ScanArea.A3.Text",     "String.ScanArea.A6.Text",
-};
-constexpr std::array fileFormatKeys{
-    "String.FileFormat.JPEG.Text", "String.FileFormat.PDF.Text",       "String.FileFormat.BMP.Text",
-    "String.FileFormat.TIFF.Text", "String.FileFormat.MultiTIFF.Text",
-};
-constexpr std::array imageTypeKeys{
-    "String.ColorType.Color.Text",
-    "String.ColorType.Grayscale.Text",
-    "String.ColorType.BW.Text",
-};
-constexpr std::array qualityTypeKeys{
-    "String.Quality.Speed.Text",
-    "String.Quality.Srandard.Text", // spelt so in the string tables
-    "String.Quality.BestQuality.Text",
-    "String.Quality.Custom.Text",
-};
-
-constexpr std::int64_t photoDocument = 3;
-
 std::string localized(const char* key) { return platform::current().stringTable.localizedString(key); }
 
-/// The label of a value that counts from 0; none for no value and for one outside the table.
-std::optional<std::string> labelAt(std::span<const char* const> keys, std::optional<std::int64_t> value) {
-    if (!value || *value < 0 || static_cast<std::uint64_t>(*value) >= keys.size()) {
+/// The label of a choice; none for no value and for one outside the range.
+std::optional<std::string> labelOf(const ScanSetting& setting, std::optional<std::int64_t> value) {
+    if (!value || *value < setting.least || *value > setting.most) {
         return std::nullopt;
     }
-    return localized(keys[static_cast<std::size_t>(*value)]);
+    return localized(setting.choices[static_cast<std::size_t>(*value - setting.least)].labelKey);
 }
 
 /// Adds a part behind a "/"; nothing is added for a missing part, no "/" to an empty text.
@@ -72,12 +48,12 @@ std::optional<std::string> TrProjectInformation::menuTitle() const {
 }
 
 std::optional<std::string> TrProjectInformation::tiffCompressionString() const {
-    const bool isGroup4 = tiffCompressionFromScanSettings() == 1;
-    return localized(isGroup4 ? "String.TIFFCompressionG4.Text" : "String.TIFFCompressionNone.Text");
+    const bool isGroup4 = tiffCompressionFromScanSettings() == scan_settings::group4;
+    return labelOf(scan_settings::tiffCompression, isGroup4 ? scan_settings::group4 : 0);
 }
 
 std::optional<std::string> TrProjectInformation::documentSizeString() const {
-    return labelAt(documentSizeKeys, documentSizeFromScanSettings());
+    return labelOf(scan_settings::documentSize, documentSizeFromScanSettings());
 }
 
 std::optional<std::string> TrProjectInformation::documentSourceString() const {
@@ -85,28 +61,25 @@ std::optional<std::string> TrProjectInformation::documentSourceString() const {
         TrScannerDriverManager::sharedScannerDriverManager()->currentScannerDriverInformation();
     const bool hasFeeder = driver && driver->isADFSupport();
     const bool hasDuplex = driver && driver->isDuplexSupport();
-    const char* const autoDetect = "String.ScanInputSource.AutoDetect.Text";
-    const char* const feeder =
-        hasDuplex ? "String.ScanInputSource.ADFSingle.Text" : "String.ScanInputSource.ADF.Text";
-    const std::array keys{
-        autoDetect,
-        "String.ScanInputSource.DocumentTable.Text",
-        hasFeeder ? feeder : autoDetect,
-        hasDuplex ? "String.ScanInputSource.ADFDuplex.Text" : autoDetect,
-    };
-    return labelAt(keys, documentSourceFromScanSettings());
+    const auto source = documentSourceFromScanSettings();
+    if (source == scan_settings::feeder && hasFeeder && hasDuplex) {
+        return localized("String.ScanInputSource.ADFSingle.Text");
+    }
+    const bool isMissing = (source == scan_settings::feeder && !hasFeeder) ||
+                           (source == scan_settings::duplexFeeder && !hasDuplex);
+    return labelOf(scan_settings::documentSource, isMissing ? scan_settings::automaticSource : source);
 }
 
 std::optional<std::string> TrProjectInformation::fileFormatString() const {
-    return labelAt(fileFormatKeys, fileFormatFromScanSettings());
+    return labelOf(scan_settings::fileFormat, fileFormatFromScanSettings());
 }
 
 std::optional<std::string> TrProjectInformation::imageColorString() const {
-    return labelAt(imageTypeKeys, imageTypeFromScanSettings());
+    return labelOf(scan_settings::imageType, imageTypeFromScanSettings());
 }
 
 std::optional<std::string> TrProjectInformation::qualityTypeString() const {
-    return labelAt(qualityTypeKeys, qualityTypeFromScanSettings());
+    return labelOf(scan_settings::qualityType, qualityTypeFromScanSettings());
 }
 
 std::optional<std::string> TrProjectInformation::targetFolderString() const {
@@ -149,7 +122,7 @@ std::optional<std::string> TrProjectInformation::PI_ActionDescription() const {
 
 std::string TrProjectInformation::scanDescription() const {
     std::string text;
-    if (documentTypeFromScanSettings() == photoDocument) {
+    if (documentTypeFromScanSettings() == scan_settings::photoDocument) {
         text = localized("MainWindow.PhotoScanDescription.Text");
     } else {
         appendPart(text, documentSizeString());

@@ -7,6 +7,7 @@
 #include "platform/Text.h"
 #include "projects/information/ProjectFileName.h"
 #include "projects/information/ScanToEmailFolder.h"
+#include "projects/settings/ScanSettingSchema.h"
 
 #include <algorithm>
 #include <array>
@@ -45,7 +46,8 @@ void TrProjectInformation::validateFolderPath() {
     }
 }
 
-void TrProjectInformation::storeAtScanSettings(const std::string& key, Value value) {
+void TrProjectInformation::storeAtScanSettings(const ScanSetting& setting, Value value) {
+    const std::string key(setting.key);
     if (value.isNothing()) {
         scanSettings_.erase(key);
     } else {
@@ -56,29 +58,16 @@ void TrProjectInformation::storeAtScanSettings(const std::string& key, Value val
 // Defaults.
 
 void TrProjectInformation::PI_SetDefaultScanSettings() {
+    for (const ScanSetting& setting : scan_settings::all) {
+        if (auto value = defaultOf(setting)) {
+            storeAtScanSettings(setting, std::move(*value));
+        }
+    }
     const auto defaultSize =
         platform::current().stringTable.localizedString("ScanOption.DocumentSize.Default.Text");
-    setDocumentTypeAtScanSettings(2);
     setDocumentSizeAtScanSettings(platform::integerValue(defaultSize));
-    setFileFormatAtScanSettings(1);
-    setImageTypeAtScanSettings(2);
-    setDocumentSourceAtScanSettings(0);
-    setResolutionAtScanSettings(300);
-    setQualityTypeAtScanSettings(1);
-    setOrientationAtScanSettings(0);
-    setUnSharpMaskAtScanSettings(false);
-    setDescreenAtScanSettings(false);
-    setAutoEnhanceAtScanSettings(true);
-    setJpegCompressionAtScanSettings(75);
-    setByteOrderAtScanSettings(1);
-    setTiffCompressionAtScanSettings(0);
     setFolderPathAtScanSettings(TrFilePathUtility::sharedFilePathUtility()->documentsFolderPath());
-    setPrefixAtScanSettings("img");
-    setStartNumberAtScanSettings(1);
     setDefaultPdfSettings();
-    setDriverNameAtScanSettings("NOT SETUP");
-    setTwainUIAtScanSettings(false);
-    setNoneUIAtScanSettings(true);
     if (projectNumber() == scanToEmailProject) {
         setScanToEmailSettings();
     }
@@ -107,178 +96,180 @@ void TrProjectInformation::setScanToEmailSettings() {
 // One entry each.
 
 void TrProjectInformation::setDocumentTypeAtScanSettings(std::int64_t documentType) {
-    storeAtScanSettings("documentType", documentType);
+    storeAtScanSettings(scan_settings::documentType, documentType);
 }
 std::optional<std::int64_t> TrProjectInformation::documentTypeFromScanSettings() const {
-    return integerAt(scanSettings_, "documentType");
+    return integerAt(scanSettings_, scan_settings::documentType.key);
 }
 
 void TrProjectInformation::setDocumentSizeAtScanSettings(std::int64_t documentSize) {
-    storeAtScanSettings("documentSize", documentSize);
+    storeAtScanSettings(scan_settings::documentSize, documentSize);
 }
 std::optional<std::int64_t> TrProjectInformation::documentSizeFromScanSettings() const {
-    return integerAt(scanSettings_, "documentSize");
+    return integerAt(scanSettings_, scan_settings::documentSize.key);
 }
 
 void TrProjectInformation::setFileFormatAtScanSettings(std::int64_t fileFormat) {
-    storeAtScanSettings("fileFormat", fileFormat);
+    storeAtScanSettings(scan_settings::fileFormat, fileFormat);
 }
 std::optional<std::int64_t> TrProjectInformation::fileFormatFromScanSettings() const {
-    return integerAt(scanSettings_, "fileFormat");
+    return integerAt(scanSettings_, scan_settings::fileFormat.key);
 }
 
 void TrProjectInformation::setImageTypeAtScanSettings(std::int64_t imageType) {
-    storeAtScanSettings("imageType", imageType);
+    storeAtScanSettings(scan_settings::imageType, imageType);
 }
 std::optional<std::int64_t> TrProjectInformation::imageTypeFromScanSettings() const {
-    return integerAt(scanSettings_, "imageType");
+    return integerAt(scanSettings_, scan_settings::imageType.key);
 }
 
 void TrProjectInformation::setDocumentSourceAtScanSettings(std::int64_t documentSource) {
-    storeAtScanSettings("documentSource", documentSource);
+    storeAtScanSettings(scan_settings::documentSource, documentSource);
 }
 std::optional<std::int64_t> TrProjectInformation::documentSourceFromScanSettings() const {
-    return integerAt(scanSettings_, "documentSource");
+    return integerAt(scanSettings_, scan_settings::documentSource.key);
 }
 
 void TrProjectInformation::setResolutionAtScanSettings(std::int64_t resolution) {
-    storeAtScanSettings("resolution", resolution);
+    storeAtScanSettings(scan_settings::resolution, resolution);
 }
 std::optional<std::int64_t> TrProjectInformation::resolutionFromScanSettings() const {
-    return integerAt(scanSettings_, "resolution");
+    return integerAt(scanSettings_, scan_settings::resolution.key);
 }
 
 void TrProjectInformation::setQualityTypeAtScanSettings(std::int64_t qualityType) {
-    storeAtScanSettings("qualityType", qualityType);
+    storeAtScanSettings(scan_settings::qualityType, qualityType);
 }
 std::optional<std::int64_t> TrProjectInformation::qualityTypeFromScanSettings() const {
-    return integerAt(scanSettings_, "qualityType");
+    return integerAt(scanSettings_, scan_settings::qualityType.key);
 }
 
 void TrProjectInformation::setOrientationAtScanSettings(std::int64_t orientation) {
-    storeAtScanSettings("orientation", orientation);
+    storeAtScanSettings(scan_settings::orientation, orientation);
 }
 std::optional<std::int64_t> TrProjectInformation::orientationFromScanSettings() const {
-    return integerAt(scanSettings_, "orientation");
+    return integerAt(scanSettings_, scan_settings::orientation.key);
 }
 
 void TrProjectInformation::setUnSharpMaskAtScanSettings(bool unSharpMask) {
-    storeAtScanSettings("unSharpMark", unSharpMask);
+    storeAtScanSettings(scan_settings::unSharpMark, unSharpMask);
 }
 std::optional<bool> TrProjectInformation::unSharpMaskFromScanSettings() const {
-    return booleanAt(scanSettings_, "unSharpMark");
+    return booleanAt(scanSettings_, scan_settings::unSharpMark.key);
 }
 
 void TrProjectInformation::setDescreenAtScanSettings(bool descreen) {
-    storeAtScanSettings("descreen", descreen);
+    storeAtScanSettings(scan_settings::descreen, descreen);
 }
 std::optional<bool> TrProjectInformation::descreenFromScanSettings() const {
-    return booleanAt(scanSettings_, "descreen");
+    return booleanAt(scanSettings_, scan_settings::descreen.key);
 }
 
 void TrProjectInformation::setAutoEnhanceAtScanSettings(bool autoEnhance) {
-    storeAtScanSettings("autoEnhance", autoEnhance);
+    storeAtScanSettings(scan_settings::autoEnhance, autoEnhance);
 }
 std::optional<bool> TrProjectInformation::autoEnhanceFromScanSettings() const {
-    return booleanAt(scanSettings_, "autoEnhance");
+    return booleanAt(scanSettings_, scan_settings::autoEnhance.key);
 }
 
 void TrProjectInformation::setJpegCompressionAtScanSettings(std::int64_t jpegCompression) {
-    storeAtScanSettings("JPEGCompression", jpegCompression);
+    storeAtScanSettings(scan_settings::jpegCompression, jpegCompression);
 }
 std::optional<std::int64_t> TrProjectInformation::jpegCompressionFromScanSettings() const {
-    return integerAt(scanSettings_, "JPEGCompression");
+    return integerAt(scanSettings_, scan_settings::jpegCompression.key);
 }
 
 void TrProjectInformation::setByteOrderAtScanSettings(std::int64_t byteOrder) {
-    storeAtScanSettings("byteOrder", byteOrder);
+    storeAtScanSettings(scan_settings::byteOrder, byteOrder);
 }
 std::optional<std::int64_t> TrProjectInformation::byteOrderFromScanSettings() const {
-    return integerAt(scanSettings_, "byteOrder");
+    return integerAt(scanSettings_, scan_settings::byteOrder.key);
 }
 
 void TrProjectInformation::setTiffCompressionAtScanSettings(std::int64_t tiffCompression) {
-    storeAtScanSettings("TIFFCompression", tiffCompression);
+    storeAtScanSettings(scan_settings::tiffCompression, tiffCompression);
 }
 std::optional<std::int64_t> TrProjectInformation::tiffCompressionFromScanSettings() const {
-    return integerAt(scanSettings_, "TIFFCompression");
+    return integerAt(scanSettings_, scan_settings::tiffCompression.key);
 }
 
 void TrProjectInformation::setFolderPathAtScanSettings(const std::optional<std::string>& folderPath) {
-    storeAtScanSettings("folderPath", valueOrNothing(folderPath));
+    storeAtScanSettings(scan_settings::folderPath, valueOrNothing(folderPath));
 }
 std::optional<std::string> TrProjectInformation::folderPathFromScanSettings() const {
-    return textAt(scanSettings_, "folderPath");
+    return textAt(scanSettings_, scan_settings::folderPath.key);
 }
 
 void TrProjectInformation::setPrefixAtScanSettings(const std::optional<std::string>& prefix) {
-    storeAtScanSettings("prefix", valueOrNothing(prefix));
+    storeAtScanSettings(scan_settings::prefix, valueOrNothing(prefix));
 }
 std::optional<std::string> TrProjectInformation::prefixFromScanSettings() const {
-    return textAt(scanSettings_, "prefix");
+    return textAt(scanSettings_, scan_settings::prefix.key);
 }
 
 void TrProjectInformation::setStartNumberAtScanSettings(std::int64_t startNumber) {
-    storeAtScanSettings("startNumber", startNumber);
+    storeAtScanSettings(scan_settings::startNumber, startNumber);
 }
 std::optional<std::int64_t> TrProjectInformation::startNumberFromScanSettings() const {
-    return integerAt(scanSettings_, "startNumber");
+    return integerAt(scanSettings_, scan_settings::startNumber.key);
 }
 
 void TrProjectInformation::setPdfCompressionAtScanSettings(const std::optional<std::string>& pdfCompression) {
-    storeAtScanSettings("pdfCompression", valueOrNothing(pdfCompression));
+    storeAtScanSettings(scan_settings::pdfCompression, valueOrNothing(pdfCompression));
 }
 std::optional<std::string> TrProjectInformation::pdfCompressionFromScanSettings() const {
-    return textAt(scanSettings_, "pdfCompression");
+    return textAt(scanSettings_, scan_settings::pdfCompression.key);
 }
 
 void TrProjectInformation::setPdfSettingFolderAtScanSettings(
     const std::optional<std::string>& pdfSettingFolder) {
-    storeAtScanSettings("pdfSettingFolder", valueOrNothing(pdfSettingFolder));
+    storeAtScanSettings(scan_settings::pdfSettingFolder, valueOrNothing(pdfSettingFolder));
 }
 std::optional<std::string> TrProjectInformation::pdfSettingFolderFromScanSettings() const {
-    return textAt(scanSettings_, "pdfSettingFolder");
+    return textAt(scanSettings_, scan_settings::pdfSettingFolder.key);
 }
 
 void TrProjectInformation::setDriverNameAtScanSettings(const std::optional<std::string>& driverName) {
-    storeAtScanSettings("driverName", valueOrNothing(driverName));
+    storeAtScanSettings(scan_settings::driverName, valueOrNothing(driverName));
 }
 std::optional<std::string> TrProjectInformation::driverNameFromScanSettings() const {
-    return textAt(scanSettings_, "driverName");
+    return textAt(scanSettings_, scan_settings::driverName.key);
 }
 
 void TrProjectInformation::setTwainUIAtScanSettings(bool isTwainUI) {
-    storeAtScanSettings("TwainUI", isTwainUI);
+    storeAtScanSettings(scan_settings::twainUI, isTwainUI);
 }
 std::optional<bool> TrProjectInformation::isTwainUIFromScanSettings() const {
-    return booleanAt(scanSettings_, "TwainUI");
+    return booleanAt(scanSettings_, scan_settings::twainUI.key);
 }
 
-void TrProjectInformation::setNoneUIAtScanSettings(bool isNoneUI) { storeAtScanSettings("NoneUI", isNoneUI); }
+void TrProjectInformation::setNoneUIAtScanSettings(bool isNoneUI) {
+    storeAtScanSettings(scan_settings::noneUI, isNoneUI);
+}
 std::optional<bool> TrProjectInformation::isNoneUIFromScanSettings() const {
-    return booleanAt(scanSettings_, "NoneUI");
+    return booleanAt(scanSettings_, scan_settings::noneUI.key);
 }
 
 void TrProjectInformation::PI_SetProjectIDAtScanSettings(const std::optional<std::string>& projectID) {
-    storeAtScanSettings("projectID", valueOrNothing(projectID));
+    storeAtScanSettings(scan_settings::projectID, valueOrNothing(projectID));
 }
 std::optional<std::string> TrProjectInformation::projectIDFromScanSettings() const {
-    return textAt(scanSettings_, "projectID");
+    return textAt(scanSettings_, scan_settings::projectID.key);
 }
 
 void TrProjectInformation::setExtFeatureBitAtScanSettings(Value extFeatureBit) {
-    storeAtScanSettings("extFeatureBit", std::move(extFeatureBit));
+    storeAtScanSettings(scan_settings::extFeatureBit, std::move(extFeatureBit));
 }
 std::optional<Value> TrProjectInformation::extFeatureBitFromScanSettings() const {
-    const Value* value = platform::find(scanSettings_, "extFeatureBit");
+    const Value* value = platform::find(scanSettings_, scan_settings::extFeatureBit.key);
     return value ? std::optional(*value) : std::nullopt;
 }
 
 void TrProjectInformation::setIPAddressAtScanSettings(const std::optional<std::string>& ipAddress) {
-    storeAtScanSettings("ipAddress", valueOrNothing(ipAddress));
+    storeAtScanSettings(scan_settings::ipAddress, valueOrNothing(ipAddress));
 }
 std::optional<std::string> TrProjectInformation::ipAddressFromScanSettings() const {
-    return textAt(scanSettings_, "ipAddress");
+    return textAt(scanSettings_, scan_settings::ipAddress.key);
 }
 
 } // namespace trigora

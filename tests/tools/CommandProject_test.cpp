@@ -1,6 +1,6 @@
 #include "projects/information/TrProjectInformation.h"
+#include "projects/settings/ScanSettingSchema.h"
 #include "tests/tools/SettingsCommandTest.h"
-#include "tools/ScanSettingKeys.h"
 
 #include "catalogue/actions/TrActionInformation.h"
 #include "files/PxDefParser.h"
@@ -48,8 +48,8 @@ TEST_F(ProjectTest, NewProjectsHaveTheirSettingsAndAFreeID) {
         keys.insert(key);
     }
     std::set<std::string> offered;
-    for (const ScanSettingKey& key : scanSettingKeys()) {
-        offered.emplace(key.name);
+    for (const ScanSetting& setting : scan_settings::all) {
+        offered.emplace(setting.key);
     }
     EXPECT_EQ(keys, offered);
     EXPECT_EQ(offered.size(), 25U);

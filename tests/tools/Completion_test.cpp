@@ -1,5 +1,5 @@
+#include "projects/settings/ScanSettingSchema.h"
 #include "tests/tools/SettingsCommandTest.h"
-#include "tools/ScanSettingKeys.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -92,8 +92,8 @@ TEST(ManualPageTest, NamesEveryCommandOptionAndKey) {
             }
         }
     }
-    for (const ScanSettingKey& key : scanSettingKeys()) {
-        EXPECT_NE(page.find("\n" + std::string(key.name) + "|"), std::string::npos) << key.name;
+    for (const ScanSetting& setting : scan_settings::all) {
+        EXPECT_NE(page.find("\n" + std::string(setting.key) + "|"), std::string::npos) << setting.key;
     }
 }
 

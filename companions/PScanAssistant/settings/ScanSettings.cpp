@@ -1,6 +1,7 @@
 #include "companions/PScanAssistant/settings/ScanSettings.h"
 
 #include "platform/Text.h"
+#include "projects/settings/ScanSettingSchema.h"
 
 #include <array>
 
@@ -10,7 +11,7 @@ namespace {
 
 using namespace platform;
 
-constexpr std::array<PaperSize, 9> paperSizes{{
+constexpr std::array<PaperSize, std::size(scan_settings::documentSizes)> paperSizes{{
     {210, 297},     // A4
     {215.9, 279.4}, // Letter
     {215.9, 355.6}, // Legal
@@ -22,21 +23,10 @@ constexpr std::array<PaperSize, 9> paperSizes{{
     {105, 148},     // A6
 }};
 
-constexpr const char* noDriverName = "NOT SETUP";
-constexpr std::int64_t largestStartNumber = 999'999;
 constexpr std::size_t longestPrefix = 200; // bytes; leaves room for the number within a file name
-constexpr std::int64_t largestResolution = 9600;
 
-std::int64_t numberAt(const Dictionary& dictionary, std::string_view key, std::int64_t least,
-                      std::int64_t most, std::int64_t byDefault) {
-    const std::optional<std::int64_t> number = integerAt(dictionary, key);
-    return number && *number >= least && *number <= most ? *number : byDefault;
-}
-
-template <typename Choice>
-Choice choiceAt(const Dictionary& dictionary, std::string_view key, Choice last, Choice byDefault) {
-    return static_cast<Choice>(
-        numberAt(dictionary, key, 0, static_cast<std::int64_t>(last), static_cast<std::int64_t>(byDefault)));
+template <typename Choice> Choice choiceIn(const Dictionary& dictionary, const ScanSetting& setting) {
+    return static_cast<Choice>(numberIn(dictionary, setting));
 }
 
 /// A prefix names a file in its folder, never one elsewhere.
@@ -53,24 +43,23 @@ std::string safePrefix(std::string prefix) {
 
 ScanSettings readScanSettings(const Dictionary& dictionary) {
     ScanSettings settings;
-    settings.driverName = textAt(dictionary, "driverName").value_or("");
-    if (settings.driverName == noDriverName) {
+    settings.driverName = textAt(dictionary, scan_settings::driverName.key).value_or("");
+    if (settings.driverName == scan_settings::noDriverName) {
         settings.driverName.clear();
     }
-    settings.address = networkAddress(dictionary, "ipAddress");
-    settings.folderPath = textAt(dictionary, "folderPath").value_or("");
-    settings.prefix = safePrefix(textAt(dictionary, "prefix").value_or(settings.prefix));
-    settings.startNumber = numberAt(dictionary, "startNumber", 0, largestStartNumber, settings.startNumber);
-    settings.resolution = static_cast<double>(numberAt(dictionary, "resolution", 1, largestResolution, 300));
-    settings.imageType = choiceAt(dictionary, "imageType", ImageType::blackAndWhite, settings.imageType);
-    settings.documentSource =
-        choiceAt(dictionary, "documentSource", DocumentSource::duplexFeeder, settings.documentSource);
-    settings.paper = paperSizes.at(
-        static_cast<std::size_t>(numberAt(dictionary, "documentSize", 0, paperSizes.size() - 1, 0)));
-    settings.fileFormat = choiceAt(dictionary, "fileFormat", FileFormat::multiPageTiff, settings.fileFormat);
-    settings.jpegQuality = static_cast<int>(numberAt(dictionary, "JPEGCompression", 1, 100, 75));
-    settings.tiffGroup4 = integerAt(dictionary, "TIFFCompression") == 1;
-    settings.tiffBigEndian = integerAt(dictionary, "byteOrder") == 0;
+    settings.address = networkAddress(dictionary, std::string(scan_settings::ipAddress.key));
+    settings.folderPath = textAt(dictionary, scan_settings::folderPath.key).value_or("");
+    settings.prefix = safePrefix(textAt(dictionary, scan_settings::prefix.key).value_or(settings.prefix));
+    settings.startNumber = numberIn(dictionary, scan_settings::startNumber);
+    settings.resolution = static_cast<double>(numberIn(dictionary, scan_settings::resolution));
+    settings.imageType = choiceIn<ImageType>(dictionary, scan_settings::imageType);
+    settings.documentSource = choiceIn<DocumentSource>(dictionary, scan_settings::documentSource);
+    settings.paper =
+        paperSizes.at(static_cast<std::size_t>(numberIn(dictionary, scan_settings::documentSize)));
+    settings.fileFormat = choiceIn<FileFormat>(dictionary, scan_settings::fileFormat);
+    settings.jpegQuality = static_cast<int>(numberIn(dictionary, scan_settings::jpegCompression));
+    settings.tiffGroup4 = numberIn(dictionary, scan_settings::tiffCompression) == scan_settings::group4;
+    settings.tiffBigEndian = numberIn(dictionary, scan_settings::byteOrder) == scan_settings::bigEndian;
     return settings;
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/Value.h"
+#include "projects/settings/ScanSettingSchema.h"
 
 #include <cstdint>
 #include <string>
@@ -22,14 +23,14 @@ struct ScanSettings {
     std::string driverName; ///< empty when the settings name none
     std::string address;    ///< the scanner's network address; empty for a local one
     std::string folderPath; ///< empty for the user's documents
-    std::string prefix = "img";
-    std::int64_t startNumber = 1;
-    double resolution = 300; ///< dots per inch
+    std::string prefix{scan_settings::prefix.defaultText()};
+    std::int64_t startNumber = scan_settings::startNumber.defaultNumber();
+    double resolution = static_cast<double>(scan_settings::resolution.defaultNumber()); ///< dots per inch
     ImageType imageType = ImageType::blackAndWhite;
     DocumentSource documentSource = DocumentSource::automatic;
     PaperSize paper;
     FileFormat fileFormat = FileFormat::pdf;
-    int jpegQuality = 75; ///< 1 to 100
+    int jpegQuality = static_cast<int>(scan_settings::jpegCompression.defaultNumber());
     bool tiffGroup4 = false;
     bool tiffBigEndian = false;
 };
