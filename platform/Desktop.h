@@ -34,6 +34,8 @@ public:
 
     /// A BCD number such as 0x1068 for 10.6.8. Any thread.
     virtual std::int32_t systemVersion() = 0;
+    /// Whether the scan assistant's side can tell which driver serves a scanner on the network. Any thread.
+    virtual bool isNewerDriverInstalled() = 0;
 };
 
 enum class AlertAnswer { defaultButton, closed };

@@ -71,6 +71,17 @@ void TgaServiceManager::getDriverName(std::optional<std::string>& driverName) co
     driverName = string_ScannerName;
 }
 
+void TgaServiceManager::forgetDriverName() {
+    const std::lock_guard lock(mutex_);
+    string_ScannerName.reset();
+    isDriverNameAnswered_ = false;
+}
+
+bool TgaServiceManager::isDriverNameAnswered() const {
+    const std::lock_guard lock(mutex_);
+    return isDriverNameAnswered_;
+}
+
 void TgaServiceManager::SM_RegistrationAppleEvent() {
     platform::current().appleEvents.setEventHandler(
         platform::productEventClass, scanButtonEventID,

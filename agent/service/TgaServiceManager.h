@@ -36,8 +36,8 @@ class TrProjectInformation;
 /// A second press while one waits for its confirmation replaces it: the later press wins. Every press that
 /// fails, and every scan that ends, posts "ScanEventDidFinishNotification" exactly once.
 ///
-/// Everything runs on the main thread, except `setCurrentEvent`, `currentEvent` and `getDriverName`, which
-/// the callbacks of the loaded modules use: those three may be called from any thread.
+/// Everything runs on the main thread, except what handles the current event and the reported driver name,
+/// which the callbacks of the loaded modules use: that may be called from any thread.
 class TgaServiceManager {
 public:
     /// The one instance, which lives as long as the process.
@@ -65,6 +65,10 @@ public:
     /// Writes the driver name that the scanning application last reported, or none, into `driverName`. Any
     /// thread.
     void getDriverName(std::optional<std::string>& driverName) const;
+    /// Forgets it, before a driver is asked for anew. Any thread.
+    void forgetDriverName();
+    /// Whether an answer has come since it was forgotten, with a name or without. Any thread.
+    bool isDriverNameAnswered() const;
 
 private:
     using Observer = void (TgaServiceManager::*)(const platform::Notification&);
@@ -161,6 +165,7 @@ private:
     std::vector<std::unique_ptr<TgaSurveillant>> mutableArray_MonitorFolder;
     std::optional<Dictionary> dictionary_TestScanInfo; ///< only while a test scan is being started
     std::optional<std::string> string_ScannerName;     ///< guarded by mutex_
+    bool isDriverNameAnswered_ = false;                ///< guarded by mutex_
 
     std::optional<std::int32_t> watchedScanAssistant_; ///< its process ID
     platform::RunLoop::TimerID tidyUpTimer_ = 0;       ///< 0 when there is none

@@ -58,9 +58,13 @@ void TgaServiceManager::SM_PeloxScanLaunchingDidFinish(const platform::Notificat
 }
 
 void TgaServiceManager::SM_ReplyDriverNameWithIPAddressDidFinish(const platform::Notification& notification) {
-    if (auto driverName = platform::textAt(userInfoOf(notification), "DriverName")) {
+    {
+        auto driverName = platform::textAt(userInfoOf(notification), "DriverName");
         const std::lock_guard lock(mutex_);
-        string_ScannerName = std::move(driverName);
+        if (driverName && !driverName->empty()) {
+            string_ScannerName = std::move(driverName);
+        }
+        isDriverNameAnswered_ = true;
     }
     TrLaunchApplicationManager::sharedLaunchApplicationManager()->terminateScanAssistantWithWait();
 }

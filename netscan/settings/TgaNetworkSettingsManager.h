@@ -84,6 +84,14 @@ private:
 
     /// The answer to a scanner that announces itself.
     std::int32_t answerDiscovery(const _NSMDiscovery& discovery);
+    /// Whether the scanner is served, if that is known without asking for its driver.
+    std::optional<bool> isServedWithoutAsking(const std::string& productID,
+                                              const std::string& versionInformation) const;
+    /// Asks other programs for the scanner's driver, one scanner at a time, and keeps the name. The address
+    /// may be unknown.
+    bool findDriver(const std::string& productID, const std::optional<std::string>& ipAddress);
+    /// Owns the lock unless the other scanners' questions take too long.
+    std::unique_lock<std::mutex> waitForDiscoveryLock();
     /// Asks the scan assistant for the driver of the scanner at the address, and keeps its answer.
     bool askDriverName(const std::string& productID, const std::string& ipAddress);
 
@@ -100,7 +108,7 @@ private:
     NSMGetPCNameFunction* getPCNameProc = nullptr;
 
     mutable std::mutex mutex_;
-    std::mutex lock_Discovery;             ///< held for the whole of one discovery
+    std::mutex lock_Discovery;             ///< held while a scanner's driver is asked for
     std::atomic<bool> isStopping_ = false; ///< a discovery that waits for an answer gives up
 };
 

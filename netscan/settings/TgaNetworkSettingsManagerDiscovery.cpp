@@ -2,11 +2,13 @@
 #include "agent/log/PSlog.h"
 #include "agent/service/TgaServiceManager.h"
 #include "files/FileManagerExtension.h"
+#include "files/NotificationNames.h"
 #include "files/TrFilePathUtility.h"
 #include "netscan/panel/SVJobInterface.h"
 #include "netscan/settings/DriverNames.h"
 #include "netscan/settings/TgaNetworkSettingsManager.h"
 #include "platform/Clock.h"
+#include "platform/Desktop.h"
 #include "platform/DistributedNotifications.h"
 #include "platform/Formats.h"
 #include "platform/LowMemory.h"
@@ -33,11 +35,14 @@ std::optional<std::string> textOfRecord(address32 address) {
     return text && platform::isValidUtf8(*text) ? text : std::nullopt;
 }
 
+/// Where the maker's driver is installed its version decides; elsewhere there is none to look at, and the
+/// installation's settings say.
 bool isNewerDriverInstalled() {
     using Manager = TgaNetworkSettingsManager;
     const std::optional<std::string> driverVersion = Manager::getICADriverVersion();
-    return platform::integerValue(Manager::getSystemVersion()) >= newerSystemVersion && driverVersion &&
-           Manager::isCompareVersionAboveKeyVersion(*driverVersion, "5.3.3");
+    return platform::integerValue(Manager::getSystemVersion()) >= newerSystemVersion &&
+           (driverVersion ? Manager::isCompareVersionAboveKeyVersion(*driverVersion, "5.3.3")
+                          : platform::current().systemInformation.isNewerDriverInstalled());
 }
 
 bool isServedByJobInterface(const std::string& productID) {
@@ -62,49 +67,88 @@ void writeErrorLog(const std::string& text) {
 } // namespace
 
 std::int32_t TgaNetworkSettingsManager::answerDiscovery(const _NSMDiscovery& discovery) {
-    const std::lock_guard lock(lock_Discovery);
     const std::optional<std::string> productID = textOfRecord(discovery.productID);
     PSlog("discoveryCallBack productID = %@", productID);
     if (!productID) {
         return NSM_SCANNER_NOT_SERVED;
     }
-    if (dsNameWithScopeList(*productID) ||
-        TgaButtonManager::sharedButtonManager()->isPushScanSupported(*productID)) {
-        return NSM_SCANNER_SERVED;
+    const std::string versionInformation = textOfRecord(discovery.versionInformation).value_or("");
+    const std::optional<bool> isServed = isServedWithoutAsking(*productID, versionInformation);
+    return answerFor(isServed ? *isServed : findDriver(*productID, textOfRecord(discovery.ipAddress)));
+}
+
+std::optional<bool>
+TgaNetworkSettingsManager::isServedWithoutAsking(const std::string& productID,
+                                                 const std::string& versionInformation) const {
+    if (dsNameWithScopeList(productID) ||
+        TgaButtonManager::sharedButtonManager()->isPushScanSupported(productID)) {
+        return true;
     }
-    if (textOfRecord(discovery.versionInformation).value_or("").find("Ver") != std::string::npos) {
-        return answerFor(isServedByJobInterface(*productID)); // its panel picks from job lists
+    if (versionInformation.find("Ver") != std::string::npos) {
+        return isServedByJobInterface(productID); // its panel picks from job lists
+    }
+    return std::nullopt;
+}
+
+bool TgaNetworkSettingsManager::findDriver(const std::string& productID,
+                                           const std::optional<std::string>& ipAddress) {
+    const std::unique_lock lock = waitForDiscoveryLock();
+    if (!lock) {
+        PSlog("another scanner's driver is being asked for: none for %@", productID);
+        return false;
+    }
+    if (dsNameWithScopeList(productID)) {
+        return true; // its other announcement was quicker
     }
     char driverName[driverNameSize] = {};
-    if (getDSName(productID->c_str(), driverName, [this] { return isStopping_.load(); }) == 1) {
+    if (getDSName(productID.c_str(), driverName, [this] { return isStopping_.load(); }) == 1) {
         setDSName(driverName, productID);
-        return NSM_SCANNER_SERVED;
+        return true;
     }
-    const std::optional<std::string> ipAddress = textOfRecord(discovery.ipAddress);
-    if (ipAddress && isNewerDriverInstalled() && askDriverName(*productID, *ipAddress)) {
-        return NSM_SCANNER_SERVED;
+    if (ipAddress && isNewerDriverInstalled() && askDriverName(productID, *ipAddress)) {
+        return true;
     }
     PSlog("no driver is known for %@", productID);
-    return NSM_SCANNER_NOT_SERVED;
+    return false;
+}
+
+std::unique_lock<std::mutex> TgaNetworkSettingsManager::waitForDiscoveryLock() {
+    constexpr double longestWait = 20; // seconds
+    constexpr std::int64_t waitPause = 20000;
+    platform::Clock& clock = platform::current().clock;
+    const double start = clock.monotonicSeconds();
+    std::unique_lock lock(lock_Discovery, std::try_to_lock);
+    while (!lock && !isStopping_ && clock.monotonicSeconds() - start < longestWait) {
+        clock.sleepMicroseconds(waitPause);
+        lock.try_lock();
+    }
+    return lock;
 }
 
 bool TgaNetworkSettingsManager::askDriverName(const std::string& productID, const std::string& ipAddress) {
     // Measured in processor time, which passes more slowly than time on the wall: a busy desktop gets more
-    // time to answer.
+    // time to answer. An idle one takes minutes; an answer or the end of the one who was asked comes sooner.
     constexpr std::int64_t pollTime = 1000000;
     constexpr std::int64_t pollPause = 10000; // microseconds
-    if (isStopping_ ||
-        !TrLaunchApplicationManager::sharedLaunchApplicationManager()->launchScanAssistantWithWait()) {
+    constexpr int pollsPerLook = 100;         // for the assistant
+    const auto launcher = TrLaunchApplicationManager::sharedLaunchApplicationManager();
+    if (isStopping_ || !launcher->launchScanAssistantWithWait()) {
         return false;
     }
-    platform::current().notifications.post("ReplyDriverNameWithIPAddressDistributedNotification",
+    const auto service = TgaServiceManager::sharedServiceManager();
+    service->forgetDriverName(); // it was another scanner's
+    platform::current().notifications.post(notifications::replyDriverNameWithIPAddress,
                                            Dictionary{{"IPAddress", ipAddress}}, true);
     platform::Clock& clock = platform::current().clock;
     const std::int64_t start = clock.processorTime();
     std::optional<std::string> driverName;
-    while (!driverName && !isStopping_ && clock.processorTime() - start < pollTime) {
+    bool isAnswerComing = true;
+    for (int poll = 1;
+         !driverName && isAnswerComing && !isStopping_ && clock.processorTime() - start < pollTime; ++poll) {
         clock.sleepMicroseconds(pollPause);
-        TgaServiceManager::sharedServiceManager()->getDriverName(driverName);
+        isAnswerComing = !service->isDriverNameAnswered() &&
+                         (poll % pollsPerLook != 0 || launcher->isLaunchScanAssistant());
+        service->getDriverName(driverName);
     }
     setDSName(driverName, productID);
     return driverName.has_value();

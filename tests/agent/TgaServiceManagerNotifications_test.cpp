@@ -107,6 +107,7 @@ TEST_F(TgaServiceManagerNotificationsTest, KeepsTheLastReportedDriverName) {
         {Dictionary{{"DriverName", "D1"}}, "D1"},
         {Dictionary{{"DriverName", "D2"}}, "D2"},
         {Dictionary{{"DriverName", 3}}, "D2"},
+        {Dictionary{{"DriverName", ""}}, "D2"},
         {std::nullopt, "D2"},
     };
     for (const auto& [report, expected] : reports) {

@@ -280,8 +280,10 @@ public:
 class FakeSystemInformation final : public platform::SystemInformation {
 public:
     std::int32_t systemVersion() override { return version; }
+    bool isNewerDriverInstalled() override { return hasNewerDriver; }
 
     std::int32_t version = 0x1068;
+    bool hasNewerDriver = true;
 };
 
 /// Gives the texts that the test set, else the key.

@@ -1,9 +1,11 @@
 #include "agent/service/TgaServiceManager.h"
+#include "files/NotificationNames.h"
 #include "netscan/settings/DriverNames.h"
 #include "platform/LowMemory.h"
 #include "tests/netscan/NetworkPanelTest.h"
 
 #include <filesystem>
+#include <future>
 
 namespace trigora {
 namespace {
@@ -20,19 +22,13 @@ protected:
     std::int32_t announce() {
         return discoveryCallBack(&announcement, static_cast<PanelEventContext*>(manager.get()));
     }
-    /// A system and a driver of the maker that can tell driver names, and a scan assistant.
-    void installNewerDriver(const std::string& version = "5.3.3") {
-        writePropertyList(paths::imageCaptureDriver() + "/Contents/Info.plist",
-                          Dictionary{{"CFBundleShortVersionString", version}});
-        writeFile(paths::scanAssistantExecutable(), "");
-    }
-    /// From now on the scan assistant tells the driver's name when it is asked.
-    void answerWithDriverName() {
+    void installScanAssistant() { writeFile(paths::scanAssistantExecutable(), ""); }
+    /// From now on the scan assistant answers so when it is asked for a driver's name.
+    void answerWith(const Dictionary& answer) {
         TgaServiceManager::sharedServiceManager()->setupService();
-        notifications.onPost("ReplyDriverNameWithIPAddressDistributedNotification", [this](const auto&) {
+        notifications.onPost(notifications::replyDriverNameWithIPAddress, [this, answer](const auto&) {
             processes.exit("PScanAssistant");
-            notifications.receive("DidGetDriverNameWithIPAddressDistributedNotification",
-                                  Dictionary{{"DriverName", "Told"}});
+            notifications.receive(notifications::didGetDriverNameWithIPAddress, answer);
         });
     }
 
@@ -100,6 +96,7 @@ TEST_F(Discovery, ADriverThatIsBeingLookedUpForAnotherIsNotFound) {
 }
 
 TEST_F(Discovery, TheLogSaysWhatWasAnsweredAndWhy) {
+    systemInformation.hasNewerDriver = false;
     logged();
     EXPECT_EQ(announce(), 2);
     const std::string asked = "discoveryCallBack productID = PID 0142";
@@ -126,8 +123,8 @@ TEST_F(Discovery, AScannerOfTheButtonManagerIsServedWithoutAsking) {
 }
 
 TEST_F(Discovery, TheScanAssistantIsAskedForTheDriversName) {
-    installNewerDriver();
-    answerWithDriverName();
+    installScanAssistant();
+    answerWith({{"DriverName", "Told"}});
     EXPECT_EQ(announce(), 1);
     const Lines lines = journal.take();
     EXPECT_EQ(lines, (Lines{"launch " + paths::scanAssistantExecutable(), request}));
@@ -140,15 +137,21 @@ TEST_F(Discovery, OnlyARecentDriverOnARecentSystemIsAsked) {
     struct {
         std::int32_t system;
         std::optional<std::string> driver;
-        bool hasAddress, isAsked;
-    } const rows[] = {{0x1060, "5.3.3", true, true},       {0x105F, "5.3.3", true, false},
-                      {0x1060, "5.3.2", true, false},      {0x1060, "4.9", true, true},
-                      {0x1060, std::nullopt, true, false}, {0x1060, "5.3.3", false, false}};
+        bool isSet, hasAddress, isAsked;
+    } const rows[] = {
+        {0x1060, std::nullopt, true, true, true},   {0x105F, std::nullopt, true, true, false},
+        {0x1060, std::nullopt, true, false, false}, {0x1060, std::nullopt, false, true, false},
+        {0x1060, "5.3.3", false, true, true},       {0x105F, "5.3.3", true, true, false},
+        {0x1060, "5.3.2", true, true, false},       {0x1060, "4.9", false, true, true},
+    };
+    installScanAssistant();
     for (const auto& row : rows) {
         systemInformation.version = row.system;
+        systemInformation.hasNewerDriver = row.isSet;
         remove(paths::imageCaptureDriver());
         if (row.driver) {
-            installNewerDriver(*row.driver);
+            writePropertyList(paths::imageCaptureDriver() + "/Contents/Info.plist",
+                              Dictionary{{"CFBundleShortVersionString", *row.driver}});
         }
         const address32 address = announcement.ipAddress;
         announcement.ipAddress = row.hasAddress ? address : 0;
@@ -159,14 +162,12 @@ TEST_F(Discovery, OnlyARecentDriverOnARecentSystemIsAsked) {
         EXPECT_EQ(lines.empty(), !row.isAsked);
         processes.exit("PScanAssistant");
     }
-    installNewerDriver();
     remove(paths::scanAssistantExecutable());
     EXPECT_EQ(announce(), 2);
     EXPECT_EQ(journal.take(), Lines{}) << "no assistant";
 }
 
 TEST_F(Discovery, TheAnswerIsWaitedForByProcessorTime) {
-    installNewerDriver();
     processes.appear("PScanAssistant");
     clock.processorShare = 0.25;
     int sleeps = 0;
@@ -174,6 +175,61 @@ TEST_F(Discovery, TheAnswerIsWaitedForByProcessorTime) {
     EXPECT_EQ(announce(), 2);
     EXPECT_EQ(sleeps, 400);
     EXPECT_EQ(journal.take(), Lines{request});
+}
+
+TEST_F(Discovery, TheWaitEndsWhenNoNameWillCome) {
+    clock.processorShare = 0.001; // else it lasts a thousand seconds
+    int sleeps = 0;
+    clock.onSleep = [&] { ++sleeps; };
+    installScanAssistant();
+    answerWith({});
+    notifications.receive(notifications::didGetDriverNameWithIPAddress,
+                          Dictionary{{"DriverName", "another scanner's"}});
+    for (const Dictionary& nameless : {Dictionary{}, Dictionary{{"DriverName", ""}}}) {
+        answerWith(nameless);
+        processes.appear("PScanAssistant");
+        sleeps = 0;
+        EXPECT_EQ(announce(), 2);
+        EXPECT_EQ(sleeps, 1);
+    }
+    notifications.onPost(notifications::replyDriverNameWithIPAddress,
+                         [this](const auto&) { processes.exit("PScanAssistant"); });
+    processes.appear("PScanAssistant");
+    sleeps = 0;
+    EXPECT_EQ(announce(), 2) << "the assistant has died";
+    EXPECT_EQ(sleeps, 100);
+    EXPECT_EQ(manager->dsNameWithScopeList("PID 0142"), std::nullopt);
+}
+
+TEST_F(Discovery, ScannersDoNotWaitForTheQuestionAboutAnother) {
+    manager->setDSName("Known", "PID 0001");
+    processes.appear("PScanAssistant");
+    clock.processorShare = 0; // the wait ends with the answer only
+    const auto announceLater = [this](const std::string& productID, const std::string& version) {
+        _NSMDiscovery other = announcement;
+        other.productID = lowText(productID);
+        other.versionInformation = lowText(version);
+        return std::async(std::launch::async, [this, other] {
+            return discoveryCallBack(&other, static_cast<PanelEventContext*>(manager.get()));
+        });
+    };
+    std::vector<std::future<std::int32_t>> others;
+    TgaServiceManager::sharedServiceManager()->setupService();
+    notifications.onPost(notifications::replyDriverNameWithIPAddress, [&](const auto&) {
+        others.push_back(announceLater("PID 0001", "1.0"));
+        others.push_back(announceLater("PID 0002", "Ver 1"));
+        others.push_back(announceLater("PID 0003", "1.0")); // needs a question, too
+        for (const auto& other : others) {
+            EXPECT_EQ(other.wait_for(std::chrono::seconds(5)), std::future_status::ready);
+        }
+        processes.exit("PScanAssistant");
+        notifications.receive(notifications::didGetDriverNameWithIPAddress,
+                              Dictionary{{"DriverName", "Told"}});
+    });
+    EXPECT_EQ(announce(), 1);
+    EXPECT_EQ(others.at(0).get(), 1);
+    EXPECT_EQ(others.at(1).get(), 1);
+    EXPECT_EQ(others.at(2).get(), 2);
 }
 
 TEST_F(Discovery, AddressesThatLeadNowhereAreNoTexts) {

@@ -118,9 +118,7 @@ TEST_F(BusyModule, MayCallWhileAButtonIsPressedSettingsChangeAndTheAgentEnds) {
     makeFolder(paths::quilloApplication());
     installButtonManager(paths::quilloButtonManagerModule());
     buttonManagerServes = false;
-    // The newer driver and its assistant are there too, so that some announcements wait for an answer.
-    writePropertyList(paths::imageCaptureDriver() + "/Contents/Info.plist",
-                      Dictionary{{"CFBundleShortVersionString", "5.4"}});
+    // The assistant is there, too, so that some announcements wait for an answer.
     processes.appear("PScanAssistant");
     const auto readSettings = [this] { manager->readNetworkScanSettingsFile(); };
     const auto buttonManager = TgaButtonManager::sharedButtonManager();
@@ -191,8 +189,6 @@ TEST_F(BusyModule, AStopEndsTheWaitForAnAnswer) {
         // The scan assistant never answers.
         [&] {
             remove(settings);
-            writePropertyList(paths::imageCaptureDriver() + "/Contents/Info.plist",
-                              Dictionary{{"CFBundleShortVersionString", "5.4"}});
             processes.appear("PScanAssistant");
             notifications.onPost("ReplyDriverNameWithIPAddressDistributedNotification",
                                  [this](const auto&) { isAsked = true; });

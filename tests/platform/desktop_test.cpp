@@ -86,7 +86,7 @@ TEST_F(DesktopSettings, DomainsAreFilesInThePreferences) {
     EXPECT_FALSE(exists("~/Library/x.plist"));
 }
 
-TEST_F(DesktopSettings, TheSystemVersionMayBeSetForTheInstallation) {
+TEST_F(DesktopSettings, TheSystemVersionAndTheDriverMayBeSetForTheInstallation) {
     const char* path = "/Library/Preferences/com.pelox.TrigoraAgent.plist";
     EXPECT_EQ(LinuxSystemInformation(current().propertyLists).systemVersion(), 0x1068);
     const std::pair<Value, std::int32_t> cases[] = {
@@ -100,6 +100,9 @@ TEST_F(DesktopSettings, TheSystemVersionMayBeSetForTheInstallation) {
     }
     writePropertyList(path, Array{});
     EXPECT_EQ(LinuxSystemInformation(current().propertyLists).systemVersion(), 0x1068);
+    EXPECT_TRUE(LinuxSystemInformation(current().propertyLists).isNewerDriverInstalled());
+    writePropertyList(path, Dictionary{{"NewerDriver", false}});
+    EXPECT_FALSE(LinuxSystemInformation(current().propertyLists).isNewerDriverInstalled());
 }
 
 TEST_F(DesktopSettings, TextsAreInTheFirstLanguageThatHasThem) {

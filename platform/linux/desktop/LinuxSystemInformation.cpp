@@ -10,6 +10,7 @@ namespace {
 
 constexpr const char* settingsPath = "/Library/Preferences/com.pelox.TrigoraAgent.plist";
 constexpr const char* versionKey = "SystemVersion";
+constexpr const char* newerDriverKey = "NewerDriver";
 constexpr std::int64_t usualVersion = 0x1068;
 
 std::int64_t versionIn(const Dictionary& settings) {
@@ -20,10 +21,13 @@ std::int64_t versionIn(const Dictionary& settings) {
     return integerAt(settings, versionKey).value_or(usualVersion);
 }
 
-std::int32_t configuredVersion(PropertyLists& propertyLists) {
+Dictionary settingsOfInstallation(PropertyLists& propertyLists) {
     const std::optional<Value> settings = propertyLists.read(settingsPath);
-    const bool isSet = settings && settings->dictionary() != nullptr;
-    const std::int64_t version = isSet ? versionIn(*settings->dictionary()) : usualVersion;
+    return settings && settings->dictionary() != nullptr ? *settings->dictionary() : Dictionary();
+}
+
+std::int32_t configuredVersion(const Dictionary& settings) {
+    const std::int64_t version = versionIn(settings);
     const bool isVersion = version > 0 && version <= std::numeric_limits<std::int32_t>::max();
     return static_cast<std::int32_t>(isVersion ? version : usualVersion);
 }
@@ -31,6 +35,10 @@ std::int32_t configuredVersion(PropertyLists& propertyLists) {
 } // namespace
 
 LinuxSystemInformation::LinuxSystemInformation(PropertyLists& propertyLists)
-    : systemVersion_(configuredVersion(propertyLists)) {}
+    : LinuxSystemInformation(settingsOfInstallation(propertyLists)) {}
+
+LinuxSystemInformation::LinuxSystemInformation(const Dictionary& settings)
+    : systemVersion_(configuredVersion(settings)),
+      isNewerDriverInstalled_(booleanAt(settings, newerDriverKey).value_or(true)) {}
 
 } // namespace trigora::platform
