@@ -119,6 +119,8 @@ std::string formerWatchedFolderBindingsFile() {
     return formerSettingsFolder() + "/MonitorEventProjectInfo.plist";
 }
 
+std::string unfinishedScansFolder() { return userFolder() + "/Unfinished Scans"; }
+
 std::string temporaryFolder() { return userFolder() + "/Temp"; }
 
 std::string loginScratchFolder() { return temporaryFolder() + "/PeloxTrigoraLoginTemp"; }

@@ -83,6 +83,8 @@ std::string userScannerDriversFile();
 /// An earlier version kept each watched folder in a file of its own: 1, 2 or 3.
 std::string formerWatchedFolderSettingsFile(int number);
 std::string formerWatchedFolderBindingsFile();
+/// Documents that are being scanned, and what is left of them when the scan assistant is killed.
+std::string unfinishedScansFolder();
 /// The agent's temporary files.
 std::string temporaryFolder();
 /// Emptied whenever the events are read.

@@ -20,16 +20,17 @@ namespace {
 using namespace test;
 
 TEST(DocumentFileTest, TakesTheNextFreeNameAndNeverReplacesAFile) {
-    TemporaryFolder folder;
+    const TemporaryFolder folder;
+    const TemporaryFolder work;
     std::ofstream(folder.path() + "/img009.pdf") << "the user's own";
     std::filesystem::create_directory(folder.path() + "/img010.pdf");
     std::filesystem::create_symlink("/nonexistent", folder.path() + "/img011.pdf");
 
     NumberedName name{"img", 9, "pdf"};
-    std::optional<DocumentFile> file = DocumentFile::create(folder.path());
+    std::optional<DocumentFile> file = DocumentFile::create(folder.path(), work.path(), false);
     ASSERT_TRUE(file);
     EXPECT_TRUE(file->write(reinterpret_cast<const std::uint8_t*>("new"), 3));
-    EXPECT_TRUE(file->publish(name));
+    EXPECT_TRUE(file->publish(folder.path(), name));
     EXPECT_EQ(name.text(), "img012.pdf");
     EXPECT_EQ(bytesOf(folder.path() + "/img012.pdf"), "new");
     EXPECT_EQ(bytesOf(folder.path() + "/img009.pdf"), "the user's own");
@@ -65,42 +66,46 @@ void makeFileSystemsPoor() {
 }
 
 TEST(DocumentFileTest, PublishesWhereTheFileSystemKnowsLittle) {
-    TemporaryFolder folder;
+    const TemporaryFolder folder;
+    const TemporaryFolder work;
     std::ofstream(folder.path() + "/img001.pdf") << "the user's own";
-    std::thread([&folder] {
+    std::thread([&folder, &work] {
         makeFileSystemsPoor();
         NumberedName name{"img", 1, "pdf"};
-        std::optional<DocumentFile> file = DocumentFile::create(folder.path());
+        std::optional<DocumentFile> file = DocumentFile::create(folder.path(), work.path(), false);
         ASSERT_TRUE(file);
         EXPECT_TRUE(file->write(reinterpret_cast<const std::uint8_t*>("new"), 3));
-        EXPECT_TRUE(file->publish(name));
+        EXPECT_TRUE(file->publish(folder.path(), name));
     }).join();
     EXPECT_EQ(bytesOf(folder.path() + "/img001.pdf"), "the user's own");
     EXPECT_EQ(bytesOf(folder.path() + "/img002.pdf"), "new");
     EXPECT_EQ(std::ranges::distance(std::filesystem::directory_iterator(folder.path())), 2);
+    EXPECT_TRUE(std::filesystem::is_empty(work.path()));
 }
 
 TEST(DocumentFileTest, WhatIsNotPublishedWasNeverThere) {
-    TemporaryFolder folder;
+    const TemporaryFolder folder;
+    const TemporaryFolder work;
     {
-        const std::optional<DocumentFile> file = DocumentFile::create(folder.path());
+        const std::optional<DocumentFile> file = DocumentFile::create(folder.path(), work.path(), false);
         ASSERT_TRUE(file);
         EXPECT_TRUE(file->write(reinterpret_cast<const std::uint8_t*>("half"), 4));
     }
     EXPECT_TRUE(std::filesystem::is_empty(folder.path()));
-    EXPECT_FALSE(DocumentFile::create(folder.path() + "/missing"));
+    EXPECT_FALSE(DocumentFile::create(folder.path() + "/missing", work.path(), false));
 }
 
 TEST(DocumentFileTest, NumbersHaveThreeDigitsOrMoreAndComeToAnEnd) {
     EXPECT_EQ((NumberedName{"scan", 7, "jpg"}.text()), "scan007.jpg");
     EXPECT_EQ((NumberedName{"", 1000, "jpg"}.text()), "1000.jpg");
 
-    TemporaryFolder folder;
+    const TemporaryFolder folder;
+    const TemporaryFolder work;
     std::ofstream(folder.path() + "/a999999.jpg") << "taken";
     NumberedName last{"a", 999'999, "jpg"};
-    std::optional<DocumentFile> file = DocumentFile::create(folder.path());
+    std::optional<DocumentFile> file = DocumentFile::create(folder.path(), work.path(), false);
     ASSERT_TRUE(file);
-    EXPECT_FALSE(file->publish(last));
+    EXPECT_FALSE(file->publish(folder.path(), last));
     EXPECT_EQ(bytesOf(folder.path() + "/a999999.jpg"), "taken");
 }
 

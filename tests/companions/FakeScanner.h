@@ -5,13 +5,15 @@
 #include <algorithm>
 #include <condition_variable>
 #include <deque>
+#include <functional>
 #include <map>
 #include <mutex>
 
 namespace trigora::test {
 
 /// A scanner that a test describes. It accepts what its options allow, sends the pages in its feeder and
-/// then says that there are no more; or it stalls in the middle of the last page until it is cancelled.
+/// then says that there are no more; or it stalls in the middle of the last page until it is cancelled. What
+/// lies on its glass is sent while its source is "Flatbed".
 class FakeScanner final : public companions::Scanner {
 public:
     using Values = std::map<std::string, companions::ScannerValue>;
@@ -20,6 +22,7 @@ public:
         companions::FrameParameters parameters;
         std::vector<std::uint8_t> bytes;
         companions::ScannerStatus end = companions::ScannerStatus::endOfFrame;
+        bool isEndless = false; ///< its bytes are sent again and again
     };
 
     std::vector<companions::ScannerOption> options() override { return allOptions; }
@@ -36,6 +39,16 @@ public:
     }
     companions::ScannerStatus start() override {
         ++startCount;
+        if (onStart) {
+            onStart();
+        }
+        if (busyStarts > 0) {
+            --busyStarts;
+            return companions::ScannerStatus::busy;
+        }
+        if (!onGlass.empty() && value("source") == companions::ScannerValue("Flatbed")) {
+            frames = onGlass;
+        }
         if (frames.empty()) {
             return companions::ScannerStatus::noDocuments;
         }
@@ -50,9 +63,14 @@ public:
             return stall(length);
         }
         const Frame& frame = frames.front();
-        length = std::min({buffer.size(), frame.bytes.size() - sent_, std::size_t{7}});
+        if (frame.isEndless) {
+            sent_ = 0;
+        }
+        const std::size_t rest = frame.bytes.size() - sent_;
+        length = std::min({buffer.size(), rest, std::max(std::size_t{7}, rest / 4)});
         std::copy_n(frame.bytes.begin() + static_cast<std::ptrdiff_t>(sent_), length, buffer.begin());
         sent_ += length;
+        bytesSent += length;
         if (length > 0) {
             return companions::ScannerStatus::good;
         }
@@ -94,7 +112,11 @@ public:
     std::string refused; ///< the option that cannot be set after all
     Values values;
     std::deque<Frame> frames;
+    std::deque<Frame> onGlass;
+    int busyStarts = 0; ///< how often it is in use before it starts
+    std::function<void()> onStart;
     int startCount = 0;
+    std::size_t bytesSent = 0;
     bool hangs = false;        ///< at the last page
     bool sendsNothing = false; ///< at the last page, but says that all is well
     bool cancelHangs = false;  ///< until `release`; nothing else of the scanner returns either
@@ -125,6 +147,15 @@ inline companions::ScannerOption textOption(const std::string& name, std::vector
     option.settable = true;
     option.isText = true;
     option.texts = std::move(texts);
+    return option;
+}
+
+/// Of yes and no; one that is only read tells of the scanner's state.
+inline companions::ScannerOption switchOption(const std::string& name, bool settable = true) {
+    companions::ScannerOption option;
+    option.name = name;
+    option.settable = settable;
+    option.isBoolean = true;
     return option;
 }
 

@@ -10,8 +10,12 @@ namespace {
 using namespace test;
 using Content = FrameParameters::Content;
 
-std::variant<PageImage, ScannerStatus> read(Scanner& scanner, ImageType type) {
-    return readPage(scanner, type, 50, [](bool) { return ScanWish::goOn; });
+PageReading read(Scanner& scanner, ImageType type = ImageType::colour) {
+    PageReading reading = readPage(scanner, 50, 100, [](bool) { return ScanWish::goOn; });
+    if (reading.page) {
+        reading.page = convertedTo(type, std::move(*reading.page));
+    }
+    return reading;
 }
 
 TEST(PageReaderTest, TheDevicesManyWaysOfSendingAPageGiveTheSamePicture) {
@@ -32,9 +36,9 @@ TEST(PageReaderTest, TheDevicesManyWaysOfSendingAPageGiveTheSamePicture) {
         settings.resolution = 50;
         settings.paper = {100, 100};
         ASSERT_TRUE(setUp(*scanner, settings));
-        const auto result = read(*scanner, ImageType::colour);
-        ASSERT_TRUE(std::holds_alternative<PageImage>(result));
-        const PageImage& page = std::get<PageImage>(result);
+        const PageReading reading = read(*scanner);
+        ASSERT_TRUE(reading.page);
+        const PageImage& page = *reading.page;
         EXPECT_EQ(page.pixels.size(), page.width * page.height * 3);
         if (way.starts_with("ppl-loss")) {
             EXPECT_EQ(page.width, 187U); // nine pixels of each row are lost
@@ -51,25 +55,54 @@ TEST(PageReaderTest, AScannerNeedNotKnowThePagesHeight) {
     scanner.frames = {greyFrame(8, 8, 5)};
     scanner.frames[0].parameters.lines = std::nullopt;
     scanner.frames[0].bytes.resize(8 * 5 + 3); // a piece of a row is no row
-    const auto result = read(scanner, ImageType::grey);
-    ASSERT_TRUE(std::holds_alternative<PageImage>(result));
-    EXPECT_EQ(std::get<PageImage>(result).height, 5U);
-    EXPECT_EQ(std::get<PageImage>(result).pixels, Data(8 * 5, 5));
+    const PageReading reading = read(scanner);
+    EXPECT_EQ(reading.status, ScannerStatus::good);
+    ASSERT_TRUE(reading.page);
+    EXPECT_EQ(reading.page->height, 5U);
+    EXPECT_EQ(reading.page->pixels, Data(8 * 5, 5));
+}
+
+TEST(PageReaderTest, APageThatNeverEndsIsCutWhereItWasAnnouncedToEnd) {
+    for (const bool isAnnounced : {true, false}) {
+        FakeScanner scanner;
+        FakeScanner::Frame frame = greyFrame(1000, 1000, 5);
+        frame.isEndless = true;
+        if (!isAnnounced) {
+            frame.parameters.lines = std::nullopt;
+        }
+        scanner.frames = {frame};
+        const PageReading reading = read(scanner);
+        EXPECT_EQ(reading.status, ScannerStatus::failed);
+        EXPECT_EQ(reading.page.has_value(), isAnnounced);
+        EXPECT_LT(scanner.bytesSent, std::size_t{8} << 20);
+        if (reading.page) {
+            EXPECT_EQ(reading.page->height, 1000U);
+        }
+    }
+}
+
+TEST(PageReaderTest, AScannerMaySayAtAPagesEndThatItWasTheLast) {
+    FakeScanner scanner;
+    scanner.frames = {greyFrame(8, 8, 5)};
+    scanner.frames[0].end = ScannerStatus::noDocuments;
+    const PageReading reading = read(scanner);
+    EXPECT_EQ(reading.status, ScannerStatus::noDocuments);
+    EXPECT_TRUE(reading.page);
 }
 
 TEST(PageReaderTest, WhatTheScannerReportsEndsTheReading) {
     const std::array<std::pair<std::string, ScannerStatus>, 4> cases{{
-        {"SANE_STATUS_JAMMED", ScannerStatus::failed},
-        {"SANE_STATUS_IO_ERROR", ScannerStatus::failed},
+        {"SANE_STATUS_JAMMED", ScannerStatus::jammed},
+        {"SANE_STATUS_IO_ERROR", ScannerStatus::lost},
         {"SANE_STATUS_CANCELLED", ScannerStatus::cancelled},
         {"SANE_STATUS_EOF", ScannerStatus::failed}, // a page without a line
     }};
     for (const auto& [status, expected] : cases) {
         SaneTestDevice device("read-status-code \"" + status + "\"");
         const auto scanner = device.open();
-        const auto result = read(*scanner, ImageType::grey);
-        ASSERT_TRUE(std::holds_alternative<ScannerStatus>(result)) << status;
-        EXPECT_EQ(std::get<ScannerStatus>(result), expected) << status;
+        const PageReading reading = read(*scanner);
+        EXPECT_FALSE(reading.page) << status;
+        EXPECT_EQ(reading.status, expected) << status;
     }
 }
 
@@ -98,9 +131,9 @@ TEST(PageReaderTest, SamplesOfEveryDepthBecomeThePagesPixels) {
         frame.parameters.bytesPerLine = one.bytes.size();
         frame.bytes = one.bytes;
         scanner.frames = {frame};
-        const auto result = read(scanner, one.wanted);
-        ASSERT_TRUE(std::holds_alternative<PageImage>(result));
-        EXPECT_EQ(std::get<PageImage>(result).pixels, one.pixels);
+        const PageReading reading = read(scanner, one.wanted);
+        ASSERT_TRUE(reading.page);
+        EXPECT_EQ(reading.page->pixels, one.pixels);
     }
 }
 
@@ -121,9 +154,9 @@ TEST(PageReaderTest, ParametersThatMakeNoSenseAreAFailure) {
     for (const FakeScanner::Frame& one : broken) {
         FakeScanner scanner;
         scanner.frames = {one};
-        const auto result = read(scanner, ImageType::colour);
-        ASSERT_TRUE(std::holds_alternative<ScannerStatus>(result));
-        EXPECT_EQ(std::get<ScannerStatus>(result), ScannerStatus::failed);
+        const PageReading reading = read(scanner);
+        EXPECT_FALSE(reading.page);
+        EXPECT_EQ(reading.status, ScannerStatus::failed);
     }
 }
 

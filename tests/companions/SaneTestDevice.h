@@ -21,8 +21,8 @@ public:
     }
 
     std::unique_ptr<companions::Scanner> open() {
-        std::string reason;
-        return scanners.open("test:0", reason);
+        companions::ScannerRefusal refusal;
+        return scanners.open("test:0", refusal);
     }
 
     companions::SaneScanners scanners;

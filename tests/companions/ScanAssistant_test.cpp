@@ -6,6 +6,8 @@
 
 #include <chrono>
 #include <filesystem>
+#include <functional>
+#include <future>
 #include <thread>
 
 namespace trigora::companions {
@@ -24,9 +26,12 @@ constexpr const char* itIs = "DidGetDriverNameWithIPAddressDistributedNotificati
 class FakeScanners final : public Scanners {
 public:
     std::vector<AttachedScanner> list() override { return attached; }
-    std::unique_ptr<Scanner> open(const std::string& device, std::string& reason) override {
-        reason = "Device busy";
+    std::unique_ptr<Scanner> open(const std::string& device, ScannerRefusal& refusal) override {
+        refusal = {isInUse ? ScannerStatus::busy : ScannerStatus::failed, "Invalid argument"};
         opened.push_back(device);
+        if (onOpen) {
+            onOpen();
+        }
         return device == available ? std::make_unique<Borrowed>(scanner) : nullptr;
     }
 
@@ -34,6 +39,8 @@ public:
     std::string available = "test:0";
     FakeScanner scanner;
     std::vector<std::string> opened;
+    bool isInUse = false;
+    std::function<void()> onOpen;
 
 private:
     /// The scanner outlives each opening of it.
@@ -73,7 +80,7 @@ protected:
 
     void begin() {
         assistant = std::make_unique<ScanAssistant>(
-            scanners, [this](const std::string& folder) { return onDisk(folder); }, 120);
+            scanners, [this](const std::string& folder) { return onDisk(folder); });
         for (const char* name : {confirmed, scanned, itIs}) {
             notifications.observe(name, [this](const platform::Notification& notification) {
                 answers.emplace_back(notification.name, notification.userInfo.value_or(Dictionary{}));
@@ -123,13 +130,13 @@ TEST_F(ScanAssistantTest, ConfirmsAScannerWithWhatItIs) {
     EXPECT_EQ(device.size(), 18U);
 }
 
-TEST_F(ScanAssistantTest, AScannerThatIsMissingOrInUseIsAnsweredWithTheReason) {
+TEST_F(ScanAssistantTest, AScannerThatIsMissingIsAnsweredWithTheReason) {
     writeFile(paths::userScannerDriversFile(), "[Mine]\nDevice=usb:1\n");
     begin();
     const std::array<std::pair<std::string, std::string>, 3> cases{{
         {"Scanner B", "no scanner is found for the driver \"Scanner B\""},
         {"", "no scanner is found for the driver \"\""},
-        {"Mine", "the scanner usb:1 cannot be opened: Device busy"},
+        {"Mine", "the scanner usb:1 cannot be opened: Invalid argument"},
     }};
     for (const auto& [driver, reason] : cases) {
         EXPECT_EQ(ask(confirm, {{"DriverName", driver}}).at(0).second,
@@ -137,6 +144,41 @@ TEST_F(ScanAssistantTest, AScannerThatIsMissingOrInUseIsAnsweredWithTheReason) {
         EXPECT_EQ(ask(scanNow, scanRequest(driver)).at(0).second,
                   (Dictionary{{"ScanResult", Array{"Scan is not succeed!"}}, {"Reason", reason}}));
     }
+}
+
+TEST_F(ScanAssistantTest, AScannerInUseIsTriedAgainBeforeThatIsAFailure) {
+    begin();
+    for (const bool becomesFree : {true, false}) {
+        scanners.opened.clear();
+        scanners.isInUse = true;
+        scanners.available = "";
+        scanners.onOpen = [&] {
+            scanners.available = becomesFree && scanners.opened.size() > 4 ? "test:0" : "";
+        };
+        scanners.scanner.frames = {greyFrame(8, 8, 0)};
+        const Dictionary answer = ask(scanNow, scanRequest()).at(0).second;
+        EXPECT_EQ(platform::textAt(answer, "Reason").value_or(""),
+                  becomesFree ? "" : "the scanner test:0 cannot be opened: Invalid argument");
+        EXPECT_GT(scanners.opened.size(), 4U);
+    }
+}
+
+TEST_F(ScanAssistantTest, AScannerThatHangsWhenItIsOpenedIsAFailureWithinHalfAMinute) {
+    begin();
+    std::promise<void> release;
+    std::promise<void> isOpening;
+    scanners.onOpen = [&] {
+        isOpening.set_value();
+        release.get_future().wait();
+    };
+    answers.clear();
+    notifications.receive(confirm, Dictionary{{"DriverName", "Scanner A"}});
+    isOpening.get_future().wait();
+    loop.advance(31);
+    EXPECT_EQ(answers.size(), 1U);
+    release.set_value();
+    waitForAnswers(1);
+    EXPECT_EQ(platform::textAt(answers.at(0).second, "Reason"), "the scanner does not answer");
 }
 
 TEST_F(ScanAssistantTest, FindsTheScannerThatADriverNameStandsFor) {

@@ -10,14 +10,6 @@ namespace {
 
 using namespace test;
 
-ScannerOption switchOption(const std::string& name) {
-    ScannerOption option;
-    option.name = name;
-    option.settable = true;
-    option.isBoolean = true;
-    return option;
-}
-
 TEST(ScannerSetupTest, SourcesAreFoundUnderTheNamesThatScannersGiveThem) {
     using enum DocumentSource;
     struct Case {
@@ -26,28 +18,46 @@ TEST(ScannerSetupTest, SourcesAreFoundUnderTheNamesThatScannersGiveThem) {
         DocumentSource wanted;
         FakeScanner::Values expected;
         bool takesPages;
+        bool mayTryTable;
+        std::string note;
     };
+    const ScannerOption tableOnly = textOption("source", {"Flatbed"});
     const ScannerOption plain = textOption("source", {"Flatbed", "Automatic Document Feeder"});
     const ScannerOption three = textOption("source", {"FlatBed", "ADF Front", "ADF Back", "ADF Duplex"});
     const ScannerOption feederOnly = textOption("source", {"ADF", "Transparency Unit"});
     const ScannerOption mode = textOption("adf-mode", {"Simplex", "Duplex"});
-    const std::array<Case, 12> cases{{
-        {{plain}, {}, automatic, {{"source", "Flatbed"}}, false},
-        {{plain}, {{"page-loaded", true}}, automatic, {{"source", "Automatic Document Feeder"}}, true},
-        {{plain}, {{"page-loaded", true}}, table, {{"source", "Flatbed"}}, false},
-        {{plain}, {}, feeder, {{"source", "Automatic Document Feeder"}}, true},
-        {{plain}, {}, duplexFeeder, {{"source", "Flatbed"}}, false},
-        {{three}, {}, feeder, {{"source", "ADF Front"}}, true},
-        {{three}, {}, duplexFeeder, {{"source", "ADF Duplex"}}, true},
-        {{feederOnly}, {}, automatic, {{"source", "ADF"}}, true},
-        {{feederOnly}, {}, table, {{"source", "ADF"}}, true},
-        {{plain, mode},
+    const ScannerOption sensor = switchOption("page-loaded", false);
+    const FakeScanner::Values loaded{{"page-loaded", true}};
+    const FakeScanner::Values empty{{"page-loaded", false}};
+    const std::string adf = "Automatic Document Feeder";
+    const std::array<Case, 18> cases{{
+        // Automatic is the feeder, unless that says that it is empty; who cannot tell is tried.
+        {{plain}, {}, automatic, {{"source", adf}}, true, true, ""},
+        {{plain, sensor}, loaded, automatic, {{"source", adf}}, true, true, ""},
+        {{plain, sensor}, empty, automatic, {{"source", "Flatbed"}}, false, false, ""},
+        {{feederOnly}, {}, automatic, {{"source", "ADF"}}, true, false, ""},
+        {{feederOnly, sensor}, empty, automatic, {{"source", "ADF"}}, true, false, ""},
+        {{plain, sensor}, loaded, table, {{"source", "Flatbed"}}, false, false, ""},
+        {{plain}, {}, feeder, {{"source", adf}}, true, false, ""},
+        // Both sides become one side, and only without a feeder the table.
+        {{plain}, {}, duplexFeeder, {{"source", adf}}, true, false, "Scan.Note.OneSide"},
+        {{tableOnly}, {}, duplexFeeder, {{"source", "Flatbed"}}, false, false, "Scan.Note.NoFeeder"},
+        {{tableOnly}, {}, feeder, {{"source", "Flatbed"}}, false, false, "Scan.Note.NoFeeder"},
+        {{three}, {}, feeder, {{"source", "ADF Front"}}, true, false, ""},
+        {{three}, {}, duplexFeeder, {{"source", "ADF Duplex"}}, true, false, ""},
+        {{feederOnly}, {}, table, {{"source", "ADF"}}, true, false, ""},
+        {{plain, mode}, {}, duplexFeeder, {{"source", adf}, {"adf-mode", "Duplex"}}, true, false, ""},
+        {{feederOnly, switchOption("duplex")},
          {},
-         duplexFeeder,
-         {{"source", "Automatic Document Feeder"}, {"adf-mode", "Duplex"}},
-         true},
-        {{feederOnly, switchOption("duplex")}, {}, feeder, {{"source", "ADF"}, {"duplex", false}}, true},
-        {{}, {}, feeder, {}, false},
+         feeder,
+         {{"source", "ADF"}, {"duplex", false}},
+         true,
+         false,
+         ""},
+        // Without a choice of sources something else has to tell of a feeder.
+        {{}, {}, feeder, {}, false, false, "Scan.Note.NoFeeder"},
+        {{sensor}, empty, automatic, {}, true, false, ""},
+        {{mode}, {}, duplexFeeder, {{"adf-mode", "Duplex"}}, true, false, ""},
     }};
     for (std::size_t i = 0; i < cases.size(); ++i) {
         SCOPED_TRACE(i);
@@ -64,6 +74,8 @@ TEST(ScannerSetupTest, SourcesAreFoundUnderTheNamesThatScannersGiveThem) {
         }
         EXPECT_EQ(scanner.values.size(), cases[i].expected.size());
         EXPECT_EQ(setup->takesPages, cases[i].takesPages);
+        EXPECT_EQ(setup->mayTryTable, cases[i].mayTryTable);
+        EXPECT_EQ(setup->notes.empty() ? "" : setup->notes[0].key, cases[i].note);
     }
 }
 
@@ -113,6 +125,11 @@ TEST(ScannerSetupTest, ModesDepthsResolutionAndAreaComeAsNearAsTheScannerCan) {
         EXPECT_EQ(scanner.value("depth"), one.depth);
         EXPECT_EQ(scanner.value("br-x"), ScannerValue(200.0));
         EXPECT_EQ(scanner.value("br-y"), ScannerValue(1753.0)); // 297 millimetres at 150 dots per inch
+        ASSERT_EQ(setup->notes.size(), 2U);
+        EXPECT_EQ(setup->notes[0].text(),
+                  "this scanner cannot scan with 200 dots per inch; it scanned with 150");
+        EXPECT_EQ(setup->notes[1].text(),
+                  "this scanner cannot scan 210 by 297 millimetres; it scanned 200 by 297");
     }
 }
 
@@ -130,7 +147,7 @@ TEST(ScannerSetupTest, TheAgentIsToldOfEveryAreaAndLimit) {
     FakeScanner scanner;
     scanner.allOptions = {textOption("source", {"Flatbed", "ADF", "ADF Duplex"}),
                           rangeOption("resolution", 75, 1200), rangeOption("br-x", 0, 215.9),
-                          rangeOption("br-y", 0, 297.18)};
+                          rangeOption("br-y", 0, 297.18), switchOption("page-loaded", false)};
     scanner.values["page-loaded"] = true;
     DriverEntry entry;
     entry.modelID = 0x0F01;

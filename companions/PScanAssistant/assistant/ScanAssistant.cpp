@@ -3,7 +3,9 @@
 #include "agent/log/PSlog.h"
 #include "companions/PScanAssistant/scanners/DeviceInformation.h"
 #include "companions/PScanAssistant/scanning/ScanJob.h"
+#include "files/InstalledPaths.h"
 #include "files/NotificationNames.h"
+#include "platform/Clock.h"
 #include "platform/FileSystem.h"
 #include "platform/Text.h"
 #include "platform/Workspace.h"
@@ -19,8 +21,10 @@ namespace {
 
 using namespace platform;
 
-constexpr const char* noAnswer = "the scanner does not answer";
+const ScanFailure noAnswer{ScanFailure::Kind::noAnswer, "the scanner does not answer"};
 constexpr int confirmationFailed = -1;
+// How long an open scanner may be silent, in seconds; slow ones warm up for a minute.
+constexpr double scanTimeLimit = 120;
 
 void post(const char* name, const Dictionary& userInfo) {
     current().notifications.post(name, userInfo, true);
@@ -28,18 +32,18 @@ void post(const char* name, const Dictionary& userInfo) {
 
 struct Confirmation {
     std::optional<Dictionary> information; ///< about the scanner; none when it could not be confirmed
-    std::string failure;
+    ScanFailure failure;
 };
 
 void answerConfirmation(const DriverEntry& entry, const Confirmation& confirmation) {
     const auto& [information, failure] = confirmation;
-    PSlog("scanner of %@: %@", entry.driverName, information ? "confirmed" : failure);
+    PSlog("scanner of %@: %@", entry.driverName, information ? "confirmed" : failure.reason);
     Dictionary answer{{"ScannerConfirmResult", information ? 0 : confirmationFailed}};
     if (information) {
         answer["UpdatedDeviceInfo"] = Dictionary{{entry.driverName, *information}};
         answer["ScannerVersion"] = entry.version;
     } else {
-        answer["Reason"] = failure;
+        answer["Reason"] = failure.reason;
     }
     post(notifications::didFinishScannerConfirmation, answer);
 }
@@ -74,24 +78,102 @@ private:
     ScanControl& control_;
 };
 
-/// Opens the scanner, which the control knows while the function uses it. Gives why that failed, else
-/// nothing.
+/// A scanner in use is tried again for some seconds.
+std::unique_ptr<Scanner> openPatiently(Scanners& scanners, const DriverEntry& entry, ScanControl& control,
+                                       ScanFailure& failure) {
+    Clock& clock = current().clock;
+    const double end = clock.monotonicSeconds() + secondsOfPatience;
+    for (;;) {
+        failure = {};
+        std::unique_ptr<Scanner> scanner = openScanner(scanners, entry, failure);
+        if (failure.kind != ScanFailure::Kind::busy || clock.monotonicSeconds() >= end ||
+            control.progress() != ScanWish::goOn) {
+            return scanner;
+        }
+        clock.sleepMicroseconds(microsecondsBetweenTries);
+    }
+}
+
+/// Opens the scanner, which the control knows while the function uses it. Returns why that failed.
 template <typename Function>
-std::string withScanner(Scanners& scanners, const DriverEntry& entry, ScanControl& control,
+ScanFailure withScanner(Scanners& scanners, const DriverEntry& entry, ScanControl& control,
                         Function function) {
     try {
-        std::string reason;
-        const std::unique_ptr<Scanner> scanner = openScanner(scanners, entry, reason);
+        ScanFailure failure;
+        const std::unique_ptr<Scanner> scanner = openPatiently(scanners, entry, control, failure);
         if (scanner && control.progress() == ScanWish::goOn) {
+            control.setTimeLimit(scanTimeLimit);
             const UseOfScanner use(control, *scanner);
             function(*scanner);
         }
-        return reason;
+        return failure;
     } catch (const std::bad_alloc&) {
-        return "there is not enough memory";
+        return {ScanFailure::Kind::noMemory, "there is not enough memory"};
     } catch (const std::exception& exception) {
-        return exception.what();
+        return {ScanFailure::Kind::broken, exception.what()};
     }
+}
+
+/// Lets the scan know what is wanted of it, and hears how it goes.
+class ControlledScan final : public ScanWatch {
+public:
+    explicit ControlledScan(ScanControl& control) : control_(control) {}
+    ScanWish progress(bool hasMoved) override { return control_.progress(hasMoved); }
+
+private:
+    ScanControl& control_;
+};
+
+/// Where documents go whose own folder does not take them any more.
+std::vector<std::string> otherFolders() {
+    Folders& folders = current().folders;
+    std::vector<std::string> others{folders.home()};
+    if (const std::optional<std::string> documents = folders.documents()) {
+        others.insert(others.begin(), *documents);
+    }
+    return others;
+}
+
+/// Made when missing.
+std::string workFolder() {
+    std::string folder = paths::unfinishedScansFolder();
+    current().fileSystem.createDirectory(folder, true, std::nullopt);
+    return folder;
+}
+
+void tellScanned(const std::vector<std::string>& paths, const ScanOutcome& outcome) {
+    const Array files(paths.begin(), paths.end());
+    PSlog("scanned: %@", Value(files));
+    Dictionary answer{{"ScanResult", files}};
+    if (outcome.failure) {
+        std::string reason = outcome.failure.reason;
+        if (!paths.empty()) {
+            reason += "; what was scanned before is kept in " + paths.front();
+            reason += paths.size() > 1 ? " to " + paths.back() : "";
+        }
+        PSlog("scan failed: %@", reason);
+        answer = {{"ScanResult", Array{notifications::failedScanMark}}, {"Reason", reason}};
+    }
+    if (!outcome.notes.empty()) {
+        Array notes;
+        for (const ScanNote& note : outcome.notes) {
+            notes.emplace_back(note.text());
+        }
+        PSlog("scan notes: %@", Value(notes));
+        answer["Notes"] = notes;
+    }
+    post(notifications::didFinishScan, answer);
+}
+
+/// The documents as the system spells their folder, which is not always how the disk does.
+std::vector<std::string> spelled(const std::vector<std::string>& onDisk, const std::string& folderOnDisk,
+                                 const std::string& folder) {
+    std::vector<std::string> paths;
+    for (const std::string& path : onDisk) {
+        const bool isInFolder = deletingLastPathComponent(path) == withoutTrailingSlashes(folderOnDisk);
+        paths.push_back(isInFolder ? appendingPathComponent(folder, lastPathComponent(path)) : path);
+    }
+    return paths;
 }
 
 /// The folder to scan into, made when missing; none when there is none.
@@ -110,9 +192,9 @@ std::optional<std::string> targetFolder(const std::string& wanted) {
 
 } // namespace
 
-ScanAssistant::ScanAssistant(Scanners& scanners, FolderOnDisk folderOnDisk, double timeLimit)
+ScanAssistant::ScanAssistant(Scanners& scanners, FolderOnDisk folderOnDisk)
     : scanners_(scanners), folderOnDisk_(std::move(folderOnDisk)),
-      thread_(current().runLoop, current().clock, timeLimit) {
+      thread_(current().runLoop, current().clock) {
     observe(notifications::replyScannerConfirmation, &ScanAssistant::confirmScanner);
     observe(notifications::replyScan, &ScanAssistant::scan);
     observe(notifications::replyDriverNameWithIPAddress, &ScanAssistant::findDriverAtAddress);
@@ -120,6 +202,7 @@ ScanAssistant::ScanAssistant(Scanners& scanners, FolderOnDisk folderOnDisk, doub
     observe(notifications::replyLaunchPlScan, &ScanAssistant::launchScanningApplication);
     observe(notifications::didFinishLaunchingSA, &ScanAssistant::beginAnew);
     observe(notifications::replySAQuit, &ScanAssistant::quit);
+    rescueUnfinishedScans();
 }
 
 ScanAssistant::~ScanAssistant() {
@@ -143,11 +226,11 @@ void ScanAssistant::confirmScanner(const Dictionary& request) {
     const auto answer = [entry, outcome] { answerConfirmation(entry, outcome->get()); };
     thread_.perform({.perform =
                          [this, entry, outcome](ScanControl& control) {
-                             const std::string failure =
+                             const ScanFailure failure =
                                  withScanner(scanners_, entry, control, [&](Scanner& scanner) {
                                      outcome->set({deviceInformation(scanner, entry), {}});
                                  });
-                             if (!failure.empty()) {
+                             if (failure) {
                                  outcome->set({std::nullopt, failure});
                              }
                          },
@@ -161,51 +244,50 @@ void ScanAssistant::scan(const Dictionary& request) {
     const std::string& driverName = settings.driverName.empty() ? currentDriverName_ : settings.driverName;
     const std::optional<std::string> folder = targetFolder(settings.folderPath);
     if (!folder) {
-        answerScan({}, "the folder " + settings.folderPath + " cannot be made");
+        tellScanned({}, {.paths = {},
+                         .pageCount = 0,
+                         .failure = {ScanFailure::Kind::folder,
+                                     "the folder " + settings.folderPath + " cannot be made"},
+                         .notes = {}});
         return;
     }
     const DriverEntry entry = directory_.entry(driverName, settings.address);
-    auto outcome = std::make_shared<Outcome<ScanOutcome>>(ScanOutcome{{}, noAnswer});
+    const ScanPlace place{folderOnDisk_(*folder), workFolder(), otherFolders()};
+    auto outcome = std::make_shared<Outcome<ScanOutcome>>(ScanOutcome{{}, 0, noAnswer, {}});
     // When the scanner does not come back from being closed, the documents are there all the same.
-    const auto answer = [this, folder = *folder, outcome] {
+    const auto answer = [folder = *folder, onDisk = place.folder, outcome] {
         const ScanOutcome made = outcome->get();
-        std::vector<std::string> paths;
-        for (const std::string& name : made.fileNames) {
-            paths.push_back(appendingPathComponent(folder, name));
-        }
-        answerScan(paths, made.failure);
+        tellScanned(spelled(made.paths, onDisk, folder), made);
     };
-    thread_.perform(
-        {.perform =
-             [this, entry, settings, onDisk = folderOnDisk_(*folder), outcome](ScanControl& control) {
-                 const std::string failure = withScanner(scanners_, entry, control, [&](Scanner& scanner) {
-                     outcome->set(scanDocument(scanner, settings, onDisk, [&control](bool hasMoved) {
-                         return control.progress(hasMoved);
-                     }));
-                 });
-                 if (!failure.empty()) {
-                     outcome->set({{}, failure});
-                 }
-             },
-         .finished = answer,
-         .gaveUp = answer});
+    thread_.perform({.perform =
+                         [this, entry, settings, place, outcome](ScanControl& control) {
+                             const ScanFailure failure =
+                                 withScanner(scanners_, entry, control, [&](Scanner& scanner) {
+                                     ControlledScan watch(control);
+                                     outcome->set(scanDocument(scanner, settings, place, watch));
+                                 });
+                             if (failure) {
+                                 outcome->set({{}, 0, failure, {}});
+                             }
+                         },
+                     .finished = answer,
+                     .gaveUp = answer});
 }
 
-void ScanAssistant::answerScan(const std::vector<std::string>& paths, const std::string& failure) {
-    const Array files(paths.begin(), paths.end());
-    PSlog("scanned: %@", Value(files));
-    if (failure.empty()) {
-        post(notifications::didFinishScan, {{"ScanResult", files}});
+void ScanAssistant::rescueUnfinishedScans() {
+    const std::string folder = paths::unfinishedScansFolder();
+    if (!current().fileSystem.isDirectory(folder)) {
         return;
     }
-    std::string reason = failure;
-    if (!paths.empty()) {
-        reason += "; what was scanned before is kept in " + paths.front();
-        reason += paths.size() > 1 ? " to " + paths.back() : "";
-    }
-    PSlog("scan failed: %@", reason);
-    post(notifications::didFinishScan,
-         {{"ScanResult", Array{notifications::failedScanMark}}, {"Reason", reason}});
+    thread_.perform({.perform =
+                         [folder, others = otherFolders()](ScanControl& control) {
+                             control.setTimeLimit(scanTimeLimit);
+                             for (const RescuedDocument& document : rescueUnfinished(folder, others)) {
+                                 PSlog("completed: %@", document.path);
+                             }
+                         },
+                     .finished = [] {},
+                     .gaveUp = [] {}});
 }
 
 void ScanAssistant::findDriverAtAddress(const Dictionary& request) {

@@ -21,16 +21,16 @@ namespace trigora::companions {
 ///     DidFinishLaunchingSA…         begins anew, as if just launched
 ///     ReplySAQuit…                  cancels what is under way and stops the loop
 ///
-/// Requests are answered in their order; one is never left without an answer, however the scanner behaves.
-/// Main thread; the work with the scanner is done on a thread of its own.
+/// What an assistant before it has left unfinished is completed first. Requests are answered in their order;
+/// one is never left without an answer, however the scanner behaves. Main thread; the work with the scanner
+/// is done on a thread of its own.
 class ScanAssistant {
 public:
     /// How `folderOnDisk` maps a folder as the system spells it to the one to write in.
     using FolderOnDisk = std::function<std::string(const std::string&)>;
 
     /// Begins to listen. The scanners are used on the scanner thread only.
-    ScanAssistant(Scanners& scanners, FolderOnDisk folderOnDisk,
-                  double timeLimit = ScannerThread::defaultTimeLimit);
+    ScanAssistant(Scanners& scanners, FolderOnDisk folderOnDisk);
     ScanAssistant(const ScanAssistant&) = delete;
     ScanAssistant& operator=(const ScanAssistant&) = delete;
     ~ScanAssistant();
@@ -50,7 +50,7 @@ private:
     void beginAnew(const Dictionary& request);
     void quit(const Dictionary& request);
 
-    void answerScan(const std::vector<std::string>& paths, const std::string& failure);
+    void rescueUnfinishedScans();
 
     Scanners& scanners_;
     FolderOnDisk folderOnDisk_;

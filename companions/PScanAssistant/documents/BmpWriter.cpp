@@ -63,7 +63,7 @@ public:
         header.insert(header.end(), palette.begin(), palette.end());
         return file_.write(header.data(), header.size()) && writeRows(page, stride);
     }
-    bool finish() override { return true; }
+    bool finish(const std::string& /*title*/) override { return true; }
 
 private:
     static Data headerOf(const PageImage& page, std::uint32_t offset, std::uint32_t size) {

@@ -17,4 +17,15 @@ std::unique_ptr<DocumentWriter> makeDocumentWriter(const ScanSettings& settings,
     return nullptr;
 }
 
+std::size_t completeDocument(FileFormat format, const DocumentFile& file, const std::string& title) {
+    switch (format) {
+    case FileFormat::pdf:
+        return completePdf(file, title);
+    case FileFormat::multiPageTiff:
+        return completeTiff(file);
+    default:
+        return 0; // one page, which is published as soon as it is whole
+    }
+}
+
 } // namespace trigora::companions

@@ -13,7 +13,7 @@ public:
         const std::optional<Data> bytes = encodeJpeg(page, quality_);
         return bytes && file_.write(bytes->data(), bytes->size());
     }
-    bool finish() override { return true; }
+    bool finish(const std::string& /*title*/) override { return true; }
 
 private:
     int quality_;

@@ -65,7 +65,7 @@ Dictionary deviceInformation(Scanner& scanner, const DriverEntry& entry) {
         {"DeviceInfoEnableFlat", paths.hasTable},
         {"DeviceInfoEnableADF", paths.hasFeeder},
         {"DeviceInfoEnableDuplex", paths.hasDuplexFeeder},
-        {"DeviceInfoIsADFHasPaper", paths.feederHasPaper},
+        {"DeviceInfoIsADFHasPaper", paths.feederHasPaper.value_or(false)},
         {"DeviceInfoXdpiMin", whole(horizontal.least)},
         {"DeviceInfoXdpiMax", whole(horizontal.most)},
         {"DeviceInfoYdpiMin", whole(vertical.least)},

@@ -25,6 +25,11 @@ SANE_Word wordOf(const SANE_Option_Descriptor& descriptor, double number) {
     return static_cast<SANE_Word>(std::lround(std::clamp(number, -largestWord, largestWord)));
 }
 
+// What a back-end says about itself can be wrong; more than this is not believed.
+constexpr SANE_Int mostOptions = 1000;
+constexpr SANE_Int longestList = 10'000;
+constexpr SANE_Int longestText = 64 << 10;
+
 /// Whether it holds one value of a kind that can be set (no button, no group, no table of words).
 bool isSingleValue(const SANE_Option_Descriptor& descriptor) {
     switch (descriptor.type) {
@@ -33,20 +38,23 @@ bool isSingleValue(const SANE_Option_Descriptor& descriptor) {
     case SANE_TYPE_FIXED:
         return descriptor.size == static_cast<SANE_Int>(sizeof(SANE_Word));
     case SANE_TYPE_STRING:
-        return descriptor.size > 0;
+        return descriptor.size > 0 && descriptor.size <= longestText;
     default:
         return false;
     }
 }
 
 void readConstraint(const SANE_Option_Descriptor& descriptor, ScannerOption& option) {
+    if (descriptor.constraint.range == nullptr) { // as all members of the union
+        return;
+    }
     switch (descriptor.constraint_type) {
     case SANE_CONSTRAINT_RANGE:
         option.least = numberOf(descriptor, descriptor.constraint.range->min);
         option.most = numberOf(descriptor, descriptor.constraint.range->max);
         break;
     case SANE_CONSTRAINT_WORD_LIST:
-        for (SANE_Int i = 1; i <= descriptor.constraint.word_list[0]; ++i) {
+        for (SANE_Int i = 1; i <= std::min(descriptor.constraint.word_list[0], longestList); ++i) {
             option.numbers.push_back(numberOf(descriptor, descriptor.constraint.word_list[i]));
         }
         break;
@@ -100,6 +108,14 @@ ScannerStatus statusOf(SANE_Status status) {
         return ScannerStatus::noDocuments;
     case SANE_STATUS_CANCELLED:
         return ScannerStatus::cancelled;
+    case SANE_STATUS_DEVICE_BUSY:
+        return ScannerStatus::busy;
+    case SANE_STATUS_JAMMED:
+        return ScannerStatus::jammed;
+    case SANE_STATUS_COVER_OPEN:
+        return ScannerStatus::coverOpen;
+    case SANE_STATUS_IO_ERROR:
+        return ScannerStatus::lost;
     default:
         return ScannerStatus::failed;
     }
@@ -188,7 +204,7 @@ private:
         if (sane_control_option(handle_, 0, SANE_ACTION_GET_VALUE, &count, nullptr) != SANE_STATUS_GOOD) {
             return false;
         }
-        for (SANE_Int index = 1; index < count; ++index) {
+        for (SANE_Int index = 1; index < std::min(count, mostOptions); ++index) {
             const SANE_Option_Descriptor* descriptor = sane_get_option_descriptor(handle_, index);
             if (descriptor != nullptr && isSingleValue(*descriptor) && visit(index, *descriptor)) {
                 return true;
@@ -265,15 +281,15 @@ std::vector<AttachedScanner> SaneScanners::list() {
     return scanners;
 }
 
-std::unique_ptr<Scanner> SaneScanners::open(const std::string& device, std::string& reason) {
+std::unique_ptr<Scanner> SaneScanners::open(const std::string& device, ScannerRefusal& refusal) {
     if (!isReady()) {
-        reason = "SANE cannot be started";
+        refusal = {ScannerStatus::failed, "SANE cannot be started"};
         return nullptr;
     }
     SANE_Handle handle = nullptr;
     const SANE_Status status = sane_open(device.c_str(), &handle);
     if (status != SANE_STATUS_GOOD) {
-        reason = textOf(sane_strstatus(status));
+        refusal = {statusOf(status), textOf(sane_strstatus(status))};
         return nullptr;
     }
     return std::make_unique<SaneScanner>(handle);

@@ -13,7 +13,7 @@ public:
     ~SaneScanners() override;
 
     std::vector<AttachedScanner> list() override;
-    std::unique_ptr<Scanner> open(const std::string& device, std::string& reason) override;
+    std::unique_ptr<Scanner> open(const std::string& device, ScannerRefusal& refusal) override;
 
 private:
     bool isReady();

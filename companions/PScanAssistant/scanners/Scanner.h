@@ -33,6 +33,10 @@ enum class ScannerStatus {
     endOfFrame,
     noDocuments, ///< the feeder is empty
     cancelled,
+    busy,      ///< somebody else uses it, or it is not ready yet
+    jammed,    ///< in the feeder
+    coverOpen, ///< or the feeder's flap
+    lost,      ///< it cannot be reached (any more)
     failed,
 };
 
@@ -75,6 +79,12 @@ struct AttachedScanner {
     std::string model;
 };
 
+/// Why a scanner could not be opened.
+struct ScannerRefusal {
+    ScannerStatus status = ScannerStatus::failed;
+    std::string reason; ///< in words
+};
+
 /// The scanners of this computer and its network. All calls come from one thread.
 class Scanners {
 public:
@@ -82,8 +92,8 @@ public:
 
     /// Looks for them, which can take seconds.
     virtual std::vector<AttachedScanner> list() = 0;
-    /// Null when there is no such scanner or it is in use, with the reason in words.
-    virtual std::unique_ptr<Scanner> open(const std::string& device, std::string& reason) = 0;
+    /// Null when there is no such scanner or it is in use, with the reason.
+    virtual std::unique_ptr<Scanner> open(const std::string& device, ScannerRefusal& refusal) = 0;
 };
 
 } // namespace trigora::companions

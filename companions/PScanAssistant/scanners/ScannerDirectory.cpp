@@ -88,23 +88,34 @@ std::optional<std::string> ScannerDirectory::driverNameAtAddress(const std::stri
 
 void ScannerDirectory::reload() { PxIniParser::sharedParser()->removeAllItems(); }
 
-std::unique_ptr<Scanner> openScanner(Scanners& scanners, const DriverEntry& entry, std::string& reason) {
-    std::string complaint;
-    std::unique_ptr<Scanner> scanner =
-        entry.device.empty() ? nullptr : scanners.open(entry.device, complaint);
+std::unique_ptr<Scanner> openScanner(Scanners& scanners, const DriverEntry& entry, ScanFailure& failure) {
+    ScannerRefusal refusal;
+    std::unique_ptr<Scanner> scanner = entry.device.empty() ? nullptr : scanners.open(entry.device, refusal);
     if (scanner) {
         return scanner;
     }
-    const std::optional<std::string> found = deviceOf(scanners.list(), entry);
-    if (found && *found != entry.device) {
-        scanner = scanners.open(*found, complaint);
+    std::optional<std::string> device = entry.device;
+    // One that is in use is there under its name: nobody needs to look for it.
+    if (entry.device.empty() || refusal.status != ScannerStatus::busy) {
+        device = deviceOf(scanners.list(), entry);
+        if (device && *device != entry.device) {
+            scanner = scanners.open(*device, refusal);
+        }
     }
-    if (!scanner) {
-        reason = found || !entry.device.empty()
-                     ? "the scanner " + found.value_or(entry.device) + " cannot be opened: " + complaint
-                     : "no scanner is found for the driver \"" + entry.driverName + '"';
+    if (scanner) {
+        return scanner;
     }
-    return scanner;
+    if (!device && entry.device.empty()) {
+        failure = {ScanFailure::Kind::notFound,
+                   "no scanner is found for the driver \"" + entry.driverName + '"'};
+        return nullptr;
+    }
+    const bool isBusy = refusal.status == ScannerStatus::busy;
+    failure = {isBusy    ? ScanFailure::Kind::busy
+               : !device ? ScanFailure::Kind::notFound
+                         : ScanFailure::Kind::cannotOpen,
+               "the scanner " + device.value_or(entry.device) + " cannot be opened: " + refusal.reason};
+    return nullptr;
 }
 
 std::optional<std::string> driverNameFoundAtAddress(Scanners& scanners, const std::string& address) {

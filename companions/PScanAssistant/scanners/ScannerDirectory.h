@@ -1,5 +1,6 @@
 #pragma once
 
+#include "companions/PScanAssistant/scanners/ScanFailure.h"
 #include "companions/PScanAssistant/scanners/Scanner.h"
 
 #include <cstdint>
@@ -37,8 +38,8 @@ private:
 /// the one of the scanners found whose device is the driver's name, whose vendor and model are, whose model
 /// is, or that has the address, or that is the only one by USB with the same back-end as the device: such
 /// devices get another name whenever they are plugged in. Null when there is none or it cannot be opened,
-/// with the reason in words. May take seconds.
-std::unique_ptr<Scanner> openScanner(Scanners& scanners, const DriverEntry& entry, std::string& reason);
+/// with the reason. May take seconds.
+std::unique_ptr<Scanner> openScanner(Scanners& scanners, const DriverEntry& entry, ScanFailure& failure);
 
 /// The driver name for a scanner found at a network address: its vendor and model. None when there is none.
 std::optional<std::string> driverNameFoundAtAddress(Scanners& scanners, const std::string& address);

@@ -23,7 +23,7 @@ bool containsAny(const std::string& text, const Words& words) {
 
 bool isDuplex(const std::string& source) { return containsAny(source, {"duplex", "both sides"}); }
 bool isFeeder(const std::string& source) {
-    return isDuplex(source) || containsAny(source, {"adf", "feeder"});
+    return isDuplex(source) || containsAny(source, {"adf", "feeder", "sheet"});
 }
 bool isTable(const std::string& source) {
     return !isFeeder(source) && containsAny(source, {"flatbed", "table", "platen", "normal"});
@@ -57,14 +57,48 @@ bool hasBothSidesMode(const std::vector<ScannerOption>& options) {
            (duplex != nullptr && duplex->isBoolean);
 }
 
-DocumentSource availableSource(const PaperPaths& paths, DocumentSource wanted) {
-    if ((wanted == DocumentSource::duplexFeeder && paths.hasDuplexFeeder) ||
-        (wanted == DocumentSource::feeder && paths.hasFeeder) ||
-        (wanted == DocumentSource::table && paths.hasTable)) {
-        return wanted;
+/// The source to use; never automatic.
+DocumentSource availableSource(const PaperPaths& paths, DocumentSource wanted, std::vector<ScanNote>& notes) {
+    switch (wanted) {
+    case DocumentSource::automatic:
+        break;
+    case DocumentSource::table:
+        return paths.hasTable ? wanted : DocumentSource::feeder;
+    case DocumentSource::duplexFeeder:
+        if (paths.hasDuplexFeeder) {
+            return wanted;
+        }
+        if (paths.hasFeeder) {
+            notes.push_back(
+                {"Scan.Note.OneSide", "this scanner cannot scan both sides; one side was scanned", {}});
+            return DocumentSource::feeder;
+        }
+        [[fallthrough]];
+    case DocumentSource::feeder:
+        if (paths.hasFeeder) {
+            return DocumentSource::feeder;
+        }
+        notes.push_back({"Scan.Note.NoFeeder", "this scanner has no feeder; the glass was scanned", {}});
+        return DocumentSource::table;
     }
-    return paths.hasFeeder && (paths.feederHasPaper || !paths.hasTable) ? DocumentSource::feeder
-                                                                        : DocumentSource::table;
+    const bool isToBeTried = paths.hasFeeder && (paths.feederHasPaper.value_or(true) || !paths.hasTable);
+    return isToBeTried ? DocumentSource::feeder : DocumentSource::table;
+}
+
+/// A scanner without a choice of sources can show in other ways that it has a feeder.
+bool tellsOfFeeder(const ScannerOption& option) {
+    return containsAny(option.name, {"adf", "feeder", "page-loaded", "paper-loaded", "sheet"});
+}
+
+std::optional<bool> hasPaper(Scanner& scanner, const std::vector<ScannerOption>& options) {
+    for (const ScannerOption& option : options) {
+        if (option.isBoolean && containsAny(option.name, {"page-loaded", "paper-loaded", "adf-loaded"})) {
+            const std::optional<ScannerValue> value = scanner.value(option.name);
+            return value && std::holds_alternative<bool>(*value) ? std::optional(std::get<bool>(*value))
+                                                                 : std::nullopt;
+        }
+    }
+    return std::nullopt;
 }
 
 struct ModeNames {
@@ -138,6 +172,8 @@ bool chooseMode(Scanner& scanner, ImageType type) {
     return true;
 }
 
+std::string wholeText(double number) { return std::to_string(std::llround(number)); }
+
 double nearest(const ScannerOption& option, double wanted) {
     if (!option.numbers.empty()) {
         return *std::ranges::min_element(option.numbers, {},
@@ -168,26 +204,41 @@ std::optional<double> chooseResolution(Scanner& scanner, double wanted) {
     return number != nullptr && *number >= 1 ? *number : chosen;
 }
 
-/// Puts one end of the scan area as near to a place (in millimetres) as it can be; a scanner that has no
-/// such end or refuses keeps its own.
-void chooseEdge(Scanner& scanner, const std::string& name, double millimetres, double resolution) {
+/// Puts one end of the scan area as near to a place (in millimetres) as it can be and returns where; none
+/// when the scanner has no such end or refuses, and keeps its own.
+std::optional<double> chooseEdge(Scanner& scanner, const std::string& name, double millimetres,
+                                 double resolution) {
     const std::vector<ScannerOption> options = scanner.options();
     const ScannerOption* edge = settableOption(options, name);
     if (edge == nullptr) {
-        return;
+        return std::nullopt;
     }
     const bool inPixels = edge->unit == ScannerOption::Unit::pixels;
-    scanner.set(name, nearest(*edge, inPixels ? std::floor(millimetres / millimetresPerInch * resolution)
-                                              : millimetres));
+    const double unitsPerMillimetre = inPixels ? resolution / millimetresPerInch : 1;
+    const double wanted = millimetres * unitsPerMillimetre;
+    const double chosen = nearest(*edge, inPixels ? std::floor(wanted) : wanted);
+    return scanner.set(name, chosen) ? std::optional(chosen / unitsPerMillimetre) : std::nullopt;
 }
 
-void chooseArea(Scanner& scanner, const PaperSize& paper, double resolution) {
-    chooseEdge(scanner, "page-width", paper.width, resolution);
-    chooseEdge(scanner, "page-height", paper.height, resolution);
-    chooseEdge(scanner, "tl-x", 0, resolution);
-    chooseEdge(scanner, "tl-y", 0, resolution);
-    chooseEdge(scanner, "br-x", paper.width, resolution);
-    chooseEdge(scanner, "br-y", paper.height, resolution);
+void chooseArea(Scanner& scanner, const PaperSize& paper, ScannerSetup& setup) {
+    chooseEdge(scanner, "page-width", paper.width, setup.resolution);
+    chooseEdge(scanner, "page-height", paper.height, setup.resolution);
+    chooseEdge(scanner, "tl-x", 0, setup.resolution);
+    chooseEdge(scanner, "tl-y", 0, setup.resolution);
+    const double width = chooseEdge(scanner, "br-x", paper.width, setup.resolution).value_or(paper.width);
+    const std::optional<double> length = chooseEdge(scanner, "br-y", paper.height, setup.resolution);
+    const double height = length.value_or(paper.height);
+    constexpr double littleLess = 2; // of millimetres; a Letter glass need not be exactly that wide
+    if (width < paper.width - littleLess || height < paper.height - littleLess) {
+        setup.notes.push_back(
+            {"Scan.Note.Size",
+             "this scanner cannot scan %@ by %@ millimetres; it scanned %@ by %@",
+             {wholeText(paper.width), wholeText(paper.height), wholeText(width), wholeText(height)}});
+    }
+    // A scanner that cannot be told where a page ends may send the longest that anybody feeds.
+    constexpr double longestPage = 3000;
+    setup.mostLines = static_cast<std::size_t>((length ? *length * 2 : longestPage) / millimetresPerInch *
+                                               setup.resolution);
 }
 
 } // namespace
@@ -206,12 +257,13 @@ PaperPaths paperPaths(Scanner& scanner) {
     const std::vector<ScannerOption> options = scanner.options();
     const ScannerOption* source = settableOption(options, "source");
     PaperPaths paths;
-    paths.hasFeeder = firstText(source, isFeeder).has_value();
+    paths.canChoose = source != nullptr;
+    paths.hasFeeder = paths.canChoose ? firstText(source, isFeeder).has_value()
+                                      : std::ranges::any_of(options, tellsOfFeeder);
     paths.hasDuplexFeeder = firstText(source, isDuplex) || (paths.hasFeeder && hasBothSidesMode(options));
     // A scanner without a choice of sources has one place for documents.
     paths.hasTable = firstText(source, isTable) || !paths.hasFeeder;
-    const std::optional<ScannerValue> loaded = scanner.value("page-loaded");
-    paths.feederHasPaper = paths.hasFeeder && loaded == ScannerValue(true);
+    paths.feederHasPaper = paths.hasFeeder ? hasPaper(scanner, options) : std::nullopt;
     return paths;
 }
 
@@ -219,6 +271,9 @@ bool chooseSource(Scanner& scanner, DocumentSource source) {
     const std::vector<ScannerOption> options = scanner.options();
     const ScannerOption* option = settableOption(options, "source");
     if (option == nullptr) {
+        if (source == DocumentSource::feeder || source == DocumentSource::duplexFeeder) {
+            setBothSides(scanner, source == DocumentSource::duplexFeeder);
+        }
         return true;
     }
     std::optional<std::string> name;
@@ -252,7 +307,9 @@ bool chooseSource(Scanner& scanner, DocumentSource source) {
 }
 
 std::optional<ScannerSetup> setUp(Scanner& scanner, const ScanSettings& settings) {
-    const DocumentSource source = availableSource(paperPaths(scanner), settings.documentSource);
+    ScannerSetup setup;
+    const PaperPaths paths = paperPaths(scanner);
+    const DocumentSource source = availableSource(paths, settings.documentSource, setup.notes);
     if (!chooseSource(scanner, source) || !chooseMode(scanner, settings.imageType)) {
         return std::nullopt;
     }
@@ -260,8 +317,17 @@ std::optional<ScannerSetup> setUp(Scanner& scanner, const ScanSettings& settings
     if (!resolution) {
         return std::nullopt;
     }
-    chooseArea(scanner, settings.paper, *resolution);
-    return ScannerSetup{.resolution = *resolution, .takesPages = source != DocumentSource::table};
+    if (std::abs(*resolution - settings.resolution) >= 1) {
+        setup.notes.push_back({"Scan.Note.Resolution",
+                               "this scanner cannot scan with %@ dots per inch; it scanned with %@",
+                               {wholeText(settings.resolution), wholeText(*resolution)}});
+    }
+    setup.resolution = *resolution;
+    setup.takesPages = source != DocumentSource::table;
+    setup.mayTryTable = settings.documentSource == DocumentSource::automatic && setup.takesPages &&
+                        paths.hasTable && paths.canChoose;
+    chooseArea(scanner, settings.paper, setup);
+    return setup;
 }
 
 } // namespace trigora::companions

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "companions/PScanAssistant/scanners/ScanNote.h"
 #include "companions/PScanAssistant/scanners/Scanner.h"
 #include "companions/PScanAssistant/settings/ScanSettings.h"
 
@@ -14,20 +15,26 @@ struct PaperPaths {
     bool hasTable = false;
     bool hasFeeder = false;
     bool hasDuplexFeeder = false;
-    bool feederHasPaper = false; ///< false also when the scanner cannot tell
+    /// Whether there is paper in the feeder; none when the scanner cannot tell.
+    std::optional<bool> feederHasPaper;
+    bool canChoose = false; ///< the scanner has a choice of sources
 };
 
 PaperPaths paperPaths(Scanner& scanner);
 
 /// What came of setting a scanner up.
 struct ScannerSetup {
-    double resolution = 0;   ///< that the scanner will use, dots per inch
-    bool takesPages = false; ///< from the feeder, until it is empty
+    double resolution = 0;     ///< that the scanner will use, dots per inch
+    bool takesPages = false;   ///< from the feeder, until it is empty
+    bool mayTryTable = false;  ///< when the feeder is empty from the start
+    std::size_t mostLines = 0; ///< that a page can have
+    std::vector<ScanNote> notes;
 };
 
-/// Sets the scanner to the settings, each to the nearest that it can do. A source that it does not have is
-/// chosen automatically: the feeder when it says that it has paper, else the table. None when the scanner
-/// refuses what it offered.
+/// Sets the scanner to the settings, each to the nearest that it can do; the notes say which had to be
+/// changed. Automatic is the feeder unless that says that it is empty, else the table. A source that the
+/// scanner does not have is replaced: both sides by the feeder, the feeder by the table. None when the
+/// scanner refuses what it offered.
 std::optional<ScannerSetup> setUp(Scanner& scanner, const ScanSettings& settings);
 
 /// Chooses where to take documents from; false when the scanner refuses. A scanner without a choice is left

@@ -1,8 +1,11 @@
 #include "companions/PScanAssistant/scanning/PageReader.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cstring>
+#include <thread>
 #include <utility>
+#include <vector>
 
 namespace trigora::companions {
 
@@ -13,6 +16,7 @@ using Content = FrameParameters::Content;
 // More than the largest page at a resolution that makes sense; what goes beyond is a scanner gone wrong.
 constexpr std::size_t largestFrame = std::size_t{2} << 30;
 constexpr std::size_t bufferSize = std::size_t{64} << 10;
+constexpr std::chrono::milliseconds pauseForNothing{2};
 
 struct Frame {
     FrameParameters parameters;
@@ -33,14 +37,25 @@ bool makesSense(const FrameParameters& parameters) {
            parameters.lines.value_or(0) <= largestFrame / parameters.bytesPerLine;
 }
 
-/// Reads one frame, whose scan has been started.
-ScannerStatus readFrame(Scanner& scanner, const ScanProgress& progress, Frame& frame) {
+/// How many bytes of a frame are believed. A scanner may misjudge the lines that it announces.
+std::size_t mostBytes(const FrameParameters& parameters, std::size_t mostLines) {
+    constexpr std::size_t someMore = std::size_t{1} << 20;
+    const std::size_t lines = parameters.lines && *parameters.lines > 0 ? *parameters.lines * 2 : mostLines;
+    return std::min(largestFrame,
+                    std::min(lines, largestFrame / parameters.bytesPerLine) * parameters.bytesPerLine +
+                        someMore);
+}
+
+/// Reads one frame, whose scan has been started. Ends with `good` or `noDocuments` when it has come as a
+/// whole, with `endOfFrame` when the scanner did not end it, but all that it had announced is there.
+ScannerStatus readFrame(Scanner& scanner, std::size_t mostLines, const ScanProgress& progress, Frame& frame) {
     const std::optional<FrameParameters> parameters = scanner.parameters();
     if (!parameters || !makesSense(*parameters)) {
         return ScannerStatus::failed;
     }
     frame.parameters = *parameters;
     frame.bytes.reserve(frame.parameters.bytesPerLine * frame.parameters.lines.value_or(0));
+    const std::size_t limit = mostBytes(*parameters, mostLines);
     std::vector<std::uint8_t> buffer(bufferSize);
     for (;;) {
         std::size_t length = 0;
@@ -51,14 +66,20 @@ ScannerStatus readFrame(Scanner& scanner, const ScanProgress& progress, Frame& f
         length = std::min(length, buffer.size());
         frame.bytes.insert(frame.bytes.end(), buffer.begin(),
                            buffer.begin() + static_cast<std::ptrdiff_t>(length));
-        if (status == ScannerStatus::endOfFrame) {
-            return frame.lines() > 0 ? ScannerStatus::good : ScannerStatus::failed;
+        const bool isLastPage = status == ScannerStatus::noDocuments;
+        if (status == ScannerStatus::endOfFrame || (isLastPage && frame.lines() > 0)) {
+            return frame.lines() == 0 ? ScannerStatus::failed : isLastPage ? status : ScannerStatus::good;
         }
         if (status != ScannerStatus::good) {
-            return status == ScannerStatus::cancelled ? status : ScannerStatus::failed;
+            return status;
         }
-        if (frame.bytes.size() > largestFrame) {
-            return ScannerStatus::failed;
+        if (frame.bytes.size() > limit) {
+            const std::size_t announced = parameters->lines.value_or(0);
+            frame.bytes.resize(announced * parameters->bytesPerLine);
+            return announced > 0 ? ScannerStatus::endOfFrame : ScannerStatus::failed;
+        }
+        if (length == 0) { // a scanner that has nothing to send yet should have waited itself
+            std::this_thread::sleep_for(pauseForNothing);
         }
     }
 }
@@ -152,28 +173,31 @@ std::optional<PageImage> assemble(std::vector<Frame> frames, double resolution) 
 
 } // namespace
 
-std::variant<PageImage, ScannerStatus> readPage(Scanner& scanner, ImageType type, double resolution,
-                                                const ScanProgress& progress) {
+PageReading readPage(Scanner& scanner, double resolution, std::size_t mostLines,
+                     const ScanProgress& progress) {
     constexpr std::size_t mostFrames = 3;
     std::vector<Frame> frames;
+    ScannerStatus status = ScannerStatus::good;
     do {
         const ScannerStatus started = scanner.start();
         if (progress(true) != ScanWish::goOn) {
-            return ScannerStatus::cancelled;
+            return {ScannerStatus::cancelled, std::nullopt};
         }
         if (started != ScannerStatus::good) {
-            return started == ScannerStatus::endOfFrame ? ScannerStatus::failed : started;
+            return {started == ScannerStatus::endOfFrame ? ScannerStatus::failed : started, std::nullopt};
         }
-        const ScannerStatus status = readFrame(scanner, progress, frames.emplace_back());
-        if (status != ScannerStatus::good) {
-            return status;
-        }
-    } while (!frames.back().parameters.isLast && frames.size() < mostFrames);
-    std::optional<PageImage> page = assemble(std::move(frames), resolution);
-    if (!page) {
-        return ScannerStatus::failed;
+        status = readFrame(scanner, mostLines, progress, frames.emplace_back());
+    } while (status == ScannerStatus::good && !frames.back().parameters.isLast && frames.size() < mostFrames);
+    const bool isWhole = status == ScannerStatus::good || status == ScannerStatus::noDocuments ||
+                         status == ScannerStatus::endOfFrame;
+    if (!isWhole || (status == ScannerStatus::noDocuments && frames.front().bytes.empty())) {
+        return {status, std::nullopt};
     }
-    return convertedTo(type, std::move(*page));
+    std::optional<PageImage> page = assemble(std::move(frames), resolution);
+    if (!page || status == ScannerStatus::endOfFrame) {
+        status = ScannerStatus::failed;
+    }
+    return {status, std::move(page)};
 }
 
 } // namespace trigora::companions

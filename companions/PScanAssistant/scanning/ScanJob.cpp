@@ -1,15 +1,22 @@
 #include "companions/PScanAssistant/scanning/ScanJob.h"
 
-#include "companions/PScanAssistant/documents/DocumentWriter.h"
 #include "companions/PScanAssistant/scanners/ScannerSetup.h"
 #include "companions/PScanAssistant/scanning/PageReader.h"
+#include "companions/PScanAssistant/scanning/PageWriter.h"
+#include "platform/Clock.h"
+#include "platform/Platform.h"
 
-#include <cerrno>
-#include <system_error>
+#include <new>
+#include <utility>
 
 namespace trigora::companions {
 
 namespace {
+
+using Kind = ScanFailure::Kind;
+
+// A scanner that never says that its feeder is empty would fill the disk.
+constexpr std::size_t mostPages = 9999;
 
 /// What a page of the settings takes at the very least: a quarter of it where it is not compressed, as papers
 /// are often smaller than the settings say, else a hundredth.
@@ -26,137 +33,148 @@ double leastBytes(const ScanSettings& settings, double resolution) {
     return pixels * bytesPerPixel / (isCompressed ? 100 : 4);
 }
 
-/// Puts pages into files, one after another or all into one.
-class DocumentSequence {
-public:
-    DocumentSequence(const ScanSettings& settings, const std::string& folder)
-        : settings_(settings),
-          folder_(folder), name_{settings.prefix, settings.startNumber, extensionOf(settings.fileFormat)} {}
-
-    /// Makes the next document's file. Done before paper is fed, so that a folder that cannot take the file
-    /// costs nobody a stack.
-    bool begin(double bytesNeeded) {
-        errno = 0;
-        std::optional<DocumentFile> made = DocumentFile::create(folder_);
-        if (!made || !made->hasRoomFor(bytesNeeded)) {
-            return fail();
-        }
-        file_.emplace(std::move(*made));
-        writer_ = makeDocumentWriter(settings_, *file_);
-        return writer_ != nullptr || fail();
-    }
-
-    bool add(const PageImage& page) {
-        if (!writer_ && !begin(0)) {
-            return false;
-        }
-        errno = 0;
-        if (!writer_->addPage(page)) {
-            fail();
-            discard();
-            return false;
-        }
-        hasPages_ = true;
-        return isMultiPage(settings_.fileFormat) || complete();
-    }
-
-    /// Completes the document under way, if it has a page.
-    bool complete() {
-        if (!hasPages_) {
-            return true;
-        }
-        errno = 0;
-        const bool published = (writer_->finish() && file_->publish(name_)) || fail();
-        discard();
-        if (published) {
-            names_.push_back(name_.text());
-            ++name_.number;
-        }
-        return published;
-    }
-
-    const std::vector<std::string>& names() const { return names_; }
-    /// Why the last of the functions above that failed did.
-    const std::string& failure() const { return failure_; }
-
-private:
-    /// Always false. Not all writers come from this system, but all leave the reason in errno.
-    bool fail() {
-        failure_ = "the document could not be written into " + folder_;
-        if (errno != 0) {
-            failure_ += ": " + std::system_category().message(errno);
-        }
-        return false;
-    }
-
-    void discard() {
-        writer_.reset();
-        file_.reset();
-        hasPages_ = false;
-    }
-
-    const ScanSettings& settings_;
-    const std::string& folder_;
-    NumberedName name_;
-    std::vector<std::string> names_;
-    std::string failure_;
-    std::optional<DocumentFile> file_; // outlives its writer
-    std::unique_ptr<DocumentWriter> writer_;
-    bool hasPages_ = false;
-};
-
 std::string withComplaint(const std::string& failure, const Scanner& scanner) {
     const std::string complaint = scanner.complaint();
     return complaint.empty() ? failure : failure + ": " + complaint;
 }
 
-std::string failureOf(ScannerStatus status, ScanWish wish, const Scanner& scanner) {
+ScanFailure failureOf(const PageReading& reading, ScanWish wish, const Scanner& scanner) {
     if (wish == ScanWish::stop) {
-        return "the scanner does not answer";
+        return {Kind::noAnswer, "the scanner does not answer"};
     }
-    if (wish == ScanWish::discard) {
-        return "the scan was cancelled";
+    if (wish == ScanWish::cancel) {
+        return {Kind::cancelled, "the scan was cancelled"};
     }
-    switch (status) {
+    const std::string reported = withComplaint("the scanner reports a failure", scanner);
+    switch (reading.status) {
     case ScannerStatus::noDocuments:
-        return "there is no document in the feeder";
+        return {Kind::emptyFeeder, "there is no document in the feeder"};
     case ScannerStatus::cancelled:
-        return "the scan was cancelled at the scanner";
+        return {Kind::atScanner, "the scan was cancelled at the scanner"};
+    case ScannerStatus::busy:
+        return {Kind::busy, withComplaint("the scanner is in use", scanner)};
+    case ScannerStatus::jammed:
+        return {Kind::jammed, reported};
+    case ScannerStatus::coverOpen:
+        return {Kind::coverOpen, reported};
+    case ScannerStatus::lost:
+        return {Kind::lost, reported};
     default:
-        return withComplaint("the scanner reports a failure", scanner);
+        return {Kind::broken, reading.page ? "the scanner does not end its page" : reported};
     }
 }
 
+/// One scan: reads the pages and hands them over to be written.
+class ScanJob {
+public:
+    ScanJob(Scanner& scanner, const ScanSettings& settings, const ScanPlace& place, ScanWatch& watch)
+        : scanner_(scanner), settings_(settings), watch_(watch), documents_(settings, place) {}
+
+    ScanOutcome run() {
+        const std::optional<ScannerSetup> setup = setUp(scanner_, settings_);
+        if (!setup) {
+            return {.paths = {},
+                    .pageCount = 0,
+                    .failure = {Kind::refusedSettings,
+                                withComplaint("the scanner refuses the settings", scanner_)},
+                    .notes = {}};
+        }
+        ScanFailure failure;
+        if (documents_.begin(leastBytes(settings_, setup->resolution))) {
+            failure = takePages(*setup);
+            documents_.complete();
+        }
+        return {documents_.paths(), documents_.pageCount(),
+                documents_.failure() ? documents_.failure() : failure, std::move(notes_)};
+    }
+
+private:
+    ScanFailure takePages(ScannerSetup setup) {
+        PageWriter writer([this](PageImage page) {
+            const bool isAdded = documents_.add(convertedTo(settings_.imageType, std::move(page)));
+            watch_.progress(true);
+            return isAdded;
+        });
+        try {
+            ScanFailure failure = readPages(setup, writer);
+            notes_ = std::move(setup.notes);
+            return writer.finish() || failure ? failure
+                                              : ScanFailure{Kind::noMemory, "there is not enough memory"};
+        } catch (const std::bad_alloc&) {
+            return {Kind::noMemory, "there is not enough memory"};
+        }
+    }
+
+    ScanFailure readPages(ScannerSetup& setup, PageWriter& writer) {
+        for (std::size_t count = 0; count == 0 || setup.takesPages;) {
+            PageReading reading = readWhenReady(setup);
+            const bool hasPage = reading.page.has_value();
+            if (!hasPage && count == 0 && reading.status == ScannerStatus::noDocuments && setup.mayTryTable) {
+                if (!useTable(setup)) {
+                    return {Kind::refusedSettings,
+                            withComplaint("the scanner refuses the settings", scanner_)};
+                }
+                continue;
+            }
+            if (hasPage) {
+                ++count;
+                watch_.pagesRead(count);
+                if (!writer.put(std::move(*reading.page))) {
+                    return {};
+                }
+            }
+            if (reading.status == ScannerStatus::noDocuments && count > 0) {
+                return {};
+            }
+            if (reading.status != ScannerStatus::good) {
+                return failureOf(reading, watch_.progress(false), scanner_);
+            }
+            if (count == mostPages) {
+                return {Kind::broken, "the feeder never becomes empty"};
+            }
+        }
+        return {};
+    }
+
+    bool useTable(ScannerSetup& setup) {
+        scanner_.cancel();
+        ScanSettings settings = settings_;
+        settings.documentSource = DocumentSource::table;
+        std::optional<ScannerSetup> table = setUp(scanner_, settings);
+        if (table) {
+            setup = std::move(*table);
+        }
+        return table.has_value();
+    }
+
+    /// A scanner that is in use or still warming up is tried again for some seconds.
+    PageReading readWhenReady(const ScannerSetup& setup) {
+        platform::Clock& clock = platform::current().clock;
+        const double end = clock.monotonicSeconds() + secondsOfPatience;
+        for (;;) {
+            PageReading reading = readPage(scanner_, setup.resolution, setup.mostLines,
+                                           [this](bool hasMoved) { return watch_.progress(hasMoved); });
+            if (reading.status != ScannerStatus::busy || clock.monotonicSeconds() >= end ||
+                watch_.progress(true) != ScanWish::goOn) {
+                return reading;
+            }
+            watch_.scannerIsBusy();
+            clock.sleepMicroseconds(microsecondsBetweenTries);
+        }
+    }
+
+    Scanner& scanner_;
+    const ScanSettings& settings_;
+    ScanWatch& watch_;
+    DocumentSequence documents_;
+    std::vector<ScanNote> notes_;
+};
+
 } // namespace
 
-ScanOutcome scanDocument(Scanner& scanner, const ScanSettings& settings, const std::string& folder,
-                         const ScanProgress& progress) {
-    const std::optional<ScannerSetup> setup = setUp(scanner, settings);
-    if (!setup) {
-        return {{}, withComplaint("the scanner refuses the settings", scanner)};
-    }
-    DocumentSequence documents(settings, folder);
-    if (!documents.begin(leastBytes(settings, setup->resolution))) {
-        return {{}, documents.failure()};
-    }
-    std::string failure;
-    for (bool isFirst = true; isFirst || setup->takesPages; isFirst = false) {
-        const auto result = readPage(scanner, settings.imageType, setup->resolution, progress);
-        if (const auto* status = std::get_if<ScannerStatus>(&result)) {
-            if (isFirst || *status != ScannerStatus::noDocuments) {
-                failure = failureOf(*status, progress(false), scanner);
-            }
-            break;
-        }
-        if (!documents.add(std::get<PageImage>(result))) {
-            failure = documents.failure();
-            break;
-        }
-    }
-    if (progress(false) != ScanWish::discard && !documents.complete() && failure.empty()) {
-        failure = documents.failure();
-    }
-    return {documents.names(), failure};
+ScanOutcome scanDocument(Scanner& scanner, const ScanSettings& settings, const ScanPlace& place,
+                         ScanWatch& watch) {
+    return ScanJob(scanner, settings, place, watch).run();
 }
 
 } // namespace trigora::companions

@@ -18,7 +18,8 @@ constexpr std::chrono::milliseconds timeToStop{3000};
 
 } // namespace
 
-ScanControl::ScanControl(platform::Clock& clock) : clock_(clock), lastProgress_(clock.monotonicSeconds()) {}
+ScanControl::ScanControl(platform::Clock& clock, double timeLimit)
+    : clock_(clock), lastProgress_(clock.monotonicSeconds()), timeLimit_(timeLimit) {}
 
 ScanWish ScanControl::progress(bool hasMoved) {
     if (hasMoved) {
@@ -46,13 +47,11 @@ void ScanControl::interrupt() {
     }
 }
 
-ScannerThread::ScannerThread(platform::RunLoop& loop, platform::Clock& clock, double timeLimit)
-    : loop_(loop), clock_(clock), timeLimit_(timeLimit),
-      watchTimer_(loop.addRepeatingTimer(secondsBetweenLooks, [this] { watch(); })),
-      thread_([this] { run(); }) {}
+ScannerThread::ScannerThread(platform::RunLoop& loop, platform::Clock& clock)
+    : loop_(loop), clock_(clock), thread_([this] { run(); }) {}
 
 ScannerThread::~ScannerThread() {
-    loop_.cancelTimer(watchTimer_);
+    stopWatching();
     {
         const std::lock_guard lock(mutex_);
         isEnding_ = true;
@@ -64,6 +63,10 @@ ScannerThread::~ScannerThread() {
 
 void ScannerThread::perform(Work work) {
     auto task = std::make_shared<Task>(std::move(work), clock_);
+    ++unsettledCount_;
+    if (watchTimer_ == 0) {
+        watchTimer_ = loop_.addRepeatingTimer(secondsBetweenLooks, [this] { watch(); });
+    }
     {
         const std::lock_guard lock(mutex_);
         waiting_.push_back(std::move(task));
@@ -119,10 +122,17 @@ void ScannerThread::run() {
 }
 
 void ScannerThread::settle(const TaskPointer& task, const std::function<void()>& tell) {
-    if (!std::exchange(task->isSettled, true)) {
-        tell();
+    if (std::exchange(task->isSettled, true)) {
+        return;
     }
+    if (--unsettledCount_ == 0) {
+        stopWatching();
+    }
+    tell();
 }
+
+/// An idle program is not to wake up.
+void ScannerThread::stopWatching() { loop_.cancelTimer(std::exchange(watchTimer_, 0)); }
 
 /// On a thread that nobody waits for: the main thread must stay able to end the program.
 void ScannerThread::interrupt(const TaskPointer& task) {
@@ -148,10 +158,10 @@ void ScannerThread::watch() {
         const std::lock_guard lock(mutex_);
         running = running_;
         const double seconds = running ? running->control.secondsWithoutProgress() : 0;
-        if (!running || seconds < timeLimit_) {
+        if (!running || seconds < running->control.timeLimit()) {
             return;
         }
-        if (seconds >= timeLimit_ + secondsToComeBack) {
+        if (seconds >= running->control.timeLimit() + secondsToComeBack) {
             waiting.swap(waiting_);
             isGivenUp = true;
         }
