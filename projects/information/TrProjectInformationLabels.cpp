@@ -23,7 +23,8 @@ std::optional<std::string> labelOf(const ScanSetting& setting, std::optional<std
     if (!value || *value < setting.least || *value > setting.most) {
         return std::nullopt;
     }
-    return localized(setting.choices[static_cast<std::size_t>(*value - setting.least)].labelKey);
+    const char* key = setting.choices[static_cast<std::size_t>(*value - setting.least)].labelKey;
+    return key != nullptr ? std::optional(localized(key)) : std::nullopt;
 }
 
 /// Adds a part behind a "/"; nothing is added for a missing part, no "/" to an empty text.

@@ -52,18 +52,23 @@ using Kind = ScanSetting::Kind;
 constexpr std::string_view noDriverName = "NOT SETUP";
 // Numbers that have a meaning of their own.
 constexpr std::int64_t photoDocument = 3;
+constexpr std::int64_t automaticSize = -1;
 constexpr std::int64_t automaticSource = 0;
 constexpr std::int64_t feeder = 2;
 constexpr std::int64_t duplexFeeder = 3;
 constexpr std::int64_t group4 = 1;
 constexpr std::int64_t bigEndian = 0;
 
-inline constexpr ScanSetting::Choice documentSizes[] = {
-    {"A4", "String.ScanArea.A4.Text"},       {"Letter", "String.ScanArea.Letter.Text"},
-    {"Legal", "String.ScanArea.Legal.Text"}, {"A5", "String.ScanArea.A5.Text"},
-    {"B5", "String.ScanArea.B5.Text"},       {"Tabloid", "String.ScanArea.Tabloid.Text"},
-    {"B4", "String.ScanArea.B4.Text"},       {"A3", "String.ScanArea.A3.Text"},
-    {"A6", "String.ScanArea.A6.Text"}};
+inline constexpr ScanSetting::Choice documentSizes[] = {{"auto"}, // all that the scanner can see
+                                                        {"A4", "String.ScanArea.A4.Text"},
+                                                        {"Letter", "String.ScanArea.Letter.Text"},
+                                                        {"Legal", "String.ScanArea.Legal.Text"},
+                                                        {"A5", "String.ScanArea.A5.Text"},
+                                                        {"B5", "String.ScanArea.B5.Text"},
+                                                        {"Tabloid", "String.ScanArea.Tabloid.Text"},
+                                                        {"B4", "String.ScanArea.B4.Text"},
+                                                        {"A3", "String.ScanArea.A3.Text"},
+                                                        {"A6", "String.ScanArea.A6.Text"}};
 inline constexpr ScanSetting::Choice fileFormats[] = {{"JPEG", "String.FileFormat.JPEG.Text"},
                                                       {"PDF", "String.FileFormat.PDF.Text"},
                                                       {"BMP", "String.FileFormat.BMP.Text"},
@@ -82,6 +87,8 @@ inline constexpr ScanSetting::Choice qualityTypes[] = {
     {"standard", "String.Quality.Srandard.Text"}, // spelt so in the string tables
     {"best", "String.Quality.BestQuality.Text"},
     {"custom", "String.Quality.Custom.Text"}};
+inline constexpr ScanSetting::Choice orientations[] = {
+    {"portrait"}, {"landscape"}, {"upside-down"}, {"landscape-turned"}};
 inline constexpr ScanSetting::Choice byteOrders[] = {{"big"}, {"little"}};
 inline constexpr ScanSetting::Choice tiffCompressions[] = {{"none", "String.TIFFCompressionNone.Text"},
                                                            {"G4", "String.TIFFCompressionG4.Text"}};
@@ -95,6 +102,7 @@ inline constexpr ScanSetting documentType{.key = "documentType",
 inline constexpr ScanSetting documentSize{.key = "documentSize",
                                           .kind = Kind::number,
                                           .meaning = "paper size",
+                                          .least = automaticSize,
                                           .most = 8,
                                           .choices = documentSizes,
                                           .byDefault = 0};
@@ -130,8 +138,9 @@ inline constexpr ScanSetting qualityType{.key = "qualityType",
                                          .byDefault = 1};
 inline constexpr ScanSetting orientation{.key = "orientation",
                                          .kind = Kind::number,
-                                         .meaning = "orientation, as the driver counts",
+                                         .meaning = "how the page is to stand",
                                          .most = 3,
+                                         .choices = orientations,
                                          .byDefault = 0};
 inline constexpr ScanSetting unSharpMark{.key = "unSharpMark",
                                          .kind = Kind::flag,

@@ -394,19 +394,38 @@ TEST_F(ScanJobTest, MemoryDoesNotGrowWithThePages) {
     for (const FileFormat format : {FileFormat::pdf, FileFormat::multiPageTiff}) {
         FakeScanner scanner;
         fillFeeder(scanner, 0);
-        scanner.frames = {noise(2048, 1024)};
+        scanner.frames = {noise(1024, 1024)};
         std::size_t early = 0;
         std::size_t most = 0;
         onPage = [&](std::size_t count) {
-            if (count < 24) {
-                scanner.frames.push_back(noise(2048, 1024));
+            if (count < 18) {
+                scanner.frames.push_back(noise(1024, 1024));
             }
             early = count == 4 ? residentBytes() : early;
             most = std::max(most, residentBytes());
         };
-        EXPECT_EQ(scan(scanner, feederSettings(format)).pageCount, 24U);
-        EXPECT_LT(most, early + (std::size_t{12} << 20)); // 20 pages have 40 MB
+        EXPECT_EQ(scan(scanner, feederSettings(format)).pageCount, 18U);
+        EXPECT_LT(most, early + (std::size_t{7} << 20)); // the pages after that have 14 MB
     }
+}
+
+TEST_F(ScanJobTest, APageIsTurnedAndSharpenedWhereTheScannerCannotAndThatIsTold) {
+    FakeScanner scanner;
+    scanner.allOptions = {textOption("source", {"Flatbed"}), rangeOption("br-x", 0, 216)};
+    scanner.frames = {greyFrame(40, 60, 255)};
+    std::fill_n(scanner.frames[0].bytes.begin(), 40 * 20, 0); // its upper third is black
+    ScanSettings settings = settingsFor(FileFormat::tiff, ImageType::grey);
+    settings.paper = {210, 297};
+    settings.orientation = Orientation::landscape;
+    settings.sharpen = true;
+    settings.notes = {{"Scan.Note.Setting", "%@ makes no sense", {"prefix"}}};
+    const ScanOutcome outcome = scan(scanner, settings);
+    EXPECT_EQ(outcome.notes.size(), 1U);
+    const SeenPicture page = readTiff(outcome.paths.at(0)).at(0);
+    EXPECT_EQ(page.width, 60U);
+    EXPECT_EQ(page.height, 40U);
+    EXPECT_EQ(page.at(10, 20), 0xFFFFFFU); // what was below is on the left now
+    EXPECT_EQ(page.at(50, 20), 0U);
 }
 
 TEST_F(ScanJobTest, AFailureIsToldInTheScannersWords) {

@@ -18,13 +18,22 @@ TEST(ScanSettingsTest, ReadsWhatTheAgentSends) {
                                                     {"fileFormat", 4},
                                                     {"JPEGCompression", 40},
                                                     {"TIFFCompression", 1},
-                                                    {"byteOrder", 0}});
+                                                    {"byteOrder", 0},
+                                                    {"qualityType", 0},
+                                                    {"orientation", 1},
+                                                    {"unSharpMark", true},
+                                                    {"descreen", 1},
+                                                    {"autoEnhance", false}});
     EXPECT_EQ(settings.driverName, "Scanner A");
     EXPECT_EQ(settings.address, "10.0.0.7");
     EXPECT_EQ(settings.folderPath, "/scans");
     EXPECT_EQ(settings.prefix, "page");
     EXPECT_EQ(settings.startNumber, 12);
-    EXPECT_EQ(settings.resolution, 600);
+    EXPECT_EQ(settings.resolution, 150); // for speed
+    EXPECT_EQ(settings.orientation, Orientation::landscape);
+    EXPECT_TRUE(settings.sharpen && settings.descreen && !settings.enhance);
+    ASSERT_EQ(settings.notes.size(), 1U); // Group 4 has no greys
+    EXPECT_EQ(settings.notes[0].key, "Scan.Note.Group4");
     EXPECT_EQ(settings.imageType, ImageType::grey);
     EXPECT_EQ(settings.documentSource, DocumentSource::duplexFeeder);
     EXPECT_EQ(settings.paper.height, 420);
@@ -46,7 +55,11 @@ TEST(ScanSettingsTest, WhatMakesNoSenseHasItsDefault) {
                               {"documentSize", 9},
                               {"fileFormat", 5},
                               {"JPEGCompression", 101},
-                              {"TIFFCompression", Array{1}}};
+                              {"TIFFCompression", Array{1}},
+                              {"unSharpMark", Array{}},
+                              {"autoEnhance", Dictionary{}},
+                              {"qualityType", 4},
+                              {"orientation", 4}};
     for (const Dictionary& dictionary : {Dictionary{}, nonsense}) {
         const ScanSettings settings = readScanSettings(dictionary);
         EXPECT_EQ(settings.driverName, "");
@@ -61,6 +74,10 @@ TEST(ScanSettingsTest, WhatMakesNoSenseHasItsDefault) {
         EXPECT_EQ(settings.fileFormat, FileFormat::pdf);
         EXPECT_EQ(settings.jpegQuality, 75);
         EXPECT_FALSE(settings.tiffGroup4);
+        EXPECT_FALSE(settings.sharpen);
+        EXPECT_TRUE(settings.enhance);
+        EXPECT_EQ(settings.orientation, Orientation::portrait);
+        EXPECT_EQ(settings.notes.size(), dictionary.empty() ? 0U : 14U); // all but the first two are noted
     }
 }
 

@@ -133,6 +133,33 @@ TEST(ScannerSetupTest, ModesDepthsResolutionAndAreaComeAsNearAsTheScannerCan) {
     }
 }
 
+TEST(ScannerSetupTest, WhatTheScannerCanDoItDoesItself) {
+    FakeScanner scanner;
+    scanner.allOptions = {rangeOption("br-x", 0, 216), rangeOption("br-y", 0, 300), switchOption("descreen")};
+    ScanSettings settings;
+    settings.descreen = true;
+    settings.sharpen = true;
+    settings.imageType = ImageType::grey;
+    settings.paper = {148, 210};
+    settings.orientation = Orientation::landscape;
+    ScannerSetup setup = setUp(scanner, settings).value();
+    EXPECT_EQ(scanner.value("descreen"), ScannerValue(true));
+    EXPECT_FALSE(setup.descreen);
+    EXPECT_TRUE(setup.sharpen);
+    EXPECT_EQ(scanner.value("br-x"), ScannerValue(210.0)); // wide enough for the paper to lie across
+    EXPECT_EQ(setup.quarterTurns, 0);
+
+    settings.paper = {210, 297};
+    setup = setUp(scanner, settings).value();
+    EXPECT_EQ(scanner.value("br-x"), ScannerValue(210.0));
+    EXPECT_EQ(setup.quarterTurns, 1);
+
+    settings.isWholeArea = true;
+    setup = setUp(scanner, settings).value();
+    EXPECT_EQ(scanner.value("br-x"), ScannerValue(216.0));
+    EXPECT_EQ(scanner.value("br-y"), ScannerValue(300.0));
+}
+
 TEST(ScannerSetupTest, AScannerThatRefusesWhatItOfferedIsNotScannedWith) {
     for (const std::string option : {"source", "mode", "resolution"}) {
         FakeScanner scanner;

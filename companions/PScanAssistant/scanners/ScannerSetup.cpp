@@ -220,7 +220,68 @@ std::optional<double> chooseEdge(Scanner& scanner, const std::string& name, doub
     return scanner.set(name, chosen) ? std::optional(chosen / unitsPerMillimetre) : std::nullopt;
 }
 
-void chooseArea(Scanner& scanner, const PaperSize& paper, ScannerSetup& setup) {
+/// How far an edge can go, in millimetres; none when the scanner does not say.
+std::optional<double> farthest(Scanner& scanner, const std::string& name, double resolution) {
+    const std::vector<ScannerOption> options = scanner.options();
+    const ScannerOption* edge = settableOption(options, name);
+    if (edge == nullptr || (!edge->most && edge->numbers.empty())) {
+        return std::nullopt;
+    }
+    const double most = edge->most ? *edge->most : std::ranges::max(edge->numbers);
+    return edge->unit == ScannerOption::Unit::pixels ? most / resolution * millimetresPerInch : most;
+}
+
+/// Landscape paper lies across the scanner where that is wide enough, else it lies upright and its picture is
+/// turned.
+PaperSize placedPaper(Scanner& scanner, const ScanSettings& settings, ScannerSetup& setup) {
+    const std::optional<double> width = farthest(scanner, "br-x", setup.resolution);
+    const std::optional<double> height = farthest(scanner, "br-y", setup.resolution);
+    PaperSize paper = settings.paper;
+    if (settings.isWholeArea && width && height) {
+        paper = {*width, *height};
+    }
+    const bool isAcross = settings.orientation == Orientation::landscape && !settings.isWholeArea &&
+                          width.value_or(0) >= paper.height;
+    if (isAcross) {
+        std::swap(paper.width, paper.height);
+    } else {
+        setup.quarterTurns = static_cast<int>(settings.orientation);
+    }
+    return paper;
+}
+
+/// Whether the scanner has such a switch; it is set then.
+bool setSwitch(Scanner& scanner, const Words& names, bool isOn) {
+    const std::vector<ScannerOption> options = scanner.options();
+    for (const ScannerOption& option : options) {
+        if (option.isBoolean && option.settable &&
+            std::ranges::find(names, std::string_view(option.name)) != names.end()) {
+            return scanner.set(option.name, isOn);
+        }
+    }
+    return false;
+}
+
+/// What the scanner can do to its pages it does itself.
+void chooseFilters(Scanner& scanner, const ScanSettings& settings, ScannerSetup& setup) {
+    setup.descreen = !setSwitch(scanner, {"descreen", "descreening"}, settings.descreen) && settings.descreen;
+    setup.sharpen = !setSwitch(scanner, {"unsharp-mask", "sharpen", "edge-emphasis"}, settings.sharpen) &&
+                    settings.sharpen;
+    setup.enhance = !setSwitch(scanner, {"auto-enhance", "enhance", "auto-exposure"}, settings.enhance) &&
+                    settings.enhance;
+    setSwitch(scanner, {"quality-scan", "high-quality"}, settings.quality == Quality::best);
+    setSwitch(scanner, {"speed", "fast"}, settings.quality == Quality::speed);
+    if (settings.isWholeArea) {
+        setSwitch(scanner, {"swcrop", "auto-crop", "ald"}, true);
+    }
+    if ((setup.descreen || setup.sharpen) && settings.imageType == ImageType::blackAndWhite) {
+        setup.notes.push_back(
+            {"Scan.Note.Filter", "pages in black and white cannot be descreened or sharpened", {}});
+    }
+}
+
+void chooseArea(Scanner& scanner, const ScanSettings& settings, ScannerSetup& setup) {
+    const PaperSize paper = placedPaper(scanner, settings, setup);
     chooseEdge(scanner, "page-width", paper.width, setup.resolution);
     chooseEdge(scanner, "page-height", paper.height, setup.resolution);
     chooseEdge(scanner, "tl-x", 0, setup.resolution);
@@ -326,7 +387,8 @@ std::optional<ScannerSetup> setUp(Scanner& scanner, const ScanSettings& settings
     setup.takesPages = source != DocumentSource::table;
     setup.mayTryTable = settings.documentSource == DocumentSource::automatic && setup.takesPages &&
                         paths.hasTable && paths.canChoose;
-    chooseArea(scanner, settings.paper, setup);
+    chooseFilters(scanner, settings, setup);
+    chooseArea(scanner, settings, setup);
     return setup;
 }
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "companions/PScanAssistant/scanners/ScanNote.h"
 #include "companions/PScanAssistant/scanners/Scanner.h"
+#include "companions/PScanAssistant/settings/ScanNote.h"
 #include "companions/PScanAssistant/settings/ScanSettings.h"
 
 #include <optional>
@@ -28,6 +28,11 @@ struct ScannerSetup {
     bool takesPages = false;   ///< from the feeder, until it is empty
     bool mayTryTable = false;  ///< when the feeder is empty from the start
     std::size_t mostLines = 0; ///< that a page can have
+    // What the scanner cannot do and is to be done with its pages.
+    int quarterTurns = 0; ///< clockwise
+    bool sharpen = false;
+    bool descreen = false;
+    bool enhance = false;
     std::vector<ScanNote> notes;
 };
 

@@ -1,5 +1,6 @@
 #include "companions/PScanAssistant/scanning/ScanJob.h"
 
+#include "companions/PScanAssistant/documents/PageFilters.h"
 #include "companions/PScanAssistant/scanners/ScannerSetup.h"
 #include "companions/PScanAssistant/scanning/PageReader.h"
 #include "companions/PScanAssistant/scanning/PageWriter.h"
@@ -91,13 +92,15 @@ public:
 private:
     ScanFailure takePages(ScannerSetup setup) {
         PageWriter writer([this](PageImage page) {
-            const bool isAdded = documents_.add(convertedTo(settings_.imageType, std::move(page)));
+            const bool isAdded = documents_.add(finished(std::move(page)));
             watch_.progress(true);
             return isAdded;
         });
         try {
+            filters_ = setup;
             ScanFailure failure = readPages(setup, writer);
-            notes_ = std::move(setup.notes);
+            notes_ = settings_.notes;
+            notes_.insert(notes_.end(), setup.notes.begin(), setup.notes.end());
             return writer.finish() || failure ? failure
                                               : ScanFailure{Kind::noMemory, "there is not enough memory"};
         } catch (const std::bad_alloc&) {
@@ -136,6 +139,14 @@ private:
         return {};
     }
 
+    /// As the settings have it.
+    PageImage finished(PageImage page) const {
+        page = filters_.descreen ? descreened(std::move(page)) : std::move(page);
+        page = filters_.enhance ? enhanced(std::move(page)) : std::move(page);
+        page = filters_.sharpen ? sharpened(std::move(page)) : std::move(page);
+        return turned(convertedTo(settings_.imageType, std::move(page)), filters_.quarterTurns);
+    }
+
     bool useTable(ScannerSetup& setup) {
         scanner_.cancel();
         ScanSettings settings = settings_;
@@ -143,6 +154,7 @@ private:
         std::optional<ScannerSetup> table = setUp(scanner_, settings);
         if (table) {
             setup = std::move(*table);
+            filters_ = setup; // nothing has been read yet
         }
         return table.has_value();
     }
@@ -167,6 +179,7 @@ private:
     const ScanSettings& settings_;
     ScanWatch& watch_;
     DocumentSequence documents_;
+    ScannerSetup filters_;
     std::vector<ScanNote> notes_;
 };
 

@@ -1,10 +1,10 @@
 #pragma once
 
 #include "companions/PScanAssistant/scanners/ScanFailure.h"
-#include "companions/PScanAssistant/scanners/ScanNote.h"
 #include "companions/PScanAssistant/scanners/Scanner.h"
 #include "companions/PScanAssistant/scanning/DocumentSequence.h"
 #include "companions/PScanAssistant/scanning/ScanProgress.h"
+#include "companions/PScanAssistant/settings/ScanNote.h"
 #include "companions/PScanAssistant/settings/ScanSettings.h"
 
 #include <string>

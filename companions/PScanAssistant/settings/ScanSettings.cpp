@@ -3,6 +3,7 @@
 #include "platform/Text.h"
 #include "projects/settings/ScanSettingSchema.h"
 
+#include <algorithm>
 #include <array>
 
 namespace trigora::companions {
@@ -12,6 +13,7 @@ namespace {
 using namespace platform;
 
 constexpr std::array<PaperSize, std::size(scan_settings::documentSizes)> paperSizes{{
+    {210, 297},     // automatic, where the scanner does not say how large it is
     {210, 297},     // A4
     {215.9, 279.4}, // Letter
     {215.9, 355.6}, // Legal
@@ -25,8 +27,64 @@ constexpr std::array<PaperSize, std::size(scan_settings::documentSizes)> paperSi
 
 constexpr std::size_t longestPrefix = 200; // bytes; leaves room for the number within a file name
 
-template <typename Choice> Choice choiceIn(const Dictionary& dictionary, const ScanSetting& setting) {
-    return static_cast<Choice>(numberIn(dictionary, setting));
+// What the quality makes of the resolution.
+constexpr double mostForSpeed = 150;
+constexpr double leastForBest = 300;
+
+/// Reads one setting after another; what makes no sense has its default and is noted.
+class Reader {
+public:
+    Reader(const Dictionary& dictionary, std::vector<ScanNote>& notes)
+        : dictionary_(dictionary), notes_(notes) {}
+
+    std::int64_t number(const ScanSetting& setting) {
+        const std::optional<std::int64_t> given = integerAt(dictionary_, setting.key);
+        const std::int64_t number = numberIn(dictionary_, setting);
+        noteUnless(given == number, setting);
+        return number;
+    }
+    template <typename Choice> Choice choice(const ScanSetting& setting) {
+        return static_cast<Choice>(number(setting) - setting.least);
+    }
+    bool flag(const ScanSetting& setting) {
+        const std::optional<bool> given = booleanAt(dictionary_, setting.key);
+        noteUnless(given.has_value(), setting);
+        return given.value_or(std::get<bool>(setting.byDefault));
+    }
+    std::string text(const ScanSetting& setting, const std::string& byDefault = "") {
+        const std::optional<std::string> given = textAt(dictionary_, setting.key);
+        noteUnless(given.has_value(), setting);
+        return given.value_or(byDefault);
+    }
+
+private:
+    void noteUnless(bool makesSense, const ScanSetting& setting) {
+        if (!makesSense && find(dictionary_, setting.key) != nullptr) {
+            notes_.push_back({"Scan.Note.Setting",
+                              "the setting %@ makes no sense and has its default",
+                              {std::string(setting.key)}});
+        }
+    }
+
+    const Dictionary& dictionary_;
+    std::vector<ScanNote>& notes_;
+};
+
+/// What the settings ask for and no scanner can help with.
+void noteWhatCannotBe(const Dictionary& dictionary, ScanSettings& settings) {
+    const bool isTiff =
+        settings.fileFormat == FileFormat::tiff || settings.fileFormat == FileFormat::multiPageTiff;
+    if (isTiff && settings.tiffGroup4 && settings.imageType != ImageType::blackAndWhite) {
+        settings.notes.push_back({"Scan.Note.Group4",
+                                  "Group 4 compresses black and white only; the pages are not compressed",
+                                  {}});
+    }
+    const std::string pdfCompression = textAt(dictionary, scan_settings::pdfCompression.key).value_or("");
+    if (settings.fileFormat == FileFormat::pdf && !pdfCompression.empty() && pdfCompression != "DEFAULT") {
+        settings.notes.push_back({"Scan.Note.PdfCompression",
+                                  "the PDF compression \"%@\" is not known; the usual one was used",
+                                  {pdfCompression}});
+    }
 }
 
 /// A prefix names a file in its folder, never one elsewhere.
@@ -42,24 +100,38 @@ std::string safePrefix(std::string prefix) {
 } // namespace
 
 ScanSettings readScanSettings(const Dictionary& dictionary) {
+    using namespace scan_settings;
     ScanSettings settings;
-    settings.driverName = textAt(dictionary, scan_settings::driverName.key).value_or("");
-    if (settings.driverName == scan_settings::noDriverName) {
+    Reader read(dictionary, settings.notes);
+    settings.driverName = read.text(driverName);
+    if (settings.driverName == noDriverName) {
         settings.driverName.clear();
     }
-    settings.address = networkAddress(dictionary, std::string(scan_settings::ipAddress.key));
-    settings.folderPath = textAt(dictionary, scan_settings::folderPath.key).value_or("");
-    settings.prefix = safePrefix(textAt(dictionary, scan_settings::prefix.key).value_or(settings.prefix));
-    settings.startNumber = numberIn(dictionary, scan_settings::startNumber);
-    settings.resolution = static_cast<double>(numberIn(dictionary, scan_settings::resolution));
-    settings.imageType = choiceIn<ImageType>(dictionary, scan_settings::imageType);
-    settings.documentSource = choiceIn<DocumentSource>(dictionary, scan_settings::documentSource);
-    settings.paper =
-        paperSizes.at(static_cast<std::size_t>(numberIn(dictionary, scan_settings::documentSize)));
-    settings.fileFormat = choiceIn<FileFormat>(dictionary, scan_settings::fileFormat);
-    settings.jpegQuality = static_cast<int>(numberIn(dictionary, scan_settings::jpegCompression));
-    settings.tiffGroup4 = numberIn(dictionary, scan_settings::tiffCompression) == scan_settings::group4;
-    settings.tiffBigEndian = numberIn(dictionary, scan_settings::byteOrder) == scan_settings::bigEndian;
+    settings.address = networkAddress(dictionary, std::string(ipAddress.key));
+    settings.folderPath = read.text(folderPath);
+    settings.prefix = safePrefix(read.text(prefix, settings.prefix));
+    settings.startNumber = read.number(startNumber);
+    settings.quality = read.choice<Quality>(qualityType);
+    settings.resolution = static_cast<double>(read.number(resolution));
+    if (settings.quality == Quality::speed) {
+        settings.resolution = std::min(settings.resolution, mostForSpeed);
+    } else if (settings.quality == Quality::best) {
+        settings.resolution = std::max(settings.resolution, leastForBest);
+    }
+    settings.imageType = read.choice<ImageType>(imageType);
+    settings.documentSource = read.choice<DocumentSource>(documentSource);
+    const std::int64_t size = read.number(documentSize);
+    settings.isWholeArea = size == automaticSize;
+    settings.paper = paperSizes.at(static_cast<std::size_t>(size - documentSize.least));
+    settings.orientation = read.choice<Orientation>(orientation);
+    settings.sharpen = read.flag(unSharpMark);
+    settings.descreen = read.flag(descreen);
+    settings.enhance = read.flag(autoEnhance);
+    settings.fileFormat = read.choice<FileFormat>(fileFormat);
+    settings.jpegQuality = static_cast<int>(read.number(jpegCompression));
+    settings.tiffGroup4 = read.number(tiffCompression) == group4;
+    settings.tiffBigEndian = read.number(byteOrder) == bigEndian;
+    noteWhatCannotBe(dictionary, settings);
     return settings;
 }
 

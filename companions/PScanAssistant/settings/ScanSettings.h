@@ -1,10 +1,12 @@
 #pragma once
 
+#include "companions/PScanAssistant/settings/ScanNote.h"
 #include "platform/Value.h"
 #include "projects/settings/ScanSettingSchema.h"
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 namespace trigora::companions {
 
@@ -12,6 +14,8 @@ namespace trigora::companions {
 enum class FileFormat { jpeg, pdf, bmp, tiff, multiPageTiff };
 enum class ImageType { colour, grey, blackAndWhite };
 enum class DocumentSource { automatic, table, feeder, duplexFeeder };
+enum class Quality { speed, standard, best, custom };
+enum class Orientation { portrait, landscape, upsideDown, landscapeTurned };
 
 struct PaperSize {
     double width = 0; ///< millimetres
@@ -25,16 +29,25 @@ struct ScanSettings {
     std::string folderPath; ///< empty for the user's documents
     std::string prefix{scan_settings::prefix.defaultText()};
     std::int64_t startNumber = scan_settings::startNumber.defaultNumber();
-    double resolution = static_cast<double>(scan_settings::resolution.defaultNumber()); ///< dots per inch
+    /// Dots per inch, what the quality makes of it included.
+    double resolution = static_cast<double>(scan_settings::resolution.defaultNumber());
     ImageType imageType = ImageType::blackAndWhite;
     DocumentSource documentSource = DocumentSource::automatic;
-    PaperSize paper;
+    PaperSize paper;          ///< upright
+    bool isWholeArea = false; ///< of the scanner, whatever the paper
+    Orientation orientation = Orientation::portrait;
+    Quality quality = Quality::standard;
+    bool sharpen = false;
+    bool descreen = false;
+    bool enhance = true;
     FileFormat fileFormat = FileFormat::pdf;
     int jpegQuality = static_cast<int>(scan_settings::jpegCompression.defaultNumber());
     bool tiffGroup4 = false;
     bool tiffBigEndian = false;
+    std::vector<ScanNote> notes; ///< what is not understood or cannot be
 };
 
+/// docs/scan-settings.md tells of each key.
 ScanSettings readScanSettings(const Dictionary& dictionary);
 
 /// Whether all pages of a scan go into one file.
