@@ -34,6 +34,7 @@ ScannerState stateOf(const ScannerKind& kind, const ScannerDescription& descript
     putText(state.type, description.type);
     state.reading = kind.reading;
     state.readsInOpen = static_cast<std::int32_t>(kind.readsInOpen);
+    state.forgetsUnread = static_cast<std::int32_t>(kind.forgetsUnread);
     state.readingTakes = std::chrono::nanoseconds(std::chrono::milliseconds(kind.readingTakes)).count();
     state.lookingTakes = std::chrono::nanoseconds(std::chrono::microseconds(200)).count();
     state.claimTakes = std::chrono::nanoseconds(std::chrono::milliseconds(1)).count();

@@ -21,8 +21,9 @@ struct SensorKind {
 struct ScannerKind {
     const char* backend;
     Reading reading;
-    bool readsInOpen; ///< and remembers what it read
-    int readingTakes; ///< milliseconds
+    bool readsInOpen;   ///< and remembers what it read
+    bool forgetsUnread; ///< at the next look at the hardware
+    int readingTakes;   ///< milliseconds
     std::vector<SensorKind> sensors;
     std::vector<const char*> switches; ///< options that can be set and are no sensors, though they sound so
     std::vector<const char*> texts;    ///< what its text sensor can say; empty for anything

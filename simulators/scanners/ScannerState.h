@@ -108,6 +108,7 @@ struct ScannerState {
 
     Reading reading;
     std::int32_t readsInOpen;
+    std::int32_t forgetsUnread; ///< a new look at the buttons replaces what nobody has read of the one before
     std::int64_t readingTakes;
     std::int32_t swallowsErrors; ///< sensors of an unplugged scanner read as before instead of failing
     std::int64_t lookingTakes;   ///< while its node is open because a program looks for scanners

@@ -107,9 +107,8 @@ void SensorReader::addPresses(ScannerState& state) {
         if (state.sensors[i].isButton == 0 || state.sensors[i].type == SensorType::text) {
             continue;
         }
-        if (!unread(state, i, now).empty()) {
-            values_[i] = 1;
-        }
+        const bool isPressed = !unread(state, i, now).empty();
+        values_[i] = static_cast<int>(isPressed || (values_[i] != 0 && state.forgetsUnread == 0));
         state.sensors[i].readUntil = now;
     }
 }
