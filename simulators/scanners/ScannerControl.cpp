@@ -125,7 +125,7 @@ void ScannerControl::replug(bool withSameAddress) {
     const int number = nextNumber(folder_);
     const std::string node = file_->with([&](ScannerState& state) {
         if (state.node[0] != '\0' && !withSameAddress) {
-            std::array<char, 4> text{};
+            std::array<char, 16> text{};
             std::snprintf(text.data(), text.size(), "%03d", number % 1000);
             state.number = number;
             putText(state.address, std::string("libusb:001:") + text.data());
