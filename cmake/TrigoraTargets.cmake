@@ -89,13 +89,11 @@ function(trigora_program name)
   trigora_floor(${name} SOURCES ${arg_SOURCES} LINKS ${arg_LINKS})
 endfunction()
 
-# trigora_test(NAME SOURCES file... LINKS target... [LOCKS resource])
-# A GoogleTest program; each of its cases is a case of ctest. Cases that lock the same resource run one at a
-# time.
+# trigora_test(NAME SOURCES file... LINKS target...)
+# A GoogleTest program; each of its cases is a case of ctest.
 function(trigora_test name)
-  cmake_parse_arguments(PARSE_ARGV 1 arg "" "LOCKS" "SOURCES;LINKS")
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;LINKS")
   add_executable(${name} ${arg_SOURCES})
   target_link_libraries(${name} PRIVATE trigora_options ${arg_LINKS} GTest::gtest_main)
-  gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST
-                       PROPERTIES TIMEOUT 120 RESOURCE_LOCK "${arg_LOCKS}")
+  gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT 120)
 endfunction()

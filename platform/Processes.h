@@ -10,23 +10,25 @@ namespace trigora::platform {
 
 struct ProcessInformation {
     std::int32_t processID = 0;
-    std::string name;             ///< file name of the executable
-    std::string executablePath;   ///< as installed, when it lies below the installation root
+    std::string name;             ///< file name of the executable, or of the script that an interpreter runs
+    std::string executablePath;   ///< of the executable or script; as installed below the installation root
     std::uint32_t type = 0;       ///< "CFBundlePackageType" of the bundle the executable lies in, or 0
     std::uint32_t signature = 0;  ///< "CFBundleSignature" of that bundle, or 0
     std::uint32_t activeTime = 0; ///< processor time used, in sixtieths of a second
 };
 
-/// The processes of this user. Executable paths below the installation root are given as installed
-/// paths. Any thread.
+/// The processes of this user's session: the program's own children, those that were started with the same
+/// session bus, and those that have taken a name on it. Executable paths below the installation root are
+/// given as installed paths. Any thread.
 class Processes {
 public:
     virtual ~Processes() = default;
 
-    /// Every running process, in ascending order of ID. A process is listed once it has been alive for
-    /// half a second, one launched here half a second after the launch; one that has exited is not listed.
+    /// Every running process, in ascending order of ID. One that has exited is not listed.
     virtual std::vector<ProcessInformation> list() = 0;
-    /// One of the listed processes with that name; none when there is none.
+    /// One of the listed processes with that name; none when there is none. After a launch of the name from
+    /// here none is found until half a second after the first look, whoever started it: who waits for what it
+    /// has launched to end does not take its beginning for it, however slow this program was to look.
     virtual std::optional<ProcessInformation> find(const std::string& name) {
         for (ProcessInformation& process : list()) {
             if (process.name == name) {

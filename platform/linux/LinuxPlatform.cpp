@@ -3,6 +3,7 @@
 #include "platform/linux/OfflineBus.h"
 #include "platform/linux/bus/BusAppleEvents.h"
 #include "platform/linux/bus/BusConnection.h"
+#include "platform/linux/bus/BusNames.h"
 #include "platform/linux/bus/BusNotifications.h"
 #include "platform/linux/desktop/LinuxAlertPanel.h"
 #include "platform/linux/desktop/LinuxStringTable.h"
@@ -56,6 +57,17 @@ struct LinuxPlatform::Parts {
         return true;
     }
 
+    /// The processes that have taken a name on the bus.
+    std::vector<std::int32_t> namedProcesses() {
+        std::vector<std::int32_t> processIDs;
+        for (const std::string& name : connection ? connection->names() : std::vector<std::string>()) {
+            if (const auto processID = bus::processIDIn(name)) {
+                processIDs.push_back(*processID);
+            }
+        }
+        return processIDs;
+    }
+
     void assemble() {
         platform = std::make_unique<Platform>(Platform{
             .runLoop = runLoop,
@@ -102,7 +114,7 @@ struct LinuxPlatform::Parts {
     LinuxMessageDigest messageDigest;
     PngImages images{fileContents};
     LinuxBundles bundles;
-    LinuxProcesses processes{root, bundles};
+    LinuxProcesses processes{root, bundles, [this] { return namedProcesses(); }};
     LinuxWorkspace workspace{root, fileSystem, bundles, processes};
     LinuxUserDefaults userDefaults{fileSystem, folders, propertyLists};
     LinuxSystemInformation systemInformation{propertyLists};

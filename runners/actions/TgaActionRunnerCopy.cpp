@@ -2,7 +2,6 @@
 
 #include "files/InstalledPaths.h"
 #include "platform/Bundles.h"
-#include "platform/Clock.h"
 #include "platform/Platform.h"
 #include "platform/Text.h"
 #include "runners/actions/NextAssistant.h"
@@ -22,25 +21,10 @@ std::int32_t copyApplicationMajorVersion() {
     return version ? platform::integerValue(platform::componentsSeparatedByString(*version, ".").front()) : 0;
 }
 
-/// One that was launched a moment ago is listed only after a while, and waited for so long.
-std::optional<std::int32_t> runningCopyApplication() {
-    constexpr double listingSeconds = 0.6;
-    constexpr std::int64_t pollMicroseconds = 50000;
-    const auto launcher = TrLaunchApplicationManager::sharedLaunchApplicationManager();
-    platform::Clock& clock = platform::current().clock;
-    const double start = clock.monotonicSeconds();
-    std::optional<std::int32_t> processID;
-    while (
-        !(processID = launcher->processID(platform::fourCharCode("APPL"), platform::fourCharCode("pCp5"))) &&
-        clock.monotonicSeconds() - start < listingSeconds) {
-        clock.sleepMicroseconds(pollMicroseconds);
-    }
-    return processID;
-}
-
 /// Tells a running copy application to begin.
 std::int32_t startCopying() {
-    const std::optional<std::int32_t> processID = runningCopyApplication();
+    const auto processID = TrLaunchApplicationManager::sharedLaunchApplicationManager()->processID(
+        platform::fourCharCode("APPL"), platform::fourCharCode("pCp5"));
     return processID ? sendBytes(platform::ProcessTarget{*processID}, copyEventClass,
                                  platform::fourCharCode("scan"), {})
                      : 0;

@@ -170,21 +170,24 @@ private:
     std::map<std::pair<std::uint32_t, std::uint32_t>, Handler> handlers_;
 };
 
-/// Processes that a test starts and ends with `appear` and `exit`; a launched one is listed after half a
-/// second of the fake clock, as on the real system.
+/// Processes that a test starts and ends with `appear` and `exit`. A name that was launched is not found for
+/// half a second of the fake clock after the first look for it, as on the real system.
 class FakeProcesses final : public platform::Processes {
 public:
     FakeProcesses(FakeClock& clock, Journal& journal) : clock_(clock), journal_(journal) {}
 
-    std::vector<platform::ProcessInformation> list() override;
+    std::vector<platform::ProcessInformation> list() override {
+        const std::lock_guard lock(mutex_);
+        return entries_;
+    }
+    std::optional<platform::ProcessInformation> find(const std::string& name) override;
     std::optional<std::int32_t> launch(const std::string& executablePath,
                                        const std::vector<std::string>& arguments) override;
     int waitForExit(std::int32_t processID) override;
     bool isRunning(std::int32_t processID) override;
     std::int32_t ownProcessID() override { return 1; }
 
-    std::int32_t appear(const std::string& name, std::uint32_t type = 0, std::uint32_t signature = 0,
-                        double secondsUntilListed = 0);
+    std::int32_t appear(const std::string& name, std::uint32_t type = 0, std::uint32_t signature = 0);
     /// Ends every process of that name.
     void exit(const std::string& name);
 
@@ -192,22 +195,20 @@ public:
     std::function<void(std::int32_t)> onExit;
     /// Whether launches succeed.
     bool launches = true;
+    /// Whether what was launched is not found at first.
+    bool hidesLaunches = true;
     /// Called at each launch with path and arguments.
     std::function<void(const std::string&, const std::vector<std::string>&)> onLaunch;
 
 private:
-    struct Entry {
-        platform::ProcessInformation information;
-        double listedFrom;
-    };
-
     /// Ends those that the condition holds for.
     void remove(const std::function<bool(const platform::ProcessInformation&)>& condition);
 
     FakeClock& clock_;
     Journal& journal_;
     std::mutex mutex_;
-    std::vector<Entry> entries_;
+    std::vector<platform::ProcessInformation> entries_;
+    std::map<std::string, double> firstLooks_; ///< for names that were launched; before it, never
     std::int32_t lastProcessID_ = 100;
 };
 

@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <limits>
 #include <sstream>
 
 namespace trigora::test {
@@ -148,15 +149,18 @@ platform::AppleEventReply FakeAppleEvents::receive(const platform::AppleEvent& e
     return reply;
 }
 
-std::vector<platform::ProcessInformation> FakeProcesses::list() {
-    const std::lock_guard lock(mutex_);
-    std::vector<platform::ProcessInformation> listed;
-    for (const Entry& entry : entries_) {
-        if (entry.listedFrom <= clock_.monotonicSeconds()) {
-            listed.push_back(entry.information);
+std::optional<platform::ProcessInformation> FakeProcesses::find(const std::string& name) {
+    {
+        const std::lock_guard lock(mutex_);
+        const auto launched = firstLooks_.find(name);
+        if (hidesLaunches && launched != firstLooks_.end()) {
+            launched->second = std::min(launched->second, clock_.monotonicSeconds());
+            if (clock_.monotonicSeconds() - launched->second < 0.5) {
+                return std::nullopt;
+            }
         }
     }
-    return listed;
+    return Processes::find(name);
 }
 
 std::optional<std::int32_t> FakeProcesses::launch(const std::string& executablePath,
@@ -173,9 +177,9 @@ std::optional<std::int32_t> FakeProcesses::launch(const std::string& executableP
         onLaunch(executablePath, arguments);
     }
     const std::lock_guard lock(mutex_);
-    entries_.push_back(
-        {{++lastProcessID_, platform::lastPathComponent(executablePath), executablePath, 0, 0, 0},
-         clock_.monotonicSeconds() + 0.5});
+    const std::string name = platform::lastPathComponent(executablePath);
+    firstLooks_[name] = std::numeric_limits<double>::infinity();
+    entries_.push_back({++lastProcessID_, name, executablePath, 0, 0, 0});
     return lastProcessID_;
 }
 
@@ -188,14 +192,12 @@ int FakeProcesses::waitForExit(std::int32_t processID) {
 bool FakeProcesses::isRunning(std::int32_t processID) {
     const std::lock_guard lock(mutex_);
     return std::any_of(entries_.begin(), entries_.end(),
-                       [&](const Entry& entry) { return entry.information.processID == processID; });
+                       [&](const auto& process) { return process.processID == processID; });
 }
 
-std::int32_t FakeProcesses::appear(const std::string& name, std::uint32_t type, std::uint32_t signature,
-                                   double secondsUntilListed) {
+std::int32_t FakeProcesses::appear(const std::string& name, std::uint32_t type, std::uint32_t signature) {
     const std::lock_guard lock(mutex_);
-    entries_.push_back(
-        {{++lastProcessID_, name, {}, type, signature, 0}, clock_.monotonicSeconds() + secondsUntilListed});
+    entries_.push_back({++lastProcessID_, name, {}, type, signature, 0});
     return lastProcessID_;
 }
 
@@ -207,10 +209,10 @@ void FakeProcesses::remove(const std::function<bool(const platform::ProcessInfor
     std::vector<std::int32_t> ended;
     {
         const std::lock_guard lock(mutex_);
-        std::erase_if(entries_, [&](const Entry& entry) {
-            const bool ends = condition(entry.information);
+        std::erase_if(entries_, [&](const platform::ProcessInformation& process) {
+            const bool ends = condition(process);
             if (ends) {
-                ended.push_back(entry.information.processID);
+                ended.push_back(process.processID);
             }
             return ends;
         });

@@ -45,7 +45,7 @@ protected:
     std::string agentErrors() { return readFile("~/agent" + std::to_string(agentsLaunched_) + ".err"); }
     /// Starts the agent and waits until it can be spoken to.
     void startAgent();
-    /// Starts a scan assistant and waits until it listens and is listed as a process.
+    /// Starts a scan assistant and waits until it listens.
     void startAssistant();
     /// What the assistant does when it is next asked to confirm a scanner.
     void script(const std::string& line) { writeFile(root_ + "/assistant.script", line); }

@@ -1,5 +1,7 @@
 #include "platform/linux/desktop/LinuxWorkspace.h"
 #include "platform/linux/processes/LinuxProcesses.h"
+#include "platform/linux/processes/ProcFile.h"
+#include "platform/linux/processes/ProcessStatus.h"
 #include "tests/fakes/PlatformTest.h"
 
 #include <algorithm>
@@ -12,6 +14,7 @@
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <thread>
+#include <tuple>
 #include <unistd.h>
 
 namespace trigora::platform {
@@ -24,7 +27,9 @@ using namespace std::chrono_literals;
 class RealProcesses : public test::PlatformTest {
 protected:
     const InstallationRoot root{fs::path(onDisk("/Library")).parent_path().string()};
-    LinuxProcesses processes{root, current().bundles};
+    const bool inSession = ::setenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/here,guid=1", 1) == 0;
+    std::vector<std::int32_t> named; ///< who have taken a name on the bus
+    LinuxProcesses processes{root, current().bundles, [this] { return named; }};
     LinuxWorkspace workspace{root, current().fileSystem, current().bundles, processes};
 
     /// Installs a program; a "#!" text, or a copy of a real one, whose name then is the process's.
@@ -35,6 +40,31 @@ protected:
     void installSleep(const std::string& path) {
         fs::create_directories(fs::path(onDisk(path)).parent_path());
         fs::copy_file("/bin/sleep", onDisk(path));
+    }
+    /// Starts a command, with words for `env` before it, as a program that is not a child of this one.
+    std::int32_t startOutside(const std::string& environment, const std::string& command) {
+        const auto shell = processes.launch(
+            "/bin/sh", {"-c", "env " + environment + " " + command + " & echo $! >" + home + "/id"});
+        EXPECT_TRUE(shell && processes.waitForExit(*shell) == 0);
+        const std::int32_t id = integerValue(readFile("~/id"));
+        if (id <= 1) {
+            throw std::runtime_error("cannot be started: " + command);
+        }
+        // It begins as the shell that started it, and as `env`.
+        EXPECT_TRUE(comesTrue([&] {
+            const std::string words = procFile(id, "cmdline");
+            return !words.starts_with(std::string_view("/bin/sh\0-c", 10)) &&
+                   !words.starts_with(std::string_view("env\0", 4));
+        }));
+        return id;
+    }
+    /// Who it was started by, or else the system, takes away what is left of it.
+    static void end(std::int32_t id) {
+        ::kill(id, SIGKILL);
+        EXPECT_TRUE(comesTrue([&] {
+            const auto status = processStatus(id);
+            return !status || status->state == 'Z';
+        }));
     }
     const ProcessInformation* listed(std::int32_t id) {
         list_ = processes.list();
@@ -58,7 +88,7 @@ private:
     std::vector<ProcessInformation> list_;
 };
 
-TEST_F(RealProcesses, AreFoundByNameAsLongAsTheyAreListed) {
+TEST_F(RealProcesses, AreFoundByNameHalfASecondAfterTheFirstLookThatFollowsALaunch) {
     const std::string executable = "/Applications/found by name";
     const auto foundID = [&] {
         const auto found = processes.find("found by name");
@@ -68,27 +98,30 @@ TEST_F(RealProcesses, AreFoundByNameAsLongAsTheyAreListed) {
     const auto first = processes.launch(executable, {"100"});
     const auto second = processes.launch(executable, {"100"});
     ASSERT_TRUE(first && second);
-    EXPECT_EQ(foundID(), 0) << "too young";
-    ASSERT_TRUE(comesTrue([&] { return listed(*first) != nullptr && listed(*second) != nullptr; }));
-    EXPECT_EQ(foundID(), std::min(*first, *second));
+    std::this_thread::sleep_for(600ms);
+    const auto looked = std::chrono::steady_clock::now();
+    EXPECT_EQ(foundID(), 0) << "however late the first look";
+    EXPECT_TRUE(listed(*first) != nullptr && listed(*second) != nullptr);
+    ASSERT_TRUE(comesTrue([&] { return foundID() == std::min(*first, *second); }));
+    EXPECT_GE(std::chrono::steady_clock::now() - looked, 500ms);
     ::kill(std::min(*first, *second), SIGKILL);
     EXPECT_TRUE(comesTrue([&] { return foundID() == std::max(*first, *second); })) << "the other one counts";
     ::kill(std::max(*first, *second), SIGKILL);
     EXPECT_TRUE(comesTrue([&] { return foundID() == 0; }));
+
+    const std::int32_t third = startOutside("", "'" + onDisk(executable) + "' 100");
+    EXPECT_EQ(foundID(), third) << "somebody else's is found as soon as it runs";
+    end(third);
 }
 
-TEST_F(RealProcesses, AreListedFromHalfASecondToTheirExit) {
+TEST_F(RealProcesses, AreListedWithNameAndBundleUntilTheirExit) {
     const std::string bundle = "/Applications/Ap (deleted)/A.app";
     const std::string executable = bundle + "/Contents/MacOS/a) name (of over 15 bytes";
     installSleep(executable);
     writePropertyList(bundle + "/Contents/Info.plist",
                       Dictionary{{"CFBundlePackageType", "APPL"}, {"CFBundleSignature", "PLsc"}});
-    const auto began = std::chrono::steady_clock::now();
     const auto id = processes.launch(executable, {"100"});
-    ASSERT_TRUE(id);
-    EXPECT_EQ(listed(*id), nullptr);
-    ASSERT_TRUE(comesTrue([&] { return listed(*id) != nullptr; }));
-    EXPECT_GE(std::chrono::steady_clock::now() - began, 490ms); // the kernel counts in hundredths
+    ASSERT_TRUE(id && listed(*id));
     const ProcessInformation process = *listed(*id);
     EXPECT_EQ(process.name, "a) name (of over 15 bytes");
     EXPECT_EQ(process.type, fourCharCode("APPL"));
@@ -104,6 +137,53 @@ TEST_F(RealProcesses, AreListedFromHalfASecondToTheirExit) {
     ::kill(*id, SIGKILL);
     EXPECT_EQ(processes.waitForExit(*id), -1);
     EXPECT_EQ(listed(*id), nullptr);
+}
+
+TEST_F(RealProcesses, OnlyThoseOfTheOwnSessionAreListed) {
+    installSleep("/Applications/sleeper");
+    const std::string sleep = onDisk("/Applications/sleeper") + " 100";
+    const std::tuple<const char*, const char*, bool> cases[] = {
+        {"started in it", "", true},
+        {"the same bus", "DBUS_SESSION_BUS_ADDRESS=unix:path=/here,guid=2", true},
+        {"another bus", "DBUS_SESSION_BUS_ADDRESS=unix:path=/there", false},
+        {"the user's usual bus", "-u DBUS_SESSION_BUS_ADDRESS XDG_RUNTIME_DIR=/run", false},
+        {"no bus", "-u DBUS_SESSION_BUS_ADDRESS -u XDG_RUNTIME_DIR", false},
+    };
+    for (const auto& [what, environment, isListed] : cases) {
+        const std::int32_t id = startOutside(environment, sleep);
+        EXPECT_EQ(listed(id) != nullptr, isListed) << what;
+        EXPECT_EQ(processes.find("sleeper").has_value(), isListed) << what;
+        named = {id};
+        EXPECT_NE(listed(id), nullptr) << what << ", with a name on this bus";
+        named.clear();
+        end(id);
+    }
+}
+
+TEST_F(RealProcesses, ScriptsGoByTheirOwnNameFileAndBundle) {
+    const std::string bundle = "/Applications/Script.app";
+    const std::string script = bundle + "/Contents/MacOS/a script";
+    const std::string pipe = home + "/pipe";
+    ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
+    writePropertyList(bundle + "/Contents/Info.plist", Dictionary{{"CFBundleSignature", "Scrt"}});
+    for (const char* line :
+         {"#!/bin/sh", "#! /bin/sh -e", "#!/usr/bin/env sh", "#!/usr/bin/env -S sh -e -u"}) {
+        installScript(script, std::string(line) + "\nread line <\"$1\"\n");
+        for (const std::string& start :
+             {"'" + onDisk(script) + "' ", "-C '" + onDisk(bundle) + "' './Contents/MacOS/a script' "}) {
+            const std::int32_t id = startOutside("", start + pipe);
+            // What the first line names may look for the interpreter first.
+            EXPECT_TRUE(comesTrue([&] { return listed(id) && listed(id)->executablePath == script; }))
+                << line;
+            EXPECT_EQ(listed(id)->name, "a script");
+            EXPECT_EQ(listed(id)->signature, fourCharCode("Scrt"));
+            EXPECT_EQ(processes.find("a script").value_or(ProcessInformation{}).processID, id) << line;
+            end(id);
+        }
+    }
+    const std::int32_t other = startOutside("", "tail -f '" + onDisk(script) + "'");
+    EXPECT_EQ(processes.find("a script"), std::nullopt) << "only a word of a program's";
+    end(other);
 }
 
 TEST_F(RealProcesses, AZombieIsNotListed) {

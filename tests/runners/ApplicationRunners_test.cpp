@@ -99,11 +99,10 @@ TEST_F(ApplicationRunners, CopyTellsARunningCopyApplicationToBegin) {
     EXPECT_EQ(journal.take(), (Lines{launchNext, sendName}));
 
     const std::int32_t copy =
-        processes.appear("Copy", platform::fourCharCode("APPL"), platform::fourCharCode("pCp5"), 0.5);
+        processes.appear("Copy", platform::fourCharCode("APPL"), platform::fourCharCode("pCp5"));
     EXPECT_EQ(runner.performAction(), 0);
     EXPECT_EQ(journal.take(), (Lines{launchNext, sendName,
-                                     "send PLuc/scan to process " + std::to_string(copy) + " ----:****:"}))
-        << "it was not listed yet when it got the name";
+                                     "send PLuc/scan to process " + std::to_string(copy) + " ----:****:"}));
 
     failSending(platform::errAETimeout);
     EXPECT_EQ(runner.performAction(), platform::errAETimeout);

@@ -54,6 +54,7 @@ TEST_F(LaunchTest, findsProcesses) {
 TEST_F(LaunchTest, launchesOrAwakesTheScanAssistant) {
     EXPECT_EQ(manager->launchScanAssistant(), 0);
     EXPECT_EQ(journal.take(), Lines{"launch " + assistant});
+    EXPECT_FALSE(manager->isLaunchScanAssistant()) << "not listed yet";
     clock.advanceMicroseconds(500000);
     EXPECT_EQ(manager->launchScanAssistant(), 0);
     EXPECT_EQ(journal.take(), Lines{"post DidFinishLaunchingSADistributedNotification"});
@@ -95,6 +96,7 @@ TEST_F(LaunchTest, givesTheScanAssistantTwoSeconds) {
 
 TEST_F(LaunchTest, waitsWhileTheNewScanAssistantIsSeen) {
     processes.onLaunch = [&](const auto&, const auto&) { processes.appear("PScanAssistant"); };
+    processes.hidesLaunches = false;
     const double start = clock.monotonicSeconds();
     clock.onSleep = [&] {
         if (clock.monotonicSeconds() - start < 3.5 && clock.monotonicSeconds() - start > 2.5) {
@@ -126,6 +128,7 @@ TEST_F(LaunchTest, asksTheScanAssistantToQuitUntilItHasGone) {
 TEST_F(LaunchTest, launchesTheAgentOnce) {
     EXPECT_EQ(manager->launchTrigoraAgent(), 0);
     EXPECT_EQ(journal.take(), Lines{"launch " + agent});
+    EXPECT_FALSE(manager->LAM_IsLaunchApplication("TrigoraAgent")) << "not listed yet";
     clock.advanceMicroseconds(500000);
     EXPECT_EQ(manager->launchTrigoraAgent(), -1);
     processes.exit("TrigoraAgent");

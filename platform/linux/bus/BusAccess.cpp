@@ -1,21 +1,12 @@
 #include "platform/linux/bus/BusAccess.h"
 
+#include "platform/linux/processes/SessionBusAddress.h"
+
 #include <cerrno>
-#include <cstdlib>
 #include <system_error>
 #include <utility>
 
 namespace trigora::platform::bus {
-
-std::string sessionAddress() {
-    if (const char* address = std::getenv("DBUS_SESSION_BUS_ADDRESS"); address != nullptr && *address != 0) {
-        return address;
-    }
-    const char* runtimeFolder = std::getenv("XDG_RUNTIME_DIR");
-    return runtimeFolder != nullptr && *runtimeFolder != 0
-               ? "unix:path=" + std::string(runtimeFolder) + "/bus"
-               : std::string();
-}
 
 int connect(const std::string& address, BusPointer& connected) {
     sd_bus* bus = nullptr;
@@ -48,7 +39,7 @@ int connect(const std::string& address, BusPointer& connected) {
 }
 
 BusPointer connectToSession(std::string& error) {
-    const std::string address = sessionAddress();
+    const std::string address = sessionBusAddress();
     BusPointer bus;
     const int result = address.empty() ? -ENOENT : connect(address, bus);
     if (result < 0) {
@@ -58,7 +49,7 @@ BusPointer connectToSession(std::string& error) {
 }
 
 std::string unreachableSentence(int result) {
-    const std::string address = sessionAddress();
+    const std::string address = sessionBusAddress();
     return address.empty() ? "there is no session bus: DBUS_SESSION_BUS_ADDRESS is not set"
                            : "the session bus at " + address +
                                  " cannot be reached: " + std::generic_category().message(-result);

@@ -5,14 +5,12 @@
 #include <cstdint>
 #include <string>
 
-/// Where the session bus is, and how a program gets onto it.
+/// How a program gets onto the session bus.
 namespace trigora::platform::bus {
 
 /// The longest time that the daemon itself is waited for, in microseconds.
 constexpr std::uint64_t daemonTimeOut = 5000000;
 
-/// DBUS_SESSION_BUS_ADDRESS, or else the bus of XDG_RUNTIME_DIR; empty when neither is set.
-std::string sessionAddress();
 /// Connects and waits until the daemon has greeted; negative when that fails.
 int connect(const std::string& address, BusPointer& connected);
 /// A connection to the session bus. Null when there is none; the error then says why in a sentence for the

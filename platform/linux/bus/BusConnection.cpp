@@ -3,9 +3,11 @@
 #include "platform/Guarded.h"
 #include "platform/linux/bus/BusAccess.h"
 #include "platform/linux/loop/LinuxClock.h"
+#include "platform/linux/processes/SessionBusAddress.h"
 
 #include <cerrno>
 #include <cstdint>
+#include <cstdlib>
 #include <utility>
 
 namespace trigora::platform {
@@ -45,7 +47,7 @@ bool writeOut(sd_bus* bus) {
 } // namespace
 
 std::unique_ptr<BusConnection> BusConnection::open(LinuxRunLoop& loop, std::string& error) {
-    std::string address = bus::sessionAddress();
+    std::string address = sessionBusAddress();
     BusPointer bus = bus::connectToSession(error);
     if (!bus) {
         return nullptr;
@@ -126,6 +128,21 @@ std::optional<std::string> BusConnection::ownerOf(const std::string& name) {
         return result;
     });
     return owner;
+}
+
+std::vector<std::string> BusConnection::names() {
+    std::vector<std::string> names;
+    send([&](sd_bus* bus) {
+        char** found = nullptr;
+        const int result = sd_bus_list_names(bus, &found, nullptr);
+        for (char** name = found; name != nullptr && *name != nullptr; ++name) {
+            names.emplace_back(*name);
+            std::free(*name);
+        }
+        std::free(found);
+        return result;
+    });
+    return names;
 }
 
 BusPointer BusConnection::connect() const {

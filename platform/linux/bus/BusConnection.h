@@ -9,6 +9,7 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace trigora::platform {
 
@@ -50,6 +51,8 @@ public:
     bool send(const std::function<int(sd_bus*)>& function);
     /// The unique name of who owns a name; none when nobody does. Any thread.
     std::optional<std::string> ownerOf(const std::string& name);
+    /// The names that are owned on the bus. Any thread.
+    std::vector<std::string> names();
     /// A further connection to the same bus, for a caller that has to wait for an answer; null when it
     /// cannot be had. Any thread.
     BusPointer connect() const;

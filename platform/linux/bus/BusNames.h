@@ -3,7 +3,9 @@
 #include "platform/AppleEvents.h"
 
 #include <cstdint>
+#include <optional>
 #include <string>
+#include <string_view>
 
 /// What the agent and its counterpart programs are called on the session bus.
 namespace trigora::platform::bus {
@@ -25,6 +27,8 @@ constexpr const char* notHandledError = "com.pelox.AppleEvents.Error.NotHandled"
 std::string signatureName(std::uint32_t signature);
 /// The name of a program that takes events as a process: "com.pelox.process.p" and its process ID.
 std::string processName(std::int32_t processID);
+/// The process ID in such a name; none in other names.
+std::optional<std::int32_t> processIDIn(std::string_view name);
 std::string nameOf(const AppleEventTarget& target);
 
 } // namespace trigora::platform::bus

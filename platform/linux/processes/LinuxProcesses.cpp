@@ -3,21 +3,22 @@
 #include "platform/Text.h"
 #include "platform/linux/files/DiskPath.h"
 #include "platform/linux/modules/LinuxBundles.h"
+#include "platform/linux/processes/ProcFile.h"
 #include "platform/linux/processes/ProcessStatus.h"
+#include "platform/linux/processes/RunningProgram.h"
+#include "platform/linux/processes/SessionBusAddress.h"
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <charconv>
-#include <climits>
+#include <chrono>
 #include <condition_variable>
 #include <csignal>
-#include <ctime>
 #include <deque>
-#include <fcntl.h>
 #include <filesystem>
 #include <future>
 #include <iterator>
+#include <set>
 #include <spawn.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -29,30 +30,12 @@ namespace trigora::platform {
 namespace {
 
 namespace fs = std::filesystem;
+using std::chrono::steady_clock;
 
-std::string folderOf(std::int32_t processID) { return "/proc/" + std::to_string(processID); }
-
-/// Where the kernel says the executable lies. It marks a file that has been removed or replaced since,
-/// which a process does not lose its name over. None for processes that may not be looked at.
-std::optional<std::string> executableOf(const std::string& folder) {
-    std::array<char, PATH_MAX> buffer = {};
-    const ssize_t size = ::readlink((folder + "/exe").c_str(), buffer.data(), buffer.size());
-    if (size < 0) {
-        return std::nullopt;
-    }
-    std::string executable(buffer.data(), static_cast<std::size_t>(size));
-    constexpr std::string_view mark = " (deleted)";
-    const std::size_t length = executable.size() - std::min(executable.size(), mark.size());
-    std::error_code error;
-    if (std::string_view(executable).substr(length) == mark && !fs::exists(executable, error)) {
-        executable.resize(length);
-    }
-    return executable;
-}
-
-bool belongsToThisUser(const std::string& folder) {
+bool belongsToThisUser(std::int32_t processID) {
     struct stat status = {};
-    return ::stat(folder.c_str(), &status) == 0 && status.st_uid == ::geteuid();
+    return ::stat(("/proc/" + std::to_string(processID)).c_str(), &status) == 0 &&
+           status.st_uid == ::geteuid();
 }
 
 /// The IDs of all processes, in ascending order.
@@ -158,27 +141,12 @@ public:
         const std::optional<pid_t> processID = spawn(std::move(words), std::move(environment));
         if (processID) {
             const std::lock_guard lock(mutex_);
-            running_[*processID] = secondsSinceMachineStart();
+            running_.insert(*processID);
         }
         launched.set_value(processID);
         if (processID) {
             waitFor(*processID);
         }
-    }
-
-    /// Counts a process from now on, when its launcher can ask for it, and not from when it was made.
-    void noteLaunch(std::int32_t processID) {
-        const std::lock_guard lock(mutex_);
-        if (const auto running = running_.find(processID); running != running_.end()) {
-            running->second = secondsSinceMachineStart();
-        }
-    }
-
-    /// In seconds since the machine was started; 0 for a process that was not launched here.
-    double launchTime(std::int32_t processID) {
-        const std::lock_guard lock(mutex_);
-        const auto running = running_.find(processID);
-        return running == running_.end() ? 0 : running->second;
     }
 
     bool isRunning(std::int32_t processID) {
@@ -225,19 +193,90 @@ private:
 
     std::mutex mutex_;
     std::condition_variable exited_;
-    std::map<std::int32_t, double> running_; ///< with the times of their launches
-    std::deque<ExitStatus> statuses_;        ///< in the order of the exits
+    std::set<std::int32_t> running_;
+    std::deque<ExitStatus> statuses_; ///< in the order of the exits
 };
 
-LinuxProcesses::LinuxProcesses(const InstallationRoot& root, Bundles& bundles)
-    : root_(root), bundles_(bundles), children_(std::make_shared<Children>()) {}
+/// The names that the program has launched and not looked for since.
+class LinuxProcesses::RecentLaunches {
+public:
+    void note(const std::string& name) {
+        const std::lock_guard lock(mutex_);
+        launches_[name] = {steady_clock::now(), std::nullopt};
+    }
+
+    /// A look for a name, which may be the first after its launch.
+    bool isHidden(const std::string& name) {
+        const std::lock_guard lock(mutex_);
+        const auto found = launches_.find(name);
+        if (found == launches_.end()) {
+            return false;
+        }
+        Launch& launch = found->second;
+        const auto now = steady_clock::now(); // stands still while the machine sleeps
+        if (!launch.firstLook && now - launch.time < hiddenUntilLooked) {
+            launch.firstLook = now;
+        }
+        if (launch.firstLook && now - *launch.firstLook < hiddenOnceLooked) {
+            return true;
+        }
+        launches_.erase(found);
+        return false;
+    }
+
+private:
+    struct Launch {
+        steady_clock::time_point time;
+        std::optional<steady_clock::time_point> firstLook;
+    };
+
+    static constexpr auto hiddenOnceLooked = std::chrono::milliseconds(500);
+    /// Far longer than the program can be held up between a launch and the look that follows it.
+    static constexpr auto hiddenUntilLooked = std::chrono::minutes(1);
+
+    std::mutex mutex_;
+    std::map<std::string, Launch> launches_;
+};
+
+/// Whether processes belong to this program's session. Asks the bus once, and only when it has to.
+class LinuxProcesses::Session {
+public:
+    Session(const std::string& busAddress, const NamedProcesses& namedProcesses)
+        : busAddress_(busAddress), namedProcesses_(namedProcesses) {}
+
+    bool includes(std::int32_t id, const ProcessStatus& status) {
+        return status.parentID == ::getpid() || isStartedInSession(id) || isNamedOnBus(id);
+    }
+
+private:
+    bool isStartedInSession(std::int32_t id) const {
+        return withoutServerID(sessionBusAddress(procFile(id, "environ"))) == busAddress_;
+    }
+
+    bool isNamedOnBus(std::int32_t id) {
+        if (!named_) {
+            named_ = namedProcesses_ ? namedProcesses_() : std::vector<std::int32_t>();
+        }
+        return std::find(named_->begin(), named_->end(), id) != named_->end();
+    }
+
+    const std::string& busAddress_;
+    const NamedProcesses& namedProcesses_;
+    std::optional<std::vector<std::int32_t>> named_;
+};
+
+LinuxProcesses::LinuxProcesses(const InstallationRoot& root, Bundles& bundles, NamedProcesses namedProcesses)
+    : root_(root), bundles_(bundles), namedProcesses_(std::move(namedProcesses)),
+      busAddress_(withoutServerID(sessionBusAddress())), children_(std::make_shared<Children>()),
+      recentLaunches_(std::make_unique<RecentLaunches>()) {}
 
 LinuxProcesses::~LinuxProcesses() = default;
 
 std::vector<ProcessInformation> LinuxProcesses::list() {
     std::vector<ProcessInformation> processes;
+    Session session(busAddress_, namedProcesses_);
     for (const std::int32_t id : processIDs()) {
-        if (auto process = processWithID(id)) {
+        if (auto process = processWithID(id, session)) {
             processes.push_back(std::move(*process));
         }
     }
@@ -245,16 +284,18 @@ std::vector<ProcessInformation> LinuxProcesses::list() {
 }
 
 std::optional<ProcessInformation> LinuxProcesses::find(const std::string& name) {
+    if (recentLaunches_->isHidden(name)) {
+        return std::nullopt;
+    }
     const std::lock_guard lock(findingMutex_);
+    Session session(busAddress_, namedProcesses_);
     std::int32_t& known = found_[name];
-    auto process = known == 0 ? std::nullopt : processWithID(known);
+    auto process = known == 0 ? std::nullopt : processWithID(known, session);
     if (process && process->name == name) {
         return process;
     }
     for (const std::int32_t id : processIDs()) {
-        const auto executable = executableOf(folderOf(id));
-        process = executable && lastPathComponent(*executable) == name ? processWithID(id) : std::nullopt;
-        // Its ID may have become another process's in between.
+        process = mayRunProgram(id, name) ? processWithID(id, session) : std::nullopt;
         if (process && process->name == name) {
             known = id;
             return process;
@@ -264,20 +305,16 @@ std::optional<ProcessInformation> LinuxProcesses::find(const std::string& name) 
     return std::nullopt;
 }
 
-std::optional<ProcessInformation> LinuxProcesses::processWithID(std::int32_t id) {
-    constexpr double listedAfterSeconds = 0.5;
-    const std::string folder = folderOf(id);
-    const auto status = belongsToThisUser(folder) ? processStatus(id) : std::nullopt;
-    if (!status || status->state == 'Z' || status->state == 'X') {
+std::optional<ProcessInformation> LinuxProcesses::processWithID(std::int32_t id, Session& session) {
+    const auto status = belongsToThisUser(id) ? processStatus(id) : std::nullopt;
+    if (!status || status->state == 'Z' || status->state == 'X' || !session.includes(id, *status)) {
         return std::nullopt;
     }
-    const double start = std::max(status->startSeconds, children_->launchTime(id));
-    const double age = secondsSinceMachineStart() - start;
-    const auto executable = age >= listedAfterSeconds ? executableOf(folder) : std::nullopt;
-    if (!executable) {
+    const auto program = runningProgram(id);
+    if (!program) {
         return std::nullopt;
     }
-    const std::string installedPath = root_.asInstalled(*executable);
+    const std::string installedPath = root_.asInstalled(*program);
     const Kind kind = kindOfExecutable(installedPath);
     const double sixtieths = status->processorSixtieths;
     return ProcessInformation{.processID = id,
@@ -321,6 +358,7 @@ std::optional<std::int32_t> LinuxProcesses::launch(const std::string& executable
     if (words.front().empty() || isCut) {
         return std::nullopt;
     }
+    recentLaunches_->note(lastPathComponent(executablePath));
     auto launched = std::make_shared<std::promise<std::optional<std::int32_t>>>();
     std::future<std::optional<std::int32_t>> processID = launched->get_future();
     try {
@@ -328,11 +366,7 @@ std::optional<std::int32_t> LinuxProcesses::launch(const std::string& executable
                      environment = environmentWithRoot(root_.path())]() mutable {
             children->startAndWait(std::move(words), std::move(environment), *launched);
         }).detach();
-        const std::optional<std::int32_t> id = processID.get();
-        if (id) {
-            children_->noteLaunch(*id);
-        }
-        return id;
+        return processID.get();
     } catch (const std::exception&) { // no thread, or no memory for what it needs
         return std::nullopt;
     }

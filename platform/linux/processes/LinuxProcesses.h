@@ -5,6 +5,7 @@
 #include "platform/linux/files/InstallationRoot.h"
 
 #include <ctime>
+#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -16,7 +17,10 @@ namespace trigora::platform {
 /// back when it ends; the children go on without it.
 class LinuxProcesses final : public Processes {
 public:
-    LinuxProcesses(const InstallationRoot& root, Bundles& bundles);
+    /// The IDs of the processes that have taken a name on the session bus. Any thread.
+    using NamedProcesses = std::function<std::vector<std::int32_t>()>;
+
+    LinuxProcesses(const InstallationRoot& root, Bundles& bundles, NamedProcesses namedProcesses);
     LinuxProcesses(const LinuxProcesses&) = delete;
     LinuxProcesses& operator=(const LinuxProcesses&) = delete;
     ~LinuxProcesses() override;
@@ -39,6 +43,9 @@ public:
     class Children;
 
 private:
+    class RecentLaunches;
+    class Session;
+
     /// Type and signature of a bundle, good for as long as its Info.plist is not changed.
     struct Kind {
         timespec modified = {};
@@ -47,12 +54,15 @@ private:
     };
 
     /// None when there is no such process to list.
-    std::optional<ProcessInformation> processWithID(std::int32_t id);
+    std::optional<ProcessInformation> processWithID(std::int32_t id, Session& session);
     Kind kindOfExecutable(const std::string& executable);
 
     const InstallationRoot& root_;
     Bundles& bundles_;
+    const NamedProcesses namedProcesses_;
+    const std::string busAddress_; ///< without the server's ID
     std::shared_ptr<Children> children_;
+    std::unique_ptr<RecentLaunches> recentLaunches_;
     std::mutex mutex_;
     std::map<std::string, Kind> kinds_;         ///< by bundle path; guarded by mutex_
     std::mutex findingMutex_;                   ///< taken before mutex_

@@ -1,26 +1,16 @@
 #include "platform/linux/processes/ProcessStatus.h"
 
 #include "platform/Text.h"
-#include "platform/linux/files/FileDescriptor.h"
+#include "platform/linux/processes/ProcFile.h"
 
 #include <algorithm>
-#include <array>
 #include <charconv>
 #include <ctime>
-#include <fcntl.h>
+#include <unistd.h>
 
 namespace trigora::platform {
 
 namespace {
-
-/// The process's line; longer than any such line can be, it is read at once. Empty when the process has gone.
-std::string statusLine(std::int32_t processID) {
-    std::array<char, 4096> buffer = {};
-    const std::string path = "/proc/" + std::to_string(processID) + "/stat";
-    const FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
-    const ssize_t length = file ? ::read(file.get(), buffer.data(), buffer.size()) : -1;
-    return {buffer.data(), static_cast<std::size_t>(std::max<ssize_t>(length, 0))};
-}
 
 double ticksIn(const std::string& field) {
     std::uint64_t ticks = 0;
@@ -31,7 +21,7 @@ double ticksIn(const std::string& field) {
 } // namespace
 
 std::optional<ProcessStatus> processStatus(std::int32_t processID) {
-    const std::string line = statusLine(processID);
+    const std::string line = procFile(processID, "stat");
     // The second field is a name in brackets that may itself hold brackets and blanks.
     const std::size_t name = line.rfind(')');
     if (name == std::string::npos) {
@@ -39,6 +29,7 @@ std::optional<ProcessStatus> processStatus(std::int32_t processID) {
     }
     const std::vector<std::string> fields =
         componentsSeparatedByString(line.substr(std::min(name + 2, line.size())), " ");
+    constexpr std::size_t parent = 1;
     constexpr std::size_t userTime = 11;
     constexpr std::size_t systemTime = 12;
     constexpr std::size_t startTime = 19;
@@ -47,7 +38,7 @@ std::optional<ProcessStatus> processStatus(std::int32_t processID) {
     }
     const auto ticksPerSecond = static_cast<double>(::sysconf(_SC_CLK_TCK));
     const double processorTicks = ticksIn(fields[userTime]) + ticksIn(fields[systemTime]);
-    return ProcessStatus{fields[0][0], processorTicks * 60 / ticksPerSecond,
+    return ProcessStatus{fields[0][0], integerValue(fields[parent]), processorTicks * 60 / ticksPerSecond,
                          ticksIn(fields[startTime]) / ticksPerSecond};
 }
 

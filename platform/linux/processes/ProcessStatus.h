@@ -8,6 +8,7 @@ namespace trigora::platform {
 /// What the kernel tells of a process.
 struct ProcessStatus {
     char state = 0;
+    std::int32_t parentID = 0;
     double processorSixtieths = 0; ///< of a second
     double startSeconds = 0;       ///< since the machine was started
 };
