@@ -4,14 +4,16 @@
 #include "agent/delegate/StatusReport.h"
 #include "agent/delegate/TgaApplicationDelegate.h"
 #include "netscan/settings/TgaNetworkSettingsManager.h"
+#include "platform/Desktop.h"
 #include "platform/linux/LinuxPlatform.h"
 #include "platform/linux/bus/BusConnection.h"
 #include "platform/linux/bus/BusNames.h"
+#include "platform/linux/loop/EndWatch.h"
 #include "platform/linux/loop/LinuxRunLoop.h"
 #include "usbscan/buttons/TgaButtonManager.h"
 #include "usbscan/settings/TgaUsbSettingsManager.h"
 
-#include <csignal>
+#include <chrono>
 #include <cstdlib>
 #include <exception>
 #include <filesystem>
@@ -27,6 +29,9 @@ namespace {
 
 constexpr int exitUsage = 2;
 
+/// From the signal or the loss of the bus to the end by force. The service manager gives it a little longer.
+constexpr std::chrono::seconds timeToEnd(9);
+
 constexpr std::string_view help = R"(Usage: TrigoraAgent [--root DIR]
 
 Waits in the background for the buttons of scanners and runs the jobs bound to them, until the session ends
@@ -38,7 +43,7 @@ or it is told to terminate (SIGTERM, SIGINT).
   --version   shows the version
 
 Exit status: 0 when it ended in order, 1 when it could not start (no session bus, or another agent runs in
-this session), 2 for a wrong command line.
+this session) or was not let end in order within 9 seconds, 2 for a wrong command line.
 )";
 
 int fail(std::string_view sentence, int exitCode) {
@@ -78,10 +83,11 @@ int runAgent(const std::string& root) {
         return fail("an agent is already running in this session", EXIT_FAILURE);
     }
     platform::LinuxRunLoop& loop = real->runLoop();
-    const auto end = [&loop] { loop.stop(EXIT_SUCCESS); };
-    loop.onSignal(SIGTERM, end);
-    loop.onSignal(SIGINT, end);
-    real->bus()->onLost(end);
+    const platform::EndWatch endWatch(loop, real->bus()->descriptor(), timeToEnd, [] {
+        platform::current().console.write("TrigoraAgent: something did not let it end in order");
+        std::_Exit(EXIT_FAILURE);
+    });
+    real->bus()->onLost([&loop] { loop.stop(EXIT_SUCCESS); });
 
     TgaApplicationDelegate delegate(eventSources());
     delegate.applicationDidFinishLaunching();

@@ -63,7 +63,7 @@ public:
     /// Sends without wanting an answer. Gives -600 when there is no such target; a process that was
     /// launched a moment ago is waited for, up to the default time-out. Any thread.
     virtual std::int32_t sendWithoutReply(const AppleEventTarget& target, const AppleEvent& event) = 0;
-    /// Sends and waits for the answer, up to the default time-out. Any thread.
+    /// Sends and waits for the answer, up to the default time-out, or until this program ends. Any thread.
     virtual AppleEventReply sendWaitingForReply(const AppleEventTarget& target, const AppleEvent& event) = 0;
     /// Whether the target is there to take events; waits for nobody. Any thread.
     virtual bool isPresent(const AppleEventTarget& target) = 0;

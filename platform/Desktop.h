@@ -45,8 +45,9 @@ class AlertPanel {
 public:
     virtual ~AlertPanel() = default;
 
-    /// Returns when the user has answered or closed it. Where no desktop can show it, it is written to
-    /// the console and counts as answered by its button.
+    /// Returns when the user has answered it, by its button or by dismissing it, or when it was closed
+    /// otherwise. Where no desktop can show it, it is written to the console and counts as answered by its
+    /// button.
     virtual AlertAnswer run(const std::string& title, const std::string& message,
                             const std::string& button) = 0;
 };

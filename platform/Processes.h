@@ -41,7 +41,8 @@ public:
     /// started. Nobody needs to wait for it.
     virtual std::optional<std::int32_t> launch(const std::string& executablePath,
                                                const std::vector<std::string>& arguments) = 0;
-    /// Waits until a launched process has exited; gives its exit status, or -1 when it is not known.
+    /// Waits until a launched process has exited; gives its exit status, or -1 when it is not known, also
+    /// because this program is ending and waits no longer.
     virtual int waitForExit(std::int32_t processID) = 0;
     /// Whether a launched process has not exited yet, listed or not.
     virtual bool isRunning(std::int32_t processID) = 0;

@@ -27,6 +27,10 @@ public:
     virtual int run() = 0;
     /// Ends `run` after the handler that is running. Any thread.
     virtual void stop(int exitCode) = 0;
+    /// Whether the loop has been told to stop and not been run again. It may be told while the main thread is
+    /// in a wait, when the session ends for example: every wait that has no limit of its own asks at least
+    /// once a second and then gives up. Any thread.
+    virtual bool isEnding() { return false; }
 };
 
 } // namespace trigora::platform

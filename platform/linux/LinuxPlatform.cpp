@@ -114,11 +114,11 @@ struct LinuxPlatform::Parts {
     LinuxMessageDigest messageDigest;
     PngImages images{fileContents};
     LinuxBundles bundles;
-    LinuxProcesses processes{root, bundles, [this] { return namedProcesses(); }};
+    LinuxProcesses processes{root, bundles, runLoop, [this] { return namedProcesses(); }};
     LinuxWorkspace workspace{root, fileSystem, bundles, processes};
     LinuxUserDefaults userDefaults{fileSystem, folders, propertyLists};
     LinuxSystemInformation systemInformation{propertyLists};
-    LinuxAlertPanel alertPanel{console};
+    LinuxAlertPanel alertPanel{console, runLoop};
     LinuxStringTable stringTable{bundles, propertyLists, userDefaults};
     LinuxIDConverter idConverter{root};
     LinuxLowMemory lowMemory;

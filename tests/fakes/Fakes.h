@@ -12,6 +12,7 @@
 #include "tests/fakes/Journal.h"
 
 #include <algorithm>
+#include <atomic>
 #include <deque>
 #include <map>
 #include <mutex>
@@ -82,10 +83,15 @@ public:
         work_.push_back(std::move(work));
     }
     int run() override {
+        isEnding_ = false;
         runPending();
         return exitCode_;
     }
-    void stop(int exitCode) override { exitCode_ = exitCode; }
+    void stop(int exitCode) override {
+        exitCode_ = exitCode;
+        isEnding_ = true;
+    }
+    bool isEnding() override { return isEnding_; }
 
     /// Has those called who wait for the process's exit.
     void processExited(std::int32_t processID);
@@ -109,6 +115,7 @@ private:
     std::mutex mutex_;
     std::deque<std::function<void()>> work_;
     int exitCode_ = 0;
+    std::atomic<bool> isEnding_ = false;
 };
 
 /// Writes posts into the journal and delivers them to the observers when the loop turns.

@@ -1,5 +1,6 @@
 #include "platform/Text.h"
 #include "platform/linux/bus/BusValue.h"
+#include "platform/linux/loop/EndWatch.h"
 #include "platform/linux/loop/LinuxClock.h"
 #include "tests/fakes/Journal.h"
 #include "tests/fakes/PrivateBus.h"
@@ -361,6 +362,18 @@ TEST_F(Bus, aTargetThatDoesNotAnswerTimesOut) {
               platform::errAETimeout);
 }
 
+TEST_F(Bus, nobodyIsWaitedForWhenTheProgramEnds) {
+    outside.loop.stop(0);
+    here.connection->requestName(bus::signatureName(ourSignature));
+    const auto start = steady_clock::now();
+    EXPECT_EQ(outside.events->sendWaitingForReply(SignatureTarget{ourSignature}, press).status,
+              platform::errAETimeout);
+    const IdleChild child;
+    EXPECT_EQ(outside.events->sendWaitingForReply(ProcessTarget{child.processID()}, press).status,
+              platform::procNotFound);
+    EXPECT_LT(since(start), milliseconds(5000));
+}
+
 TEST_F(Bus, callsThatCannotBeReadAndHandlersThatFailAreAnsweredWithErrors) {
     here.connection->requestName(bus::agentName);
     here.events->setEventHandler(press.eventClass, press.eventID, [](const AppleEvent&, AppleEvent&) {
@@ -424,6 +437,45 @@ TEST(LinuxRunLoop, signalsAndStopsFromOtherThreadsEndItInOrder) {
     loop.stop(6);
     loop.performOnMainThread([] { FAIL() << "the loop was told to stop before it ran"; });
     EXPECT_EQ(loop.run(), 6);
+}
+
+/// What a wait on the main thread sees.
+bool seesTheEnd(platform::LinuxRunLoop& loop) {
+    for (int i = 0; i < 1000 && !loop.isEnding(); ++i) {
+        std::this_thread::sleep_for(milliseconds(10));
+    }
+    return loop.isEnding();
+}
+
+TEST(EndWatch, waitsSeeTheSignalAndTheLossOfTheBus) {
+    const auto neverByForce = [] { ADD_FAILURE() << "it ended in order"; };
+    for (const int signal : {SIGTERM, SIGINT}) {
+        platform::LinuxRunLoop loop;
+        const platform::EndWatch watch(loop, -1, std::chrono::seconds(60), neverByForce);
+        EXPECT_FALSE(loop.isEnding());
+        kill(getpid(), signal);
+        EXPECT_TRUE(seesTheEnd(loop));
+        EXPECT_EQ(loop.run(), EXIT_SUCCESS) << "told to stop before";
+        EXPECT_TRUE(loop.isEnding()) << "what is done at the end does not wait either";
+    }
+    PrivateBus daemon;
+    BusParty party;
+    const platform::EndWatch watch(party.loop, party.connection->descriptor(), std::chrono::seconds(60),
+                                   neverByForce);
+    party.connection->ownerOf("com.pelox.none");
+    EXPECT_FALSE(party.loop.isEnding());
+    daemon.end();
+    EXPECT_TRUE(seesTheEnd(party.loop));
+}
+
+TEST(EndWatch, endsByForceWhatDoesNotEndInOrder) {
+    platform::LinuxRunLoop loop;
+    std::latch forced(1);
+    const platform::EndWatch watch(loop, -1, milliseconds(30), [&] { forced.count_down(); });
+    const auto start = steady_clock::now();
+    kill(getpid(), SIGTERM);
+    forced.wait();
+    EXPECT_GE(since(start), milliseconds(30));
 }
 
 TEST(LinuxRunLoop, periodsMissedAreNotMadeUpFor) {

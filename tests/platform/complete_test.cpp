@@ -39,14 +39,14 @@ public:
     }
     ~NotificationServer() { thread_.join(); }
 
-    void emit(const char* member, std::uint32_t id, bool isAction) {
-        if (isAction) {
-            ::sd_bus_emit_signal(bus_.get(), "/org/freedesktop/Notifications", serverName, member, "us", id,
-                                 "ok");
-        } else {
-            ::sd_bus_emit_signal(bus_.get(), "/org/freedesktop/Notifications", serverName, member, "uu", id,
-                                 2U);
-        }
+    void invokeAction(std::uint32_t id) {
+        ::sd_bus_emit_signal(bus_.get(), "/org/freedesktop/Notifications", serverName, "ActionInvoked", "us",
+                             id, "ok");
+    }
+    /// Dismissed by the user unless another reason is given.
+    void closeNotification(std::uint32_t id, std::uint32_t reason = 2) {
+        ::sd_bus_emit_signal(bus_.get(), "/org/freedesktop/Notifications", serverName, "NotificationClosed",
+                             "uu", id, reason);
     }
 
     /// Returns once the daemon has passed on everything sent before; one round trip shows that it has read
@@ -58,11 +58,25 @@ public:
         }
     }
 
+    /// Until that method is called.
+    void serveUntil(const std::string& member) {
+        const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+        while (asked_ != member && std::chrono::steady_clock::now() < end) {
+            if (::sd_bus_process(bus_.get(), nullptr) == 0) {
+                ::sd_bus_wait(bus_.get(), 100000);
+            }
+        }
+        EXPECT_EQ(asked_, member);
+    }
+
     std::string shown; ///< title | text | actions
 
 private:
     static int arrived(sd_bus_message* message, void* server, sd_bus_error*) {
         auto* self = static_cast<NotificationServer*>(server);
+        if (const char* member = ::sd_bus_message_get_member(message)) {
+            self->asked_ = member;
+        }
         if (::sd_bus_message_is_method_call(message, serverName, "Notify") <= 0) {
             return 0;
         }
@@ -76,18 +90,12 @@ private:
                               &words[1], &words[2], &words[3]);
         self->shown = std::string(title) + " | " + text + " | " + words[0] + "=" + words[1] + " " + words[2] +
                       "=" + words[3];
-        self->isAsked_ = true;
         return ::sd_bus_reply_method_return(message, "u", shownID);
     }
 
     /// Ends when the deed is done, and with it the connection.
     void serve() {
-        const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-        while (!isAsked_ && std::chrono::steady_clock::now() < end) {
-            if (::sd_bus_process(bus_.get(), nullptr) == 0) {
-                ::sd_bus_wait(bus_.get(), 100000);
-            }
-        }
+        serveUntil("Notify");
         ::sd_bus_flush(bus_.get());
         deed_(*this);
         ::sd_bus_flush(bus_.get());
@@ -96,36 +104,45 @@ private:
 
     Deed deed_;
     BusPointer bus_;
-    bool isAsked_ = false;
+    std::string asked_; ///< the last method called
     std::thread thread_;
 };
 
 class Alerts : public ::testing::Test {
 protected:
-    AlertAnswer run() { return LinuxAlertPanel(console).run("Title", "Tëxt", "OK"); }
+    AlertAnswer run() { return LinuxAlertPanel(console, loop).run("Title", "Tëxt", "OK"); }
 
     test::FakeConsole console;
+    test::FakeClock clock;
+    test::FakeRunLoop loop{clock};
 };
 
-TEST_F(Alerts, AreAnsweredByTheirButtonTheirClosingOrTheServersEnd) {
+TEST_F(Alerts, AreAnsweredByTheirButtonOrByTheirEnd) {
     const test::PrivateBus bus;
     const std::pair<NotificationServer::Deed, AlertAnswer> cases[] = {
-        {[](auto& server) { server.emit("ActionInvoked", shownID, true); }, AlertAnswer::defaultButton},
-        {[](auto& server) { server.emit("NotificationClosed", shownID, false); }, AlertAnswer::closed},
+        {[](auto& server) { server.invokeAction(shownID); }, AlertAnswer::defaultButton},
+        {[](auto& server) { server.closeNotification(shownID); }, AlertAnswer::defaultButton},
+        {[](auto& server) { server.closeNotification(shownID, 1); }, AlertAnswer::closed}, // it expired
         {[](auto& server) {
-             server.emit("ActionInvoked", shownID + 1, true);
-             server.emit("NotificationClosed", shownID, false);
+             server.invokeAction(shownID + 1);
+             server.closeNotification(shownID, 3);
          },
          AlertAnswer::closed},
         {[](auto& server) {
-             server.emit("NotificationClosed", shownID + 1, false);
-             server.emit("ActionInvoked", shownID, true);
-             server.emit("NotificationClosed", shownID, false);
+             server.closeNotification(shownID + 1, 3);
+             server.invokeAction(shownID);
+             server.closeNotification(shownID, 3);
          },
          AlertAnswer::defaultButton},
+        {[&](auto& server) {
+             loop.stop(0);
+             server.serveUntil("CloseNotification");
+         },
+         AlertAnswer::closed},               // the program ends
         {[](auto&) {}, AlertAnswer::closed}, // it goes away without a word
     };
     for (const auto& [deed, answer] : cases) {
+        loop.run();
         NotificationServer server(deed);
         EXPECT_EQ(run(), answer);
         EXPECT_EQ(server.shown, "Title | Tëxt | default=OK ok=OK");

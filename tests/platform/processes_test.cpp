@@ -29,7 +29,7 @@ protected:
     const InstallationRoot root{fs::path(onDisk("/Library")).parent_path().string()};
     const bool inSession = ::setenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/here,guid=1", 1) == 0;
     std::vector<std::int32_t> named; ///< who have taken a name on the bus
-    LinuxProcesses processes{root, current().bundles, [this] { return named; }};
+    LinuxProcesses processes{root, current().bundles, loop, [this] { return named; }};
     LinuxWorkspace workspace{root, current().fileSystem, current().bundles, processes};
 
     /// Installs a program; a "#!" text, or a copy of a real one, whose name then is the process's.
@@ -207,7 +207,11 @@ TEST_F(RealProcesses, GiveTheirExitStatusAndLeaveNoZombies) {
     EXPECT_FALSE(processes.isRunning(*waited));
     EXPECT_EQ(processes.waitForExit(*waited), -1);
     EXPECT_EQ(processes.waitForExit(::getppid()), -1);
-    std::vector<std::int32_t> ids;
+    const auto endless = processes.launch("/bin/sleep", {"100"});
+    loop.stop(0);
+    EXPECT_EQ(processes.waitForExit(*endless), -1) << "waited for when this program ends";
+    ::kill(*endless, SIGKILL);
+    std::vector<std::int32_t> ids{*endless};
     for (int i = 0; i < 20; ++i) {
         ids.push_back(*processes.launch("/bin/true", {}));
     }

@@ -125,21 +125,36 @@ AppleEventReply BusAppleEvents::sendWaitingForReply(const AppleEventTarget& targ
         reply.status = procNotFound;
         return reply;
     }
-    sd_bus_error error{};
-    sd_bus_message* answer = nullptr;
-    const auto timeOut = std::chrono::duration_cast<std::chrono::microseconds>(timeOut_).count();
-    const int result =
-        sd_bus_call(bus.get(), message.get(), static_cast<std::uint64_t>(timeOut), &error, &answer);
-    const BusMessagePointer owned(answer);
-    if (result < 0) {
-        reply.status = statusOf(error);
-    } else if (auto parameters = bus::readEventReply(answer)) {
+    const BusMessagePointer answer = waitForAnswer(bus.get(), message.get());
+    if (!answer) {
+        reply.status = errAETimeout;
+    } else if (const sd_bus_error* error = sd_bus_message_get_error(answer.get())) {
+        reply.status = statusOf(*error);
+    } else if (auto parameters = bus::readEventReply(answer.get())) {
         reply.event.parameters = std::move(*parameters);
     } else {
         reply.status = errAECoercionFail;
     }
-    sd_bus_error_free(&error);
     return reply;
+}
+
+BusMessagePointer BusAppleEvents::waitForAnswer(sd_bus* bus, sd_bus_message* call) const {
+    constexpr std::uint64_t lookingInterval = 250000; // microseconds
+    BusMessagePointer answer;
+    const auto answered = [](sd_bus_message* message, void* itsAnswer, sd_bus_error*) {
+        static_cast<BusMessagePointer*>(itsAnswer)->reset(sd_bus_message_ref(message));
+        return 0;
+    };
+    const auto timeOut = std::chrono::duration_cast<std::chrono::microseconds>(timeOut_).count();
+    int result =
+        sd_bus_call_async(bus, nullptr, call, answered, &answer, static_cast<std::uint64_t>(timeOut));
+    while (result >= 0 && !answer && !connection_.loop().isEnding()) {
+        result = sd_bus_process(bus, nullptr);
+        if (result == 0) {
+            result = sd_bus_wait(bus, lookingInterval);
+        }
+    }
+    return answer;
 }
 
 int BusAppleEvents::sendCalled(sd_bus_message* message, void* appleEvents, sd_bus_error* error) {
@@ -197,7 +212,8 @@ std::optional<std::string> BusAppleEvents::findOnceLaunched(std::int32_t process
     const std::string name = bus::processName(processID);
     const auto end = steady_clock::now() + (timeOut_ - *age);
     std::optional<std::string> owner;
-    while (!owner && steady_clock::now() < end && !process.endsWithin(lookingInterval)) {
+    while (!owner && steady_clock::now() < end && !connection_.loop().isEnding() &&
+           !process.endsWithin(lookingInterval)) {
         owner = connection_.ownerOf(name);
     }
     return owner;

@@ -39,6 +39,8 @@ private:
     int answerCall(sd_bus_message* message, sd_bus_error* error) const;
     /// False when there is no handler, or when it failed.
     bool handle(const AppleEvent& event, AppleEvent& reply) const;
+    /// The answer or error to a call; null when the program ends before there is one.
+    BusMessagePointer waitForAnswer(sd_bus* bus, sd_bus_message* call) const;
     /// The unique name of the target, none when it is not on the bus. A process is waited for until it is as
     /// old as the time-out, or has ended.
     std::optional<std::string> find(const AppleEventTarget& target);

@@ -60,11 +60,13 @@ std::unique_ptr<BusConnection> BusConnection::open(LinuxRunLoop& loop, std::stri
     const char* uniqueName = nullptr;
     sd_bus_get_unique_name(bus.get(), &uniqueName);
     return std::unique_ptr<BusConnection>(
-        new BusConnection(std::move(address), std::move(bus), uniqueName == nullptr ? "" : uniqueName));
+        new BusConnection(loop, std::move(address), std::move(bus), uniqueName == nullptr ? "" : uniqueName));
 }
 
-BusConnection::BusConnection(std::string address, BusPointer mainBus, std::string uniqueName)
-    : address_(std::move(address)), uniqueName_(std::move(uniqueName)), mainBus_(std::move(mainBus)) {
+BusConnection::BusConnection(LinuxRunLoop& loop, std::string address, BusPointer mainBus,
+                             std::string uniqueName)
+    : loop_(loop), address_(std::move(address)), uniqueName_(std::move(uniqueName)),
+      mainBus_(std::move(mainBus)) {
     sd_bus_slot* slot = nullptr;
     sd_bus_add_filter(mainBus_.get(), &slot, messageArrived, this);
     filter_.reset(slot);

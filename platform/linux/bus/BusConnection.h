@@ -40,7 +40,12 @@ public:
     /// Any thread.
     bool isLost() const { return lost_; }
 
+    /// The descriptor that hangs up when the bus has gone; it stays the connection's.
+    int descriptor() const { return sd_bus_get_fd(mainBus_.get()); }
+
     // For the classes that speak over the bus.
+
+    LinuxRunLoop& loop() const { return loop_; }
 
     /// The main connection. Main thread only.
     sd_bus* mainBus() const { return mainBus_.get(); }
@@ -58,7 +63,7 @@ public:
     BusPointer connect() const;
 
 private:
-    BusConnection(std::string address, BusPointer mainBus, std::string uniqueName);
+    BusConnection(LinuxRunLoop& loop, std::string address, BusPointer mainBus, std::string uniqueName);
 
     static int messageArrived(sd_bus_message* message, void* connection, sd_bus_error* error);
 
@@ -66,6 +71,7 @@ private:
     /// Called with the lock held.
     sd_bus* postingBus();
 
+    LinuxRunLoop& loop_;
     const std::string address_;
     const std::string uniqueName_;
     std::function<void()> lostHandler_;

@@ -41,11 +41,18 @@ public:
                notify(title, message, button);
     }
 
-    AlertAnswer wait() {
+    AlertAnswer wait(RunLoop& runLoop) {
+        constexpr std::uint64_t lookingInterval = 250000; // microseconds
         while (!answer_) {
             const int handled = ::sd_bus_process(bus_, nullptr);
-            if (handled < 0 || (handled == 0 && ::sd_bus_wait(bus_, UINT64_MAX) < 0)) {
+            if (handled < 0 || (handled == 0 && ::sd_bus_wait(bus_, lookingInterval) < 0)) {
                 return AlertAnswer::closed; // the bus has gone
+            }
+            if (runLoop.isEnding()) {
+                ::sd_bus_call_method_async(bus_, nullptr, server, serverPath, server, "CloseNotification",
+                                           nullptr, nullptr, "u", notificationID_);
+                ::sd_bus_flush(bus_);
+                return AlertAnswer::closed;
             }
         }
         return *answer_;
@@ -80,6 +87,7 @@ private:
         return true;
     }
 
+    /// The notification's ID is read.
     bool concernsThis(sd_bus_message* signal) const {
         std::uint32_t id = 0;
         const char* sender = ::sd_bus_message_get_sender(signal);
@@ -97,9 +105,13 @@ private:
 
     /// Servers also say so after the action, but the first signal ends the wait.
     static int closed(sd_bus_message* signal, void* alert, sd_bus_error*) {
+        constexpr std::uint32_t dismissedByUser = 2;
         auto* self = static_cast<Alert*>(alert);
         if (self->concernsThis(signal)) {
-            self->answer_ = AlertAnswer::closed;
+            std::uint32_t reason = 0;
+            const bool isDismissed =
+                ::sd_bus_message_read(signal, "u", &reason) > 0 && reason == dismissedByUser;
+            self->answer_ = isDismissed ? AlertAnswer::defaultButton : AlertAnswer::closed;
         }
         return 0;
     }
@@ -133,7 +145,7 @@ AlertAnswer LinuxAlertPanel::run(const std::string& title, const std::string& me
     if (bus) {
         Alert alert(bus.get());
         if (alert.show(title, message, button)) {
-            return alert.wait();
+            return alert.wait(runLoop_);
         }
     }
     console_.write(title + ": " + message);

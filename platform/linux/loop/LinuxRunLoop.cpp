@@ -179,6 +179,7 @@ void LinuxRunLoop::performNext() {
 }
 
 int LinuxRunLoop::run() {
+    ending_ = stopping_.load();
     while (!stopping_) {
         const int result = sd_event_run(event_.get(), UINT64_MAX);
         if (result < 0 && result != -EINTR) {
@@ -187,12 +188,14 @@ int LinuxRunLoop::run() {
         }
     }
     stopping_ = false;
+    ending_ = true; // also when it was told to stop just when it began
     return exitCode_;
 }
 
 void LinuxRunLoop::stop(int exitCode) {
     exitCode_ = exitCode;
     stopping_ = true;
+    ending_ = true;
     wake();
 }
 

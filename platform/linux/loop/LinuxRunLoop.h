@@ -33,6 +33,7 @@ public:
     /// A `stop` told before `run` counts, so that none is lost; `run` may be called again afterwards.
     int run() override;
     void stop(int exitCode) override;
+    bool isEnding() override { return ending_; }
 
     /// Calls the handler in the loop for each arrival of a signal such as SIGTERM, which from now on is
     /// blocked in this thread and the threads it starts later. Main thread only.
@@ -67,7 +68,8 @@ private:
     std::mutex mutex_;
     std::deque<std::function<void()>> work_; // guarded by mutex_
     std::atomic<int> exitCode_ = 0;
-    std::atomic<bool> stopping_ = false;
+    std::atomic<bool> stopping_ = false; ///< until `run` has seen it
+    std::atomic<bool> ending_ = false;
 };
 
 } // namespace trigora::platform

@@ -154,9 +154,13 @@ public:
         return running_.count(processID) != 0;
     }
 
-    int exitStatus(std::int32_t processID) {
+    /// -1 also when the wait was given up.
+    int exitStatus(std::int32_t processID, RunLoop& runLoop) {
+        constexpr auto lookingInterval = std::chrono::milliseconds(250);
         std::unique_lock lock(mutex_);
-        exited_.wait(lock, [&] { return running_.count(processID) == 0; });
+        const auto hasExited = [&] { return running_.count(processID) == 0; };
+        while (!exited_.wait_for(lock, lookingInterval, hasExited) && !runLoop.isEnding()) {
+        }
         const auto found = std::find_if(statuses_.rbegin(), statuses_.rend(),
                                         [&](const ExitStatus& exit) { return exit.processID == processID; });
         if (found == statuses_.rend()) {
@@ -265,8 +269,9 @@ private:
     std::optional<std::vector<std::int32_t>> named_;
 };
 
-LinuxProcesses::LinuxProcesses(const InstallationRoot& root, Bundles& bundles, NamedProcesses namedProcesses)
-    : root_(root), bundles_(bundles), namedProcesses_(std::move(namedProcesses)),
+LinuxProcesses::LinuxProcesses(const InstallationRoot& root, Bundles& bundles, RunLoop& runLoop,
+                               NamedProcesses namedProcesses)
+    : root_(root), bundles_(bundles), runLoop_(runLoop), namedProcesses_(std::move(namedProcesses)),
       busAddress_(withoutServerID(sessionBusAddress())), children_(std::make_shared<Children>()),
       recentLaunches_(std::make_unique<RecentLaunches>()) {}
 
@@ -372,7 +377,7 @@ std::optional<std::int32_t> LinuxProcesses::launch(const std::string& executable
     }
 }
 
-int LinuxProcesses::waitForExit(std::int32_t processID) { return children_->exitStatus(processID); }
+int LinuxProcesses::waitForExit(std::int32_t processID) { return children_->exitStatus(processID, runLoop_); }
 
 bool LinuxProcesses::isRunning(std::int32_t processID) { return children_->isRunning(processID); }
 

@@ -2,6 +2,7 @@
 
 #include "platform/Bundles.h"
 #include "platform/Processes.h"
+#include "platform/RunLoop.h"
 #include "platform/linux/files/InstallationRoot.h"
 
 #include <ctime>
@@ -20,7 +21,8 @@ public:
     /// The IDs of the processes that have taken a name on the session bus. Any thread.
     using NamedProcesses = std::function<std::vector<std::int32_t>()>;
 
-    LinuxProcesses(const InstallationRoot& root, Bundles& bundles, NamedProcesses namedProcesses);
+    LinuxProcesses(const InstallationRoot& root, Bundles& bundles, RunLoop& runLoop,
+                   NamedProcesses namedProcesses);
     LinuxProcesses(const LinuxProcesses&) = delete;
     LinuxProcesses& operator=(const LinuxProcesses&) = delete;
     ~LinuxProcesses() override;
@@ -59,6 +61,7 @@ private:
 
     const InstallationRoot& root_;
     Bundles& bundles_;
+    RunLoop& runLoop_;
     const NamedProcesses namedProcesses_;
     const std::string busAddress_; ///< without the server's ID
     std::shared_ptr<Children> children_;
