@@ -30,6 +30,12 @@ public:
     virtual void* functionPointer(const std::string& name) = 0;
 };
 
+/// A module that could not be loaded, and what the loader says about it.
+struct ModuleFailure {
+    std::string path; ///< of the bundle
+    std::string reason;
+};
+
 class Bundles {
 public:
     virtual ~Bundles() = default;
@@ -40,6 +46,8 @@ public:
     virtual std::shared_ptr<Bundle> mainBundle() = 0;
     /// The paths of the bundles whose executables this program has in memory, in the order of their loading.
     virtual std::vector<std::string> loadedModules() = 0;
+    /// The bundles whose executables this program could not load when it last tried. Any thread.
+    virtual std::vector<ModuleFailure> failedModules() = 0;
 };
 
 /// The running program's bundle identifier; the executable's name when it has none.

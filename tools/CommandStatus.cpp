@@ -78,6 +78,19 @@ std::string listText(const Dictionary& status, std::string_view key, bool areFol
     return text.empty() ? "none" : text;
 }
 
+/// The modules that could not be loaded, each with its reason below it; empty when there are none.
+std::string failuresText(const Dictionary& status) {
+    std::string text;
+    for (const Value& entry : platform::arrayAt(status, "failedModules").value_or(Array())) {
+        const Dictionary failure = entry.dictionary() != nullptr ? *entry.dictionary() : Dictionary();
+        for (const char* key : {"path", "reason"}) {
+            text += (text.empty() ? "" : "\n" + std::string(18, ' ')) +
+                    printable(textOrDash(platform::textAt(failure, key)));
+        }
+    }
+    return text;
+}
+
 std::string runText(const Dictionary& status) {
     if (const auto press = platform::dictionaryAt(status, "press")) {
         return "a press waits for its scanner: button " +
@@ -114,6 +127,9 @@ void printStatus(const Dictionary& facts, std::ostream& out) {
         printLine(out, "running now", runText(facts));
         printLine(out, "watched folders", listText(facts, "watchedFolders", true));
         printLine(out, "modules", listText(facts, "modules", false));
+        if (const std::string failures = failuresText(facts); !failures.empty()) {
+            printLine(out, "not loadable", failures);
+        }
     }
 }
 
@@ -123,8 +139,8 @@ ExitCode status(const Arguments& arguments, std::ostream& out, std::ostream& err
                      {"processID", Value()},
                      {"log", isLogSwitchedOn()}};
     // What only an agent that answers can say.
-    for (const char* key :
-         {"uptime", "memory", "press", "projectIsRunning", "application", "watchedFolders", "modules"}) {
+    for (const char* key : {"uptime", "memory", "press", "projectIsRunning", "application", "watchedFolders",
+                            "modules", "failedModules"}) {
         facts[key] = Value();
     }
     std::string error;

@@ -98,6 +98,7 @@ public:
         return bundles_.create(paths::agentApplication());
     }
     std::vector<std::string> loadedModules() override { return bundles_.loadedModules(); }
+    std::vector<platform::ModuleFailure> failedModules() override { return bundles_.failedModules(); }
 
 private:
     platform::Bundles& bundles_;

@@ -21,6 +21,14 @@ namespace {
 
 Array listOf(const std::vector<std::string>& texts) { return {texts.begin(), texts.end()}; }
 
+Array failedModules() {
+    Array list;
+    for (const platform::ModuleFailure& failure : platform::current().bundles.failedModules()) {
+        list.push_back(Dictionary{{"path", failure.path}, {"reason", failure.reason}});
+    }
+    return list;
+}
+
 /// Of the runner that waits for its scan; nothing when there is none.
 Value applicationOfRun() {
     const auto runner = TgaActionRunnerManager::sharedActionRunnerManager()->currentActionRunner();
@@ -60,7 +68,8 @@ Dictionary StatusReport::status() const {
             {"projectIsRunning", platform::shared<ProjectRunning>()->isRunning()},
             {"application", applicationOfRun()},
             {"watchedFolders", listOf(service->watchedFolders())},
-            {"modules", listOf(platform.bundles.loadedModules())}};
+            {"modules", listOf(platform.bundles.loadedModules())},
+            {"failedModules", failedModules()}};
 }
 
 } // namespace trigora

@@ -2,6 +2,7 @@
 
 #include "agent/service/TgaServiceManager.h"
 #include "files/InstalledPaths.h"
+#include "platform/Bundles.h"
 #include "platform/Formats.h"
 #include "projects/manager/TrProjectManager.h"
 #include "tests/fakes/PlatformTest.h"
@@ -45,11 +46,17 @@ TEST_F(StatusReportTest, TellsWhatTheAgentIsDoing) {
                                      {"projectIsRunning", false},
                                      {"application", Value()},
                                      {"watchedFolders", Array{onDisk("~/Watched")}},
-                                     {"modules", Array{}}}));
+                                     {"modules", Array{}},
+                                     {"failedModules", Array{}}}));
         TgaServiceManager::sharedServiceManager()->setCurrentEvent(Dictionary{{"driverName", "D"}});
         TrProjectManager::setRunningProjectStatus(true);
         EXPECT_EQ(platform::dictionaryAt(ask(), "press"), (Dictionary{{"driverName", "D"}}));
         EXPECT_EQ(platform::booleanAt(ask(), "projectIsRunning"), true);
+        writePropertyList(paths::panelDriverModule() + "/Contents/Info.plist", Dictionary{});
+        platform::current().bundles.create(paths::panelDriverModule())->loadExecutable();
+        EXPECT_EQ(platform::arrayAt(ask(), "failedModules"),
+                  (Array{Dictionary{{"path", paths::panelDriverModule()},
+                                    {"reason", "the executable that its Info.plist names is missing"}}}));
     }
     EXPECT_EQ(ask(), Dictionary());
 }

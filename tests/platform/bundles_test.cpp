@@ -68,14 +68,26 @@ TEST_F(BundleFiles, WhatIsNoModuleIsNotLoaded) {
     writeBundle("Counter");
     const auto bundle = current().bundles.create(path);
     ASSERT_TRUE(bundle);
+    const auto reason = [] {
+        const std::vector<ModuleFailure> failures = current().bundles.failedModules();
+        return failures.size() == 1 && failures[0].path == path ? failures[0].reason : "";
+    };
     EXPECT_EQ(bundle->executablePath(), std::nullopt);
     EXPECT_FALSE(bundle->loadExecutable());
+    EXPECT_EQ(reason(), "the executable that its Info.plist names is missing");
     writeFile(executable, "no module");
     EXPECT_EQ(bundle->executablePath(), executable);
     EXPECT_FALSE(bundle->loadExecutable());
+    EXPECT_TRUE(reason().starts_with(onDisk(executable) + ": ")) << reason(); // in the loader's words
     fs::remove(onDisk(executable));
     ASSERT_EQ(::mkfifo(onDisk(executable).c_str(), 0777), 0); // opening it would block
     EXPECT_EQ(bundle->functionPointer("count"), nullptr);
+    EXPECT_EQ(reason(), "its executable is not a file that can be read");
+    fs::remove(onDisk(executable));
+    install(TRIGORA_COUNTER_MODULE, executable);
+    EXPECT_TRUE(bundle->loadExecutable());
+    EXPECT_TRUE(current().bundles.failedModules().empty());
+    bundle->unloadExecutable();
 }
 
 TEST_F(BundleFiles, NamesDoNotLeadOutOfTheBundle) {

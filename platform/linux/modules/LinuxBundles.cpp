@@ -58,16 +58,33 @@ private:
         return name.empty() || leadsOut || !fileSystem_.exists(path) ? std::nullopt : std::optional(path);
     }
 
-    /// Only a regular file is opened; a pipe in its place would block for ever.
     bool load() {
-        const std::optional<std::string> executable = module_ == nullptr ? executablePath() : std::nullopt;
-        if (executable && openRegularFile(diskPath(root_, *executable), O_RDONLY)) {
-            module_ = ::dlopen(diskPath(root_, *executable).c_str(), RTLD_NOW | RTLD_LOCAL);
+        if (module_ != nullptr) {
+            return true;
         }
-        if (executable && module_ != nullptr) {
+        const std::string problem = open();
+        if (module_ != nullptr) {
             loaded_->add(path_);
+        } else {
+            loaded_->addFailure(path_, problem);
         }
         return module_ != nullptr;
+    }
+
+    /// What is wrong with the executable; empty when it is open. Only a regular file is opened; a pipe in its
+    /// place would block for ever.
+    std::string open() {
+        const std::optional<std::string> executable = executablePath();
+        if (!executable) {
+            return "the executable that its Info.plist names is missing";
+        }
+        const std::string file = diskPath(root_, *executable);
+        if (!openRegularFile(file, O_RDONLY)) {
+            return "its executable is not a file that can be read";
+        }
+        module_ = ::dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
+        const char* error = module_ == nullptr ? ::dlerror() : nullptr;
+        return error == nullptr ? "" : error;
     }
 
     const InstallationRoot& root_;
@@ -89,6 +106,22 @@ void LinuxBundles::Loaded::add(const std::string& path) {
     } else {
         ++entry->loadings;
     }
+    std::erase_if(failures_, [&](const ModuleFailure& failure) { return failure.path == path; });
+}
+
+void LinuxBundles::Loaded::addFailure(const std::string& path, const std::string& reason) {
+    const std::lock_guard lock(mutex_);
+    const auto known = std::ranges::find(failures_, path, &ModuleFailure::path);
+    if (known == failures_.end()) {
+        failures_.push_back({path, reason});
+    } else {
+        known->reason = reason;
+    }
+}
+
+std::vector<ModuleFailure> LinuxBundles::Loaded::failures() {
+    const std::lock_guard lock(mutex_);
+    return failures_;
 }
 
 void LinuxBundles::Loaded::remove(const std::string& path) {
@@ -125,6 +158,8 @@ std::shared_ptr<Bundle> LinuxBundles::create(const std::string& path) {
 }
 
 std::vector<std::string> LinuxBundles::loadedModules() { return loaded_->paths(); }
+
+std::vector<ModuleFailure> LinuxBundles::failedModules() { return loaded_->failures(); }
 
 std::shared_ptr<Bundle> LinuxBundles::mainBundle() {
     const std::lock_guard lock(mutex_);

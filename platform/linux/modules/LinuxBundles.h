@@ -22,13 +22,16 @@ public:
     std::shared_ptr<Bundle> create(const std::string& path) override;
     std::shared_ptr<Bundle> mainBundle() override;
     std::vector<std::string> loadedModules() override;
+    std::vector<ModuleFailure> failedModules() override;
 
-    /// The bundles whose code is loaded, in the order of their first loading.
+    /// The bundles whose code is loaded, in the order of their first loading, and those where that failed.
     class Loaded {
     public:
         void add(const std::string& path);
         void remove(const std::string& path);
+        void addFailure(const std::string& path, const std::string& reason);
         std::vector<std::string> paths();
+        std::vector<ModuleFailure> failures();
 
     private:
         struct Entry {
@@ -38,6 +41,7 @@ public:
 
         std::mutex mutex_;
         std::vector<Entry> entries_;
+        std::vector<ModuleFailure> failures_;
     };
 
 private:
