@@ -2,8 +2,9 @@
  *
  * A module whose services are objects exports one function, "TrigoraClassNamed", which gives the table of
  * a class by its name, or null. Each table starts with a TrigoraClassHeader; the agent refuses a table
- * whose size or version is not the one of the header that the agent was built with. A null entry behind the
- * header is an operation that the object does not answer to.
+ * that is smaller than its own or of another version. A later header may have further entries at the end of
+ * the table, under the same version: an agent that does not know them passes over them. A null entry behind
+ * the header is an operation that the object does not answer to.
  *
  * Lists and dictionaries cross as JSON (RFC 8259) in UTF-8: "null" is a key that is present without a
  * value. A text that an operation returns belongs to the caller, who hands it to the class's releaseText.

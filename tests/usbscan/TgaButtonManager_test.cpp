@@ -100,12 +100,14 @@ TEST_F(ButtonManager, AModuleThatDoesNotFitIsNotUsed) {
     };
     buttonOperations.header.version = 2;
     expectUnused("another version");
-    buttonOperations.header.size += 8;
-    expectUnused("another size");
+    buttonOperations.header.size -= 8;
+    expectUnused("a smaller table");
     buttonOperations.create = nullptr;
     expectUnused("no maker of objects");
     buttonOperations.create = []() -> void* { return nullptr; };
     expectUnused("no object");
+    buttonOperations.header.size += 8; // with an entry that the agent does not know
+    EXPECT_EQ(start(), started);
 }
 
 TEST_F(ButtonManager, OperationsThatTheObjectLacksAreLeftOut) {
