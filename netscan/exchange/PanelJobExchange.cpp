@@ -21,6 +21,9 @@ namespace {
 
 using platform::Encoding;
 
+/// An event that modules know, and the agent does not take.
+constexpr std::int32_t refusedEvent = 1;
+
 /// The name of the scanner that a request is about: its model, the driver known to serve it, or the driver
 /// that the scanning application last reported.
 std::optional<std::string> scannerName(const NSMScanRequest& request, const PanelEventContext& manager) {
@@ -170,7 +173,7 @@ std::int32_t handlePanelJob(_PSMLPANELSCANJOBINFO* record, std::int32_t kind, Pa
 
 std::int32_t dispatch(_NSMEvent* event, std::int32_t kind, void* data, std::int32_t reserved, void* context) {
     switch (kind) {
-    case 1:
+    case refusedEvent:
         return PANEL_RESULT_FAILED;
     case NSM_EVENT_SIMPLE_SCAN:
         return handleSimpleScan(event, kind, data, reserved, context);

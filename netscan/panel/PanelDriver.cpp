@@ -1,5 +1,6 @@
 #include "netscan/panel/PanelDriver.h"
 
+#include "agent/log/Guarded.h"
 #include "agent/log/PSlog.h"
 #include "files/InstalledPaths.h"
 #include "platform/Bundles.h"
@@ -68,7 +69,8 @@ std::optional<EncodedJobData> PanelDriver::encode(const PanelJobList& list,
         encode(&list.header(), 0, static_cast<std::uint16_t>(protocolVersion), list.count(), list.entries(),
                &data, &length);
     }
-    if (trigora_fits_address32(data) == 0) {
+    const std::uint64_t end = reinterpret_cast<std::uintptr_t>(data) + std::uint64_t{length};
+    if (trigora_fits_address32(data) == 0 || end > std::uint64_t{UINT32_MAX} + 1) {
         return std::nullopt;
     }
     return EncodedJobData{trigora_address32(data), length};
@@ -85,18 +87,19 @@ stRecvJobData PanelDriver::decode(address32 data, std::uint32_t length) const {
 }
 
 PanelConnection::~PanelConnection() {
-    try {
+    // One by one: a driver that fails to unlock is closed all the same.
+    guarded("PDUnLock", [this] {
         auto* unlock = isLocked_ ? functionNamed<PDUnLockFunction>("PDUnLock") : nullptr;
         if (unlock != nullptr) {
             unlock(handle_, &context_);
         }
+    });
+    guarded("PDClose", [this] {
         auto* close = isOpen_ ? functionNamed<PDCloseFunction>("PDClose") : nullptr;
         if (close != nullptr) {
             close(handle_, &context_);
         }
-    } catch (...) {
-        // Without memory to look a function up the panel has to find out by itself.
-    }
+    });
 }
 
 template <typename Function> Function* PanelConnection::functionNamed(const char* name) const {

@@ -1,5 +1,6 @@
 #include "netscan/panel/SVJobInterface.h"
 
+#include "agent/log/Guarded.h"
 #include "agent/log/PSlog.h"
 #include "files/InstalledPaths.h"
 #include "platform/Formats.h"
@@ -53,7 +54,7 @@ SVJobInterface::SVJobInterface(std::shared_ptr<platform::Bundle> module,
 
 SVJobInterface::~SVJobInterface() {
     if (operations_.release != nullptr) {
-        operations_.release(object_);
+        guarded("-[SVJobInterface release]", [this] { operations_.release(object_); });
     }
 }
 

@@ -112,7 +112,8 @@ std::int32_t getDSName(const char* productID, char* destination, const GivesUp& 
     if (productID == nullptr || destination == nullptr) {
         return notFound;
     }
-    if (const auto name = platform::current().idConverter.PS2GetTwainIDWithProductID(productID)) {
+    const auto name = platform::current().idConverter.PS2GetTwainIDWithProductID(productID);
+    if (name && !name->empty()) {
         copyName(*name, destination);
         return found;
     }

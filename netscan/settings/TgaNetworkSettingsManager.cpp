@@ -1,7 +1,9 @@
 #include "netscan/settings/TgaNetworkSettingsManager.h"
 
+#include "agent/log/Guarded.h"
 #include "agent/log/PSlog.h"
 #include "files/InstalledPaths.h"
+#include "files/NotificationNames.h"
 #include "files/TrFilePathUtility.h"
 #include "netscan/exchange/PanelJobExchange.h"
 #include "platform/Bundles.h"
@@ -82,7 +84,7 @@ void TgaNetworkSettingsManager::processNetworkScanEvent(const Dictionary& event)
         PSlog("%s [Line %d] the scan assistant does not start", "processNetworkScanEvent", __LINE__);
         return;
     }
-    platform::current().notifications.post("ReplyScannerConfirmationDistributedNotification", event, true);
+    platform::current().notifications.post(notifications::replyScannerConfirmation, event, true);
 }
 
 std::optional<std::string> TgaNetworkSettingsManager::getICADriverVersion() {
@@ -166,8 +168,9 @@ std::int32_t TgaNetworkSettingsManager::NSM_StopService() {
     if (!bool_IsStartService) {
         return 1;
     }
+    std::int32_t result = 0;
     isStopping_ = true;
-    const std::int32_t result = stopServiceProc == nullptr ? 0 : stopServiceProc();
+    guarded("NSMStopService", [&] { result = stopServiceProc == nullptr ? 0 : stopServiceProc(); });
     isStopping_ = false;
     if (result == 1) {
         bool_IsStartService = false;

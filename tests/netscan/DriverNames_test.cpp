@@ -52,6 +52,9 @@ TEST_F(DriverNames, ComeFromTheConverterFirst) {
     EXPECT_EQ(ask(), 1);
     EXPECT_EQ(name(), std::string(32, 'x')) << "cut to its place between two characters";
     EXPECT_EQ(journal.take(), Lines{});
+    idConverter.twainIDs["PID 0142"] = "";
+    EXPECT_EQ(ask(), -2) << "an empty name is none";
+    EXPECT_EQ(journal.take().back(), question);
     EXPECT_EQ(getDSName(nullptr, destination.data()), -2);
     EXPECT_EQ(getDSName("PID 0142", nullptr), -2);
 }

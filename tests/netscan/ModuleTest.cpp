@@ -259,7 +259,7 @@ const PanelDriverFunctions& ModuleTest::panelDriverFunctions() {
         },
         [](std::uint32_t handle, std::uint32_t* context) {
             addConnectionCall("PDUnLock", handle, context);
-            return answer(true);
+            return self->panel.throwsAtUnlock ? throw std::bad_alloc() : answer(true);
         },
         [](std::uint32_t handle, std::uint32_t* context) {
             addConnectionCall("PDClose", handle, context);

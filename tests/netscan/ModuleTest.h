@@ -37,6 +37,8 @@ public:
     using PlatformTest::journal;
     /// Whether the button manager serves scanners.
     std::atomic<bool> buttonManagerServes = true;
+    /// Objects and texts that the agent has not given back.
+    std::atomic<int> objectsOut = 0;
     /// The byte that the modules' functions give for yes.
     std::uint8_t yes = 1;
 
@@ -69,6 +71,7 @@ protected:
         bool opens = true;
         bool locks = true;
         bool sends = true;
+        bool throwsAtUnlock = false;
         stRecvJobData choices{};
         std::string encoded = "list"; ///< what a list becomes
         void* encodedAt = nullptr;    ///< where, when it is not below 4 GiB
@@ -97,9 +100,6 @@ protected:
     } jobs;
     /// Operations can be taken out, or the header changed, before the module is used.
     SVJobInterfaceClass jobOperations;
-    /// Objects and texts that the agent has not given back.
-    std::atomic<int> objectsOut = 0;
-
     ButtonManagerClass buttonOperations;
 
 private:

@@ -125,9 +125,19 @@ TEST_F(PanelEvents, AListThatCannotBeSentFails) {
 }
 
 TEST_F(PanelEvents, APanelIsGivenBackWhateverIsThrown) {
+    const auto jobsThatWork = jobOperations.jobs;
     jobOperations.jobs = [](void*) -> char* { throw std::bad_alloc(); };
     EXPECT_EQ(event(NSM_EVENT_JOB_LIST), 8);
     EXPECT_EQ(panelCalls(), (Lines{"PDOpen 192.168.0.1", "PDLock", "PDUnLock", "PDClose"}));
+    jobOperations.jobs = jobsThatWork;
+    jobOperations.release = [](void*) {
+        --self->objectsOut;
+        throw std::bad_alloc();
+    };
+    panel.throwsAtUnlock = true;
+    EXPECT_EQ(event(NSM_EVENT_JOB_LIST), 1);
+    EXPECT_EQ(panelCalls(),
+              (Lines{"PDOpen 192.168.0.1", "PDLock", "PDSendJobData2 110 0", "PDUnLock", "PDClose"}));
 }
 
 TEST_F(PanelEvents, ModulesThatCannotBeLoadedDoNothing) {

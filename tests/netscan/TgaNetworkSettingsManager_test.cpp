@@ -33,7 +33,7 @@ protected:
                     },
                     []() -> std::int32_t {
                         self->journal.add("NSMStopService");
-                        return stopResult;
+                        return stopResult == thrown ? throw std::bad_alloc() : stopResult;
                     },
                     [](const char* name, std::uint32_t count) -> std::int32_t {
                         self->journal.add(std::string("NSMSetPCName ") + name + " " + std::to_string(count));
@@ -55,6 +55,7 @@ protected:
         return TgaNetworkSettingsManager::sharedNetworkSettingsManager()->stopNetworkService();
     }
 
+    static constexpr std::int32_t thrown = 99;
     static inline std::int32_t startResult = 1;
     static inline std::int32_t stopResult = 1;
 };
@@ -109,6 +110,9 @@ TEST_F(NetworkSettings, AServiceThatDoesNotStartOrStopKeepsItsState) {
         stopResult = noYes;
         EXPECT_EQ(read(), (Told{{"NSMStopService"}, 3})) << "it runs still and is not started again";
         EXPECT_EQ(stop(), noYes);
+        stopResult = thrown;
+        EXPECT_EQ(read().second, 3);
+        EXPECT_EQ(stop(), 0);
         stopResult = 1;
         EXPECT_EQ(stop(), 1);
         journal.take();

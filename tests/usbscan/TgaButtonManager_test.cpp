@@ -107,6 +107,10 @@ TEST_F(ButtonManager, AModuleThatDoesNotFitIsNotUsed) {
     buttonOperations.create = []() -> void* { return nullptr; };
     expectUnused("no object");
     buttonOperations.header.size += 8; // with an entry that the agent does not know
+    buttonOperations.release = [](void*) {
+        --self->objectsOut;
+        throw std::bad_alloc(); // which nobody hears of
+    };
     EXPECT_EQ(start(), started);
 }
 

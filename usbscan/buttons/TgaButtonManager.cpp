@@ -1,5 +1,6 @@
 #include "usbscan/buttons/TgaButtonManager.h"
 
+#include "agent/log/Guarded.h"
 #include "files/InstalledPaths.h"
 #include "platform/Bundles.h"
 #include "platform/FileSystem.h"
@@ -22,7 +23,9 @@ public:
         : module_(std::move(module)), operations_(operations), object_(object) {}
     ModuleObject(const ModuleObject&) = delete;
     ModuleObject& operator=(const ModuleObject&) = delete;
-    ~ModuleObject() { call(operations_.release); }
+    ~ModuleObject() {
+        guarded("-[ButtonManager release]", [this] { call(operations_.release); });
+    }
 
     void initialize() const { call(operations_.initialize); }
     void startNWDeviceObservation() const { call(operations_.startNWDeviceObservation); }
