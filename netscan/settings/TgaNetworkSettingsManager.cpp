@@ -158,8 +158,13 @@ std::int32_t TgaNetworkSettingsManager::NSM_StartService() {
         return -1;
     }
     void* context = static_cast<PanelEventContext*>(this);
-    const std::int32_t result =
-        startServiceProc(&discoveryCallBack, &eventCallback, &errorCallback, context, context, context);
+    std::int32_t result = 0;
+    startingThread_ = std::this_thread::get_id();
+    guarded("NSMStartService", [&] {
+        result =
+            startServiceProc(&discoveryCallBack, &eventCallback, &errorCallback, context, context, context);
+    });
+    startingThread_ = std::thread::id();
     bool_IsStartService = result == 1;
     return result;
 }

@@ -11,6 +11,7 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <thread>
 
 namespace trigora {
 
@@ -108,8 +109,9 @@ private:
     NSMGetPCNameFunction* getPCNameProc = nullptr;
 
     mutable std::mutex mutex_;
-    std::mutex lock_Discovery;             ///< held while a scanner's driver is asked for
-    std::atomic<bool> isStopping_ = false; ///< a discovery that waits for an answer gives up
+    std::mutex lock_Discovery;                    ///< held while a scanner's driver is asked for
+    std::atomic<bool> isStopping_ = false;        ///< a discovery that waits for an answer gives up
+    std::atomic<std::thread::id> startingThread_; ///< that is in the module's start; none most of the time
 };
 
 } // namespace trigora

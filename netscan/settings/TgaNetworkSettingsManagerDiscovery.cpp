@@ -92,6 +92,11 @@ TgaNetworkSettingsManager::isServedWithoutAsking(const std::string& productID,
 
 bool TgaNetworkSettingsManager::findDriver(const std::string& productID,
                                            const std::optional<std::string>& ipAddress) {
+    if (startingThread_.load() == std::this_thread::get_id()) {
+        // The answer would have to come through the thread that waits for it.
+        PSlog("no driver is asked for while the service starts: none for %@", productID);
+        return false;
+    }
     const std::unique_lock lock = waitForDiscoveryLock();
     if (!lock) {
         PSlog("another scanner's driver is being asked for: none for %@", productID);

@@ -201,6 +201,31 @@ TEST_F(Discovery, TheWaitEndsWhenNoNameWillCome) {
     EXPECT_EQ(manager->dsNameWithScopeList("PID 0142"), std::nullopt);
 }
 
+TEST_F(Discovery, NobodyIsAskedOnTheThreadThatStartsTheService) {
+    static const _NSMDiscovery* announced;
+    static std::vector<std::int32_t> answers;
+    announced = &announcement;
+    answers.clear();
+    processes.appear("PScanAssistant");
+    writePropertyList(std::string(agentBundlePath) + "/Contents/Info.plist", Dictionary{});
+    install("NetScan", std::string(agentBundlePath) + "/Contents/PlugIns/NetScanBundle.bundle",
+            test::NetScanFunctions{[]() -> std::int32_t { return 1; },
+                                   [](NSMDiscoveryCallback discovery, NSMEventCallback, NSMErrorCallback,
+                                      void* context, void*, void*) {
+                                       answers.push_back(discovery(announced, context));
+                                       return answers.size() == 1 ? throw std::bad_alloc() : 1;
+                                   },
+                                   []() -> std::int32_t { return 1; },
+                                   [](const char*, std::uint32_t) -> std::int32_t { return 1; }});
+    for (int turn = 0; turn < 2; ++turn) {
+        manager->readNetworkScanSettingsFile();
+    }
+    EXPECT_EQ(answers, (std::vector<std::int32_t>{2, 2}));
+    EXPECT_EQ(journal.take(), Lines{});
+    EXPECT_EQ(announce(), 2);
+    EXPECT_EQ(journal.take(), Lines{request}) << "later";
+}
+
 TEST_F(Discovery, ScannersDoNotWaitForTheQuestionAboutAnother) {
     manager->setDSName("Known", "PID 0001");
     processes.appear("PScanAssistant");
