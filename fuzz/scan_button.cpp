@@ -25,13 +25,13 @@ public:
     }
 
     void confirmScanner() {
-        const std::string driver = platform::textAt(service->currentEvent(), "driverName").value_or("");
+        const std::string driver = platform::textAt(service->currentPress().event, "driverName").value_or("");
         const test::Lines requested = journal.take();
         const bool isRequested = count(requested, "ReplyScannerConfirmationDistributedNotification") == 1;
-        require(isRequested == !service->currentEvent().empty(), "every press that counts asks once");
+        require(isRequested == !service->currentPress().event.empty(), "every press that counts asks once");
         confirm(driver, modelID_);
         require(count(journal.take(), "post ScanEventDidFinishNotification") <= 1, "a press ends once");
-        require(service->currentEvent().empty(), "a confirmed press is over");
+        require(service->currentPress().event.empty(), "a confirmed press is over");
     }
 
 private:

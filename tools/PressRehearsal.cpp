@@ -80,7 +80,7 @@ PressRehearsal::PressRehearsal(const RehearsedPress& press)
     : isAssistantInstalled_(platform::current().fileSystem.exists(paths::scanAssistantExecutable())) {
     const Data record = encodeScanEvent(scanEventOf(press));
     event_ = currentEventOf(decodeScanEvent(record).value_or(ScanEvent()));
-    settingsVersion_ = scanSettingsVersion(driverName());
+    settingsVersion_ = SM_PeloxScanSettingVersion(driverName());
     if (const auto address = localAddressOfVersion(settingsVersion_.version)) {
         event_["IPAddress"] = *address;
     }
@@ -122,8 +122,7 @@ void PressRehearsal::rehearse(const RehearsedPress& press) {
 void PressRehearsal::findReasons(const RehearsedPress& press) {
     const std::optional<DeviceTable> deviceTable = readDeviceTable();
     hasDeviceTable_ = deviceTable.has_value();
-    const std::string modelID = modelIDOfDevice(press.deviceInfo);
-    mapping_ = mapScanEvent(event_, modelID, featureBitsOfModel(modelID), deviceTable);
+    mapping_ = SM_MappingEventIDWithDevInfo(event_, press.deviceInfo, deviceTable);
     if (isRefusedEvent(mapping_.eventID)) {
         driver_ = nullptr;
         return;

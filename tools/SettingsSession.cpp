@@ -161,7 +161,7 @@ SettingsSession::SettingsSession() : former_(platform::current()) {
     requireInstallation();
     platforms_ = std::make_unique<Platforms>(former_);
     platform::install(&platforms_->looking);
-    releaseCachedCatalogues();
+    SM_RefreshDataManager();
 }
 
 SettingsSession::~SettingsSession() { platform::install(&former_); }

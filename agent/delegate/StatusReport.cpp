@@ -59,7 +59,7 @@ StatusReport::~StatusReport() {
 Dictionary StatusReport::status() const {
     platform::Platform& platform = platform::current();
     const auto service = TgaServiceManager::sharedServiceManager();
-    const Dictionary press = service->currentEvent();
+    const Dictionary press = service->currentPress().event;
     return {{"processID", std::int64_t{platform.processes.ownProcessID()}},
             {"root", root_},
             {"uptime", platform.clock.monotonicSeconds() - startSeconds_},

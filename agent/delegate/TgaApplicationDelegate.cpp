@@ -30,8 +30,9 @@ TgaApplicationDelegate::~TgaApplicationDelegate() {
 }
 
 void TgaApplicationDelegate::applicationDidFinishLaunching() {
-    AD_RegistrationNotification();
-    guarded("-[TgaServiceManager setupService]",
+    guarded("-[TgaApplicationDelegate AD_RegistrationNotification]",
+            [this] { AD_RegistrationNotification(); });
+    guarded("-[TgaServiceManager sharedServiceManager]",
             [] { TgaServiceManager::sharedServiceManager()->setupService(); });
     drive(eventSources_, &EventSource::start);
 }

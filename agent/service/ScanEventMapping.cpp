@@ -69,6 +69,12 @@ void applyRow(ScanEventMapping& mapping, const std::optional<DeviceTable>& devic
     mapping.eventID = static_cast<std::int32_t>(platform::integerAt(row, mapping.buttonColumn).value_or(0));
 }
 
+std::string modelIDOfDevice(const std::optional<Dictionary>& deviceInfo) {
+    const std::int64_t model =
+        platform::integerAt(deviceInfo.value_or(Dictionary{}), "DeviceInfoModelID").value_or(0);
+    return hexadecimalStringWithValue(static_cast<std::uint32_t>(model), 4);
+}
+
 } // namespace
 
 Dictionary currentEventOf(const ScanEvent& event) {
@@ -91,7 +97,7 @@ std::optional<std::string> localAddressOfVersion(std::int32_t version) {
     return version > lastVersionWithoutLocalAddress ? std::optional<std::string>("L") : std::nullopt;
 }
 
-ScanSettingsVersion scanSettingsVersion(const std::optional<std::string>& driverName) {
+ScanSettingsVersion SM_PeloxScanSettingVersion(const std::optional<std::string>& driverName) {
     if (platform::isKnownDriver(driverName, modelIDBufferSize)) {
         return {versionOfKnownDriver, ScanSettingsVersion::Source::driver, {}};
     }
@@ -114,23 +120,19 @@ std::int32_t SM_VersionWithPath(const std::string& path) {
     return version ? platform::integerValue(platform::replacingOccurrences(*version, ".", "")) : 0;
 }
 
-std::string modelIDOfDevice(const std::optional<Dictionary>& deviceInfo) {
-    const std::int64_t model =
-        platform::integerAt(deviceInfo.value_or(Dictionary{}), "DeviceInfoModelID").value_or(0);
-    return hexadecimalStringWithValue(static_cast<std::uint32_t>(model), 4);
-}
-
-std::int32_t featureBitsOfModel(const std::optional<std::string>& modelID) {
+std::int32_t SM_FeatureBitOfModelID(const std::optional<std::string>& modelID) {
     const auto featureBits = modelID ? capability(*modelID, "ModifiedEvent") : std::nullopt;
     return featureBits ? platform::integerValue(*featureBits) : 0;
 }
 
-ScanEventMapping mapScanEvent(const Dictionary& event, const std::string& modelID, std::int32_t featureBits,
-                              const std::optional<DeviceTable>& deviceTable) {
+ScanEventMapping SM_MappingEventIDWithDevInfo(const Dictionary& event,
+                                              const std::optional<Dictionary>& deviceInfo,
+                                              const std::optional<DeviceTable>& deviceTable) {
+    const std::string modelID = modelIDOfDevice(deviceInfo);
     ScanEventMapping mapping;
     mapping.modelID = modelID;
     mapping.eventStatus = eventStatusOf(event);
-    mapping.featureBits = featureBits;
+    mapping.featureBits = SM_FeatureBitOfModelID(modelID);
     mapping.button = mapping.eventStatus & ~mapping.featureBits;
     mapping.jobDeviceType = capability(modelID, "JobDeviceType");
     mapping.nameColumn = columnOfModelNames();

@@ -39,16 +39,14 @@ struct ScanSettingsVersion {
     Source source = Source::none;
     std::string path; ///< of the application that said so
 };
-ScanSettingsVersion scanSettingsVersion(const std::optional<std::string>& driverName);
+ScanSettingsVersion SM_PeloxScanSettingVersion(const std::optional<std::string>& driverName);
 /// "L" for a local scanner with recent scan settings, else none.
 std::optional<std::string> localAddressOfVersion(std::int32_t version);
 /// A bundle's version with the points dropped (3.7.5 is 375); 0 when there is no such bundle.
 std::int32_t SM_VersionWithPath(const std::string& path);
 
-/// The device's model as four hexadecimal digits or more; "0000" when it is not known.
-std::string modelIDOfDevice(const std::optional<Dictionary>& deviceInfo);
 /// The bits of the event status that do not number a button; 0 without a model ID.
-std::int32_t featureBitsOfModel(const std::optional<std::string>& modelID);
+std::int32_t SM_FeatureBitOfModelID(const std::optional<std::string>& modelID);
 
 /// Which event a button stands for, and by what.
 struct ScanEventMapping {
@@ -59,7 +57,7 @@ struct ScanEventMapping {
         column,     ///< what the row says in the button's column; 0 when it has none
     };
 
-    std::string modelID;
+    std::string modelID; ///< of the device: four hexadecimal digits or more; "0000" when it is not known
     std::int32_t eventStatus = 0;
     std::int32_t featureBits = 0; ///< taken off the status
     std::int32_t button = 0;      ///< what is left of it
@@ -73,8 +71,9 @@ struct ScanEventMapping {
     std::int32_t eventID = 0;
 };
 /// For an event in progress. Without a device table no row fits.
-ScanEventMapping mapScanEvent(const Dictionary& event, const std::string& modelID, std::int32_t featureBits,
-                              const std::optional<DeviceTable>& deviceTable);
+ScanEventMapping SM_MappingEventIDWithDevInfo(const Dictionary& event,
+                                              const std::optional<Dictionary>& deviceInfo,
+                                              const std::optional<DeviceTable>& deviceTable);
 
 /// Whether the user is told that the button is not supported. Only these two are refused, although the table
 /// may name others that no project supports.

@@ -8,7 +8,9 @@
 #include "files/NotificationNames.h"
 #include "monitor/TgaSurveillant.h"
 #include "platform/Platform.h"
-#include "projects/manager/CachedCatalogues.h"
+#include "runners/launch/TrLaunchApplicationManager.h"
+
+#include <utility>
 
 namespace trigora {
 
@@ -16,59 +18,58 @@ std::shared_ptr<TgaServiceManager> TgaServiceManager::sharedServiceManager() {
     return platform::shared<TgaServiceManager>();
 }
 
-TgaServiceManager::TgaServiceManager() { SM_Initialize(); }
+TgaServiceManager::TgaServiceManager()
+    : assistantWatch_([this](std::optional<std::int32_t> assistant) { scanAssistantHasGone(assistant); }) {}
 
 TgaServiceManager::~TgaServiceManager() {
     SM_RemoveAppleEvent();
     SM_RemoveDistributedNotification();
-    platform::current().runLoop.cancelTimer(tidyUpTimer_);
-    stopWaitingForScanAssistant();
-    SM_Dealloc();
-}
-
-void TgaServiceManager::SM_Initialize() {
-    array_DeviceInfoList.reset();
-    setCurrentEvent(std::nullopt);
-    mutableArray_MonitorFolder.clear();
-    dictionary_TestScanInfo.reset();
-    string_ScannerName.reset();
-}
-
-void TgaServiceManager::SM_Dealloc() {
-    dictionary_TestScanInfo.reset();
-    mutableArray_MonitorFolder.clear();
-    array_DeviceInfoList.reset();
-    setCurrentEvent(std::nullopt);
-    string_ScannerName.reset();
 }
 
 void TgaServiceManager::setupService() {
-    SM_ReadDevInfFile();
-    SM_RegistrationAppleEvent();
-    SM_RegistrationDistributedNotification();
-    SM_RunMonitorFolder();
-}
-
-void TgaServiceManager::setCurrentEvent(std::optional<Dictionary> currentEvent) {
-    const std::lock_guard lock(mutex_);
-    dictionary_CurrentEvent = std::move(currentEvent);
-}
-
-void TgaServiceManager::forgetCurrentEvent(const Dictionary& event) {
-    const std::lock_guard lock(mutex_);
-    if (dictionary_CurrentEvent == event) {
-        dictionary_CurrentEvent.reset();
+    const std::pair<const char*, void (TgaServiceManager::*)()> steps[] = {
+        {"-[TgaServiceManager SM_ReadDevInfFile]", &TgaServiceManager::SM_ReadDevInfFile},
+        {"-[TgaServiceManager SM_RegistrationAppleEvent]", &TgaServiceManager::SM_RegistrationAppleEvent},
+        {"-[TgaServiceManager SM_RegistrationDistributedNotification]",
+         &TgaServiceManager::SM_RegistrationDistributedNotification},
+        {"-[TgaServiceManager SM_RunMonitorFolder]", &TgaServiceManager::SM_RunMonitorFolder},
+        {"-[TgaServiceManager noteFormerAssistant]", &TgaServiceManager::noteFormerAssistant},
+    };
+    for (const auto& step : steps) {
+        guarded(step.first, [&] { (this->*step.second)(); });
     }
 }
 
-Dictionary TgaServiceManager::currentEvent() const {
-    const std::lock_guard lock(mutex_);
-    return dictionary_CurrentEvent.value_or(Dictionary{});
+void TgaServiceManager::noteFormerAssistant() {
+    formerAssistant_ = TrLaunchApplicationManager::sharedLaunchApplicationManager()->scanAssistantProcessID();
 }
 
-void TgaServiceManager::getDriverName(std::optional<std::string>& driverName) const {
+ScanPress TgaServiceManager::setCurrentEvent(Dictionary currentEvent) {
     const std::lock_guard lock(mutex_);
-    driverName = string_ScannerName;
+    dictionary_CurrentEvent = {++lastSerial_, std::move(currentEvent)};
+    return dictionary_CurrentEvent;
+}
+
+ScanPress TgaServiceManager::currentPress() const {
+    const std::lock_guard lock(mutex_);
+    return dictionary_CurrentEvent;
+}
+
+bool TgaServiceManager::isCurrent(const ScanPress& press) const {
+    const std::lock_guard lock(mutex_);
+    return dictionary_CurrentEvent.serial == press.serial;
+}
+
+void TgaServiceManager::forgetPress(const ScanPress& press) {
+    const std::lock_guard lock(mutex_);
+    if (dictionary_CurrentEvent.serial == press.serial) {
+        dictionary_CurrentEvent = {};
+    }
+}
+
+std::optional<std::string> TgaServiceManager::getDriverName() const {
+    const std::lock_guard lock(mutex_);
+    return string_ScannerName;
 }
 
 void TgaServiceManager::forgetDriverName() {
@@ -143,7 +144,5 @@ std::vector<std::string> TgaServiceManager::watchedFolders() const {
     }
     return folders;
 }
-
-void TgaServiceManager::SM_RefreshDataManager() { releaseCachedCatalogues(); }
 
 } // namespace trigora

@@ -1,153 +1,149 @@
-// What becomes of a press or a run when the scan assistant exits without an answer (crashed, killed, or asked
-// to quit just when the next press came), and of a press that it came up too late to hear of.
+// What becomes of a press or a run when the scan assistant does not come up, comes up late, or exits without
+// an answer (crashed, killed, or asked to quit just when the next press came).
 
 #include "agent/service/TgaServiceManager.h"
 
-#include "agent/log/Guarded.h"
 #include "agent/log/PSlog.h"
-#include "platform/AppleEvents.h"
 #include "platform/Clock.h"
 #include "platform/Platform.h"
+#include "platform/Text.h"
+#include "projects/information/TrProjectInformation.h"
 #include "projects/manager/TrProjectManager.h"
 #include "runners/actions/TgaActionRunner.h"
 #include "runners/actions/TgaActionRunnerManager.h"
+#include "runners/launch/ConfirmationRequest.h"
 #include "runners/launch/TrLaunchApplicationManager.h"
 
+#include <array>
 #include <utility>
 
 namespace trigora {
 
 namespace {
 
-/// What the assistant said last may still be on its way when its exit is seen.
-constexpr double secondsForLastWords = 0.25;
-
 /// A scanner that starts by itself long after the press would only surprise.
 constexpr double secondsForRepeating = 60;
-constexpr double secondsBetweenLooks = 0.25;
 
 bool isScanAssistantRunning() {
     return TrLaunchApplicationManager::sharedLaunchApplicationManager()->isLaunchScanAssistant();
 }
 
+void requestConfirmation(const Dictionary& event) {
+    postConfirmationRequest(platform::textAt(event, "driverName"), platform::textAt(event, "IPAddress"),
+                            true);
+}
+
 } // namespace
 
-void TgaServiceManager::watchScanAssistant() {
-    const auto processID =
-        TrLaunchApplicationManager::sharedLaunchApplicationManager()->scanAssistantProcessID();
-    if (!processID || processID == watchedScanAssistant_) {
-        return;
+UnansweredRequests::Run TgaServiceManager::currentRun() const {
+    using Run = UnansweredRequests::Run;
+    if (!TgaActionRunnerManager::sharedActionRunnerManager()->currentActionRunner() &&
+        !TrProjectManager::isProjectRunning()) {
+        return Run::none;
     }
-    watchedScanAssistant_ = processID;
-    platform::current().runLoop.whenProcessExits(*processID, [] {
-        guarded("-[TgaServiceManager scanAssistantDidExit]",
-                [] { TgaServiceManager::sharedServiceManager()->scanAssistantDidExit(); });
-    });
-}
-
-void TgaServiceManager::scanAssistantDidExit() {
-    watchedScanAssistant_.reset();
-    listeningScanAssistant_.reset();
-    if (tidyUpTimer_ != 0) {
-        return;
-    }
-    tidyUpTimer_ = platform::current().runLoop.addRepeatingTimer(secondsForLastWords, [this] {
-        platform::current().runLoop.cancelTimer(tidyUpTimer_);
-        tidyUpTimer_ = 0;
-        guarded("-[TgaServiceManager tidyUpAfterScanAssistant]", [this] { tidyUpAfterScanAssistant(); });
-    });
-}
-
-void TgaServiceManager::tidyUpAfterScanAssistant() {
-    endRunOfDeadScanAssistant();
-    if (waitingPress_ && waitingPress_->event != currentEvent()) {
-        waitingPress_.reset(); // another event has taken its place
-    }
-    if (waitingPress_ && !isScanAssistantRunning()) {
-        repeatRequestForConfirmation(*waitingPress_);
-    }
+    return isRunScanning_ ? Run::scans : Run::confirms;
 }
 
 void TgaServiceManager::endRunOfDeadScanAssistant() {
-    const auto runnerManager = TgaActionRunnerManager::sharedActionRunnerManager();
-    if ((!runnerManager->currentActionRunner() && !TrProjectManager::isProjectRunning()) ||
-        isScanAssistantRunning()) {
+    if (currentRun() == UnansweredRequests::Run::none || isScanAssistantRunning()) {
         return;
     }
     PSlog("%s [Line %d] the scan assistant exited while a project ran",
           "-[TgaServiceManager endRunOfDeadScanAssistant]", __LINE__);
-    runnerManager->setCurrentActionRunner(nullptr);
+    TgaActionRunnerManager::sharedActionRunnerManager()->setCurrentActionRunner(nullptr);
     TrProjectManager::setRunningProjectStatus(false);
     postScanEventDidFinish();
 }
 
-void TgaServiceManager::repeatRequestForConfirmation(WaitingPress& press) {
-    constexpr const char* name = "-[TgaServiceManager repeatRequestForConfirmation]";
-    const double waited = platform::current().clock.monotonicSeconds() - press.since;
-    const bool isRepeated =
-        !press.isRepeated && waited < secondsForRepeating &&
-        TrLaunchApplicationManager::sharedLaunchApplicationManager()->launchScanAssistantWithWait();
-    press.isRepeated = true;
-    PSlog("%s [Line %d] the scan assistant exited before it confirmed the scanner, isRepeated_BOOL = %d",
-          name, __LINE__, isRepeated);
-    if (isRepeated) {
-        askScanAssistant();
-    } else {
-        endWaitingPress();
+void TgaServiceManager::runProject(const std::shared_ptr<TrProjectInformation>& project,
+                                   const std::shared_ptr<TrScannerDriverInformation>& driver,
+                                   const std::string& eventID, const std::optional<std::string>& address) {
+    isRunScanning_ = project->isScanAble();
+    const auto assistant = assistantWatch_.watch(); // before it is asked, which may be the end of it
+    if (assistant && !isRunScanning_) {
+        unanswered_.posted(*assistant, 0, true);
     }
-}
-
-void TgaServiceManager::endWaitingPress() {
-    forgetCurrentEvent(waitingPress_->event);
-    waitingPress_.reset();
-    postScanEventDidFinish();
+    TrProjectManager::sharedProjectManager()->runProject(project, driver, eventID, address);
 }
 
 void TgaServiceManager::askScanAssistant() {
-    watchScanAssistant(); // before it is asked, which may be the end of it
-    const bool isHeard = isScanAssistantListening();
-    requestConfirmation(waitingPress_->event);
-    stopWaitingForScanAssistant();
-    if (!isHeard) {
-        listeningTimer_ = platform::current().runLoop.addRepeatingTimer(secondsBetweenLooks, [this] {
-            guarded("-[TgaServiceManager lookForScanAssistant]", [this] { lookForScanAssistant(); });
-        });
+    WaitingPress& waiting = *waitingPress_;
+    waiting.assistant = assistantWatch_.watch(); // before it is asked, which may be the end of it
+    const bool isHeard = assistantWatch_.isListening();
+    if (waiting.assistant) {
+        if (waiting.assistant == formerAssistant_) {
+            formerAssistant_.reset();
+            unanswered_.posted(*waiting.assistant, 0, false); // perhaps, by the agent before this one
+        }
+        unanswered_.posted(*waiting.assistant, waiting.press.serial, isHeard);
+    }
+    requestConfirmation(waiting.press.event);
+    assistantWatch_.stopLooking();
+    if (!waiting.assistant) {
+        assistantWatch_.lookSoon();
+    } else if (!isHeard) {
+        assistantWatch_.whenListening([this] { askScanAssistantThatCameUpLate(); });
     }
 }
 
-bool TgaServiceManager::isScanAssistantListening() {
-    const auto processID =
-        TrLaunchApplicationManager::sharedLaunchApplicationManager()->scanAssistantProcessID();
-    if (processID && processID != listeningScanAssistant_ &&
-        platform::current().appleEvents.isPresent(platform::ProcessTarget{*processID})) {
-        listeningScanAssistant_ = processID;
-    }
-    return processID && processID == listeningScanAssistant_;
-}
-
-void TgaServiceManager::lookForScanAssistant() {
-    constexpr const char* name = "-[TgaServiceManager lookForScanAssistant]";
-    if (!waitingPress_ || waitingPress_->event != currentEvent()) {
-        stopWaitingForScanAssistant();
+void TgaServiceManager::askScanAssistantThatCameUpLate() {
+    if (!waitingPress_ || !isCurrent(waitingPress_->press) ||
+        assistantWatch_.watch() != waitingPress_->assistant) {
         return;
     }
-    watchScanAssistant();
-    const double waited = platform::current().clock.monotonicSeconds() - waitingPress_->since;
-    if (isScanAssistantListening()) {
-        PSlog("%s [Line %d] the scan assistant came up late, waited_Double = %.1f", name, __LINE__, waited);
-        stopWaitingForScanAssistant();
-        requestConfirmation(waitingPress_->event);
-    } else if (waited >= secondsForRepeating) {
-        stopWaitingForScanAssistant(); // one that does not take a name on the bus may still answer
-        if (!isScanAssistantRunning()) {
-            PSlog("%s [Line %d] the scan assistant did not come up", name, __LINE__);
-            endWaitingPress();
-        }
+    const WaitingPress& waiting = *waitingPress_;
+    PSlog("%s [Line %d] waited_Double = %.1f", "-[TgaServiceManager askScanAssistantThatCameUpLate]",
+          __LINE__, platform::current().clock.monotonicSeconds() - waiting.since);
+    unanswered_.posted(*waiting.assistant, waiting.press.serial, true);
+    requestConfirmation(waiting.press.event);
+}
+
+void TgaServiceManager::scanAssistantHasGone(std::optional<std::int32_t> assistant) {
+    if (assistant) {
+        unanswered_.forget(*assistant);
+    }
+    goOnWithWaitingPress();
+}
+
+void TgaServiceManager::goOnWithWaitingPress() {
+    endRunOfDeadScanAssistant();
+    if (waitingPress_ && !isCurrent(waitingPress_->press)) {
+        waitingPress_.reset(); // another event has taken its place
+    }
+    if (!waitingPress_ || currentRun() != UnansweredRequests::Run::none) {
+        return;
+    }
+    const auto running =
+        TrLaunchApplicationManager::sharedLaunchApplicationManager()->scanAssistantProcessID();
+    if (!running || running != waitingPress_->assistant) {
+        repeatWaitingPress();
     }
 }
 
-void TgaServiceManager::stopWaitingForScanAssistant() {
-    platform::current().runLoop.cancelTimer(std::exchange(listeningTimer_, 0));
+void TgaServiceManager::repeatWaitingPress() {
+    WaitingPress& waiting = *waitingPress_;
+    const double waited = platform::current().clock.monotonicSeconds() - waiting.since;
+    const bool wasRepeated = std::exchange(waiting.isRepeated, true);
+    PSlog("%s [Line %d] wasRepeated_BOOL = %d, waited_Double = %.1f",
+          "-[TgaServiceManager repeatWaitingPress]", __LINE__, wasRepeated, waited);
+    if (wasRepeated) {
+        refuseWaitingPress("the scan assistant ended twice before it answered");
+    } else if (waited >= secondsForRepeating) {
+        refuseWaitingPress("the scan assistant ended before it answered, more than a minute after the press");
+    } else if (!TrLaunchApplicationManager::sharedLaunchApplicationManager()->launchScanAssistantWithWait()) {
+        refuseWaitingPress("the scan assistant does not start");
+    } else {
+        askScanAssistant();
+    }
+}
+
+void TgaServiceManager::refuseWaitingPress(const std::string& reason) {
+    const ScanPress press = std::exchange(waitingPress_, std::nullopt)->press;
+    const std::array<LogArgument, 2> told{platform::textAt(press.event, "driverName"), reason};
+    PSlogv("a press on %@ comes to nothing: %@", told); // on the console, too, when the log is off
+    assistantWatch_.stopLooking();
+    forgetPress(press);
+    postScanEventDidFinish();
 }
 
 } // namespace trigora

@@ -1,7 +1,6 @@
 // From the scanner driver's button event to the run of a project.
 
 #include "agent/service/TgaServiceManager.h"
-#include "runners/launch/ConfirmationRequest.h"
 
 #include "agent/event/ScanEventRecord.h"
 #include "agent/log/Guarded.h"
@@ -32,6 +31,13 @@ void showNotSupportedEvent() {
                                        texts.localizedString("Message.Button.OK"));
 }
 
+/// What an answer tells of the scanner that a press came from; none when it tells nothing.
+std::optional<Dictionary> deviceInfoOf(const ScanPress& press, const Dictionary& userInfo) {
+    const auto devices = platform::dictionaryAt(userInfo, "UpdatedDeviceInfo");
+    const auto driverName = platform::textAt(press.event, "driverName");
+    return devices && driverName ? platform::dictionaryAt(*devices, *driverName) : std::nullopt;
+}
+
 } // namespace
 
 void TgaServiceManager::SM_HandleScanEvent(const platform::AppleEvent& event, platform::AppleEvent&) {
@@ -44,111 +50,122 @@ void TgaServiceManager::SM_HandleScanEvent(const platform::AppleEvent& event, pl
     }
     endRunOfDeadScanAssistant();
     Dictionary current = currentEventOf(*scanEvent);
-    if (const auto address = addressOfDriver(platform::textAt(current, "driverName"))) {
+    const ScanSettingsVersion version = SM_PeloxScanSettingVersion(platform::textAt(current, "driverName"));
+    if (const auto address = localAddressOfVersion(version.version)) {
         current["IPAddress"] = *address;
     }
-    setCurrentEvent(current);
+    const ScanPress press = setCurrentEvent(std::move(current));
     TrLaunchApplicationManager::sharedLaunchApplicationManager()->launchScanAssistantWithWait();
     PSlog("%s Leave [Line %d] ", name, __LINE__);
-    waitingPress_ = WaitingPress{current, platform::current().clock.monotonicSeconds()};
+    waitingPress_ = WaitingPress{press, platform::current().clock.monotonicSeconds(), {}};
     askScanAssistant();
-}
-
-void TgaServiceManager::requestConfirmation(const Dictionary& event) {
-    postConfirmationRequest(platform::textAt(event, "driverName"), platform::textAt(event, "IPAddress"),
-                            true);
-}
-
-std::optional<std::string>
-TgaServiceManager::addressOfDriver(const std::optional<std::string>& driverName) const {
-    return localAddressOfVersion(SM_PeloxScanSettingVersion(driverName));
-}
-
-std::int32_t
-TgaServiceManager::SM_PeloxScanSettingVersion(const std::optional<std::string>& driverName) const {
-    return scanSettingsVersion(driverName).version;
 }
 
 void TgaServiceManager::SM_ScannerConfirmationDidFinish(const platform::Notification& notification) {
     constexpr const char* name = "-[TgaServiceManager SM_ScannerConfirmationDidFinish:]";
     PSlog("%s Enter [Line %d] ", name, __LINE__);
-    const Dictionary event = currentEvent();
+    const ScanPress press = currentPress();
     const Dictionary userInfo = notification.userInfo.value_or(Dictionary{});
     const std::int64_t result = platform::integerAt(userInfo, "ScannerConfirmResult").value_or(-1);
     PSlog("%s [Line %d] result_Int = %d", name, __LINE__, result);
-    bool isFailed = result != 0;
-    const auto runnerManager = TgaActionRunnerManager::sharedActionRunnerManager();
-    if (const auto runner = runnerManager->currentActionRunner()) {
-        PSlog("%s [Line %d] executeAction", name, __LINE__);
-        if (result == 0) {
-            isFailed = !guarded(name, [&] { runner->performAction(); });
+    using Answered = UnansweredRequests::Answered;
+    switch (unanswered_.answered(press.serial, deviceInfoOf(press, userInfo).has_value(), currentRun())) {
+    case Answered::nothing:
+        PSlog("%s Leave [Line %d] nothing waits for it", name, __LINE__);
+        return;
+    case Answered::pressDuringScan:
+        PSlog("%s Leave [Line %d] a project is running", name, __LINE__);
+        waitingPress_->assistant.reset(); // it quits after the scan; another one is for this press
+        return;
+    case Answered::run:
+        if (const auto runner = TgaActionRunnerManager::sharedActionRunnerManager()->currentActionRunner()) {
+            executeAction(*runner, result);
+            break;
         }
-        runnerManager->setCurrentActionRunner(nullptr);
-        TrProjectManager::setRunningProjectStatus(false);
-    } else if (result == 0) {
+        [[fallthrough]];
+    case Answered::press:
+        confirmPress(press, userInfo, result);
+        break;
+    }
+    PSlog("%s Leave [Line %d] ", name, __LINE__);
+}
+
+void TgaServiceManager::executeAction(TgaActionRunner& runner, std::int64_t result) {
+    constexpr const char* name = "-[TgaServiceManager SM_ScannerConfirmationDidFinish:]";
+    PSlog("%s [Line %d] executeAction", name, __LINE__);
+    const bool isPerformed = result == 0 && guarded(name, [&] { runner.performAction(); });
+    TgaActionRunnerManager::sharedActionRunnerManager()->setCurrentActionRunner(nullptr);
+    TrProjectManager::setRunningProjectStatus(false);
+    if (!isPerformed) {
+        receiveError();
+    }
+    assistantWatch_.lookSoon(); // a press may wait for this end
+}
+
+void TgaServiceManager::confirmPress(const ScanPress& press, const Dictionary& userInfo,
+                                     std::int64_t result) {
+    constexpr const char* name = "-[TgaServiceManager SM_ScannerConfirmationDidFinish:]";
+    const auto isWaiting = [&] { return waitingPress_ && waitingPress_->press.serial == press.serial; };
+    if (result == 0 && isWaiting() && waitingPress_->assistant &&
+        !TrLaunchApplicationManager::sharedLaunchApplicationManager()->isLaunchScanAssistant()) {
+        PSlog("%s [Line %d] the scan assistant quit after its answer", name, __LINE__);
+        repeatWaitingPress();
+        return;
+    }
+    bool isStarted = false;
+    if (result == 0) {
         PSlog("%s [Line %d] confirmAction", name, __LINE__);
-        isFailed = true;
-        guarded(name, [&] { isFailed = !confirmAction(userInfo); });
-        if (isFailed) {
+        isStarted = guardedResult(name, false, [&] {
+            return SM_CheckEventInfo(press.event, deviceInfoOf(press, userInfo),
+                                     platform::textAt(userInfo, "ScannerVersion"));
+        });
+        if (!isStarted) {
             PSlog("%s [Line %d] SM_CheckEventInfo fails", name, __LINE__);
         }
     }
-    if (isFailed) {
-        PSlog("%s [Line %d] receiveError", name, __LINE__);
-        TrLaunchApplicationManager::sharedLaunchApplicationManager()->terminateScanAssistant();
-        postScanEventDidFinish();
+    if (!isStarted) {
+        receiveError();
     }
-    PSlog("%s Leave [Line %d] ", name, __LINE__);
-    forgetCurrentEvent(event);
-    waitingPress_.reset();
-    stopWaitingForScanAssistant();
+    forgetPress(press);
+    if (isWaiting()) {
+        waitingPress_.reset();
+        assistantWatch_.stopLooking();
+    }
 }
 
-bool TgaServiceManager::confirmAction(const Dictionary& userInfo) {
-    const std::optional<std::string> driverName = platform::textAt(currentEvent(), "driverName");
-    std::optional<Dictionary> deviceInfo;
-    if (const auto updated = platform::dictionaryAt(userInfo, "UpdatedDeviceInfo"); updated && driverName) {
-        deviceInfo = platform::dictionaryAt(*updated, *driverName);
-    }
-    return SM_CheckEventInfo(deviceInfo, platform::textAt(userInfo, "ScannerVersion"));
+void TgaServiceManager::receiveError() {
+    PSlog("%s [Line %d] receiveError", "-[TgaServiceManager SM_ScannerConfirmationDidFinish:]", __LINE__);
+    TrLaunchApplicationManager::sharedLaunchApplicationManager()->terminateScanAssistant();
+    postScanEventDidFinish();
 }
 
-bool TgaServiceManager::SM_CheckEventInfo(const std::optional<Dictionary>& deviceInfo,
+bool TgaServiceManager::SM_CheckEventInfo(const Dictionary& event,
+                                          const std::optional<Dictionary>& deviceInfo,
                                           const std::optional<std::string>& scannerVersion) {
     constexpr const char* name = "-[TgaServiceManager SM_CheckEventInfo:scannerVersion:]";
     PSlog("%s [Line %d] ", name, __LINE__);
-    const std::optional<std::string> driverName = platform::textAt(currentEvent(), "driverName");
+    const std::optional<std::string> driverName = platform::textAt(event, "driverName");
     PSlog("%s [Line %d] driverName_String = %@", name, __LINE__, driverName);
     if (!driverName) {
         return false;
     }
-    const std::int32_t eventID = SM_MappingEventIDWithDevInfo(deviceInfo, modelIDOfDevice(deviceInfo));
+    const std::int32_t eventID =
+        SM_MappingEventIDWithDevInfo(event, deviceInfo, array_DeviceInfoList).eventID;
     bool isEventAction = false;
     if (isRefusedEvent(eventID)) {
         showNotSupportedEvent();
     } else {
-        isEventAction = SM_EventAction(std::to_string(eventID), deviceInfo, scannerVersion);
+        isEventAction = SM_EventAction(event, std::to_string(eventID), deviceInfo, scannerVersion);
     }
     PSlog("%s Leave [Line %d] ", name, __LINE__);
     return isEventAction;
 }
 
-std::int32_t TgaServiceManager::SM_FeatureBitOfModelID(const std::optional<std::string>& modelID) const {
-    return featureBitsOfModel(modelID);
-}
-
-std::int32_t TgaServiceManager::SM_MappingEventIDWithDevInfo(const std::optional<Dictionary>&,
-                                                             const std::string& modelID) const {
-    return mapScanEvent(currentEvent(), modelID, SM_FeatureBitOfModelID(modelID), array_DeviceInfoList)
-        .eventID;
-}
-
-bool TgaServiceManager::SM_EventAction(const std::string& eventID,
+bool TgaServiceManager::SM_EventAction(const Dictionary& event, const std::string& eventID,
                                        const std::optional<Dictionary>& deviceInfo,
                                        const std::optional<std::string>& scannerVersion) {
     constexpr const char* name = "-[TgaServiceManager SM_EventAction:deviceInfo:scannerVersion:]";
     PSlog("%s Enter [Line %d] ", name, __LINE__);
-    const Dictionary event = currentEvent();
     const std::optional<std::string> driverName = platform::textAt(event, "driverName");
     if (!driverName) {
         PSlog("%s [Line %d] driverName_String = %@", name, __LINE__, driverName);
@@ -168,8 +185,7 @@ bool TgaServiceManager::SM_EventAction(const std::string& eventID,
         project->setDriverNameAtScanSettings(*driverName);
         project->setIPAddressAtScanSettings(address);
         project->setProjectID(project->projectID()); // puts the ID into the scan settings again
-        watchScanAssistant();                        // before it is asked to scan, which may be the end of it
-        TrProjectManager::sharedProjectManager()->runProject(project, driver, eventID, address);
+        runProject(project, driver, eventID, address);
     }
     PSlog("%s Leave [Line %d] isEventAction_BOOL = %d", name, __LINE__, isEventAction);
     return isEventAction;

@@ -1,13 +1,15 @@
 // What the service manager does when another application reports something.
 
 #include "agent/service/TgaServiceManager.h"
-#include "files/NotificationNames.h"
 
 #include "agent/log/Guarded.h"
+#include "agent/service/ScanEventMapping.h"
 #include "catalogue/drivers/TrScannerDriverInformation.h"
+#include "files/NotificationNames.h"
 #include "files/PxIniParser.h"
 #include "platform/Platform.h"
 #include "projects/information/TrProjectInformation.h"
+#include "projects/manager/CachedCatalogues.h"
 #include "projects/manager/TrProjectManager.h"
 #include "runners/actions/TgaActionRunner.h"
 #include "runners/actions/TgaActionRunnerManager.h"
@@ -30,6 +32,24 @@ std::vector<std::string> textsOf(const Array& list) {
         }
     }
     return texts;
+}
+
+/// The project of a test scan with the scan settings that came with it; null when either is missing.
+std::shared_ptr<TrProjectInformation> testScanProject(const Dictionary& testScanInfo,
+                                                      const std::optional<std::string>& driverName) {
+    const std::optional<std::string> path = platform::textAt(testScanInfo, "TestScanProjectFilePath");
+    const std::optional<Dictionary> settings = platform::dictionaryAt(testScanInfo, "TestScanScanSettings");
+    if (!path || !settings) {
+        return nullptr;
+    }
+    // The file is read afresh and forgotten again: what is given for the test never lingers.
+    const auto parser = PxIniParser::sharedParser();
+    parser->removeItemAtPath(*path);
+    auto project = TrProjectInformation::initWithPath(*path);
+    project->setScanSettings(*settings);
+    project->setDriverNameAtScanSettings(driverName);
+    parser->removeItemAtPath(*path);
+    return project;
 }
 
 } // namespace
@@ -86,51 +106,31 @@ void TgaServiceManager::SM_TestScanningWillStart(const platform::Notification& n
     }
     const auto launcher = TrLaunchApplicationManager::sharedLaunchApplicationManager();
     launcher->terminateScanAssistantWithWait();
-    dictionary_TestScanInfo = userInfo;
+    endRunOfDeadScanAssistant();
     launcher->launchScanAssistantWithWait();
     const std::optional<Dictionary> deviceInfo = platform::dictionaryAt(userInfo, "TestScanDeviceInfo");
-    const std::int32_t result = deviceInfo ? SM_RunTestScan(*deviceInfo) : -1;
-    dictionary_TestScanInfo.reset();
+    const std::int32_t result = deviceInfo ? SM_RunTestScan(*deviceInfo, userInfo) : -1;
     if (result != 0) {
         postScanEventDidFinish();
     }
 }
 
-std::int32_t TgaServiceManager::SM_RunTestScan(const Dictionary& deviceInfo) {
-    const Dictionary testScanInfo = dictionary_TestScanInfo.value_or(Dictionary{});
-    const auto driverInfo = platform::dictionaryAt(testScanInfo, "TestScanDriverInfo");
+std::int32_t TgaServiceManager::SM_RunTestScan(const Dictionary& deviceInfo,
+                                               const Dictionary& dictionary_TestScanInfo) {
+    const auto driverInfo = platform::dictionaryAt(dictionary_TestScanInfo, "TestScanDriverInfo");
     if (!driverInfo) {
         return -1;
     }
     const auto driver = TrScannerDriverInformation::initWithDriverInformation(*driverInfo);
     driver->setDeviceInfo(deviceInfo);
-    const auto project = testScanProject(driver->driverName());
-    const std::optional<std::string> eventID = platform::textAt(testScanInfo, "TestScanEventID");
+    const auto project = testScanProject(dictionary_TestScanInfo, driver->driverName());
+    const std::optional<std::string> eventID = platform::textAt(dictionary_TestScanInfo, "TestScanEventID");
     if (!project || !eventID) {
         return -1;
     }
-    watchScanAssistant(); // before it is asked to scan, which may be the end of it
-    TrProjectManager::sharedProjectManager()->runProject(project, driver, *eventID,
-                                                         addressOfDriver(driver->driverName()));
+    const std::int32_t version = SM_PeloxScanSettingVersion(driver->driverName()).version;
+    runProject(project, driver, *eventID, localAddressOfVersion(version));
     return 0;
-}
-
-std::shared_ptr<TrProjectInformation>
-TgaServiceManager::testScanProject(const std::optional<std::string>& driverName) const {
-    const Dictionary testScanInfo = dictionary_TestScanInfo.value_or(Dictionary{});
-    const std::optional<std::string> path = platform::textAt(testScanInfo, "TestScanProjectFilePath");
-    const std::optional<Dictionary> settings = platform::dictionaryAt(testScanInfo, "TestScanScanSettings");
-    if (!path || !settings) {
-        return nullptr;
-    }
-    // The file is read afresh and forgotten again: what is given for the test never lingers.
-    const auto parser = PxIniParser::sharedParser();
-    parser->removeItemAtPath(*path);
-    auto project = TrProjectInformation::initWithPath(*path);
-    project->setScanSettings(*settings);
-    project->setDriverNameAtScanSettings(driverName);
-    parser->removeItemAtPath(*path);
-    return project;
 }
 
 } // namespace trigora

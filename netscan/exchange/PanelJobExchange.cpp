@@ -33,11 +33,7 @@ std::optional<std::string> scannerName(const NSMScanRequest& request, const Pane
     }
     const std::optional<std::string> productID = fieldText(request.productID, Encoding::utf8);
     std::optional<std::string> name = productID ? manager.dsNameWithScopeList(*productID) : std::nullopt;
-    if (!name || name->empty()) {
-        name.reset();
-        TgaServiceManager::sharedServiceManager()->getDriverName(name);
-    }
-    return name;
+    return name && !name->empty() ? name : TgaServiceManager::sharedServiceManager()->getDriverName();
 }
 
 std::int32_t sendList(PanelConnection& connection, std::optional<PanelJobList> list,

@@ -153,7 +153,7 @@ bool TgaNetworkSettingsManager::askDriverName(const std::string& productID, cons
         clock.sleepMicroseconds(pollPause);
         isAnswerComing = !service->isDriverNameAnswered() &&
                          (poll % pollsPerLook != 0 || launcher->isLaunchScanAssistant());
-        service->getDriverName(driverName);
+        driverName = service->getDriverName();
     }
     setDSName(driverName, productID);
     return driverName.has_value();

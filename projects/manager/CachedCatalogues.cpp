@@ -7,7 +7,7 @@
 
 namespace trigora {
 
-void releaseCachedCatalogues() {
+void SM_RefreshDataManager() {
     forgetParsedFiles();
     TrActionManager::releaseSharedManager();
     TrProjectManager::releaseSharedManager();

@@ -4,6 +4,6 @@ namespace trigora {
 
 /// Drops everything that was made from the user's and the installed files, so that its next use reads them
 /// afresh. Main thread only.
-void releaseCachedCatalogues();
+void SM_RefreshDataManager();
 
 } // namespace trigora

@@ -42,5 +42,17 @@ TEST_F(TgaApplicationDelegateTest, TakesButtonEventsBeforeTheSourcesStart) {
     EXPECT_EQ(statusAtStart, 0);
 }
 
+TEST_F(TgaApplicationDelegateTest, StartsWhatCanBeStarted) {
+    TgaApplicationDelegate delegate({{"source", note("start source"), {}, note("read settings")}});
+    appleEvents.isBroken = true;
+    delegate.applicationDidFinishLaunching();
+    notifications.receive("DidFinishScanDistributedNotification");
+    EXPECT_EQ(journal.take(), (Lines{"start source", "post ScanEventDidFinishNotification"}));
+
+    notifications.isBroken = true;
+    delegate.applicationDidFinishLaunching();
+    EXPECT_EQ(journal.take(), Lines{"start source"});
+}
+
 } // namespace
 } // namespace trigora

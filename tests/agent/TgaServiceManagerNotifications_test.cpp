@@ -29,6 +29,7 @@ protected:
     }
 
     void startScan() {
+        loop.advance(1); // after the scan before this one
         processes.appear("PScanAssistant");
         press("XY-1", "D1", 1);
         confirm("D1", 0x123);
@@ -99,9 +100,7 @@ TEST_F(TgaServiceManagerNotificationsTest, LetsTheAssistantGoForTheScanningAppli
 
 TEST_F(TgaServiceManagerNotificationsTest, KeepsTheLastReportedDriverName) {
     start();
-    std::optional<std::string> driverName = "unset";
-    service->getDriverName(driverName);
-    EXPECT_EQ(driverName, std::nullopt);
+    EXPECT_EQ(service->getDriverName(), std::nullopt);
     const std::string name = "DidGetDriverNameWithIPAddressDistributedNotification";
     const std::pair<std::optional<Dictionary>, std::string> reports[] = {
         {Dictionary{{"DriverName", "D1"}}, "D1"},
@@ -113,8 +112,7 @@ TEST_F(TgaServiceManagerNotificationsTest, KeepsTheLastReportedDriverName) {
     for (const auto& [report, expected] : reports) {
         processes.appear("PScanAssistant");
         notifications.receive(name, report);
-        service->getDriverName(driverName);
-        EXPECT_EQ(driverName, expected);
+        EXPECT_EQ(service->getDriverName(), expected);
         EXPECT_EQ(journal.take(), Lines{failed[0]});
     }
     notifications.receive(name);
@@ -173,7 +171,8 @@ TEST_F(TgaServiceManagerNotificationsTest, RunsTestScans) {
         Lines journalled = journal.take();
         journalled.erase(std::unique(journalled.begin(), journalled.end()), journalled.end());
         EXPECT_EQ(journalled, c.expected) << c.key << " " << c.value.value_or(Value()).description();
-        TrProjectManager::setRunningProjectStatus(false);
+        notifications.receive("DidFinishScanDistributedNotification");
+        journal.take();
     }
     notifications.receive("TestScannningWillStartNotification");
     EXPECT_EQ(journal.take(), Lines{finished});

@@ -1,6 +1,9 @@
 // From the press of a button to the run of a project, and every way in which that fails.
 
 #include "projects/manager/TrProjectManager.h"
+#include "runners/actions/RunnerInputs.h"
+#include "runners/actions/TgaActionRunner.h"
+#include "runners/actions/TgaActionRunnerManager.h"
 #include "tests/agent/InstalledScannerTest.h"
 
 namespace trigora {
@@ -160,7 +163,7 @@ TEST_F(TgaServiceManagerTest, RefusesTwoEvents) {
     alertPanel.whileShown = [&] { service->setCurrentEvent(later); }; // by a network scanner
     press("XY-1", "D1", 3);
     confirm("D1", 0x123);
-    EXPECT_EQ(service->currentEvent(), later);
+    EXPECT_EQ(service->currentPress().event, later);
 }
 
 TEST_F(TgaServiceManagerTest, ReadsDamagedDeviceTablesAsMissing) {
@@ -182,6 +185,22 @@ TEST_F(TgaServiceManagerTest, ReadsDamagedDeviceTablesAsMissing) {
     EXPECT_EQ(eventOfPress("XY-1", "D1", 7), "7");
 }
 
+TEST_F(TgaServiceManagerTest, RunsWhatIsBoundForTheModel) {
+    installEvent("101");
+    writePropertyList(paths::buttonBindingsFile(std::string("0124")), Dictionary{{"101", "340"}});
+    installProject("340");
+    start();
+    for (const auto& [modelID, projectID] : {std::pair{0x124, "340"}, std::pair{0x123, "110"}}) {
+        press("XY-1", "D1", 1);
+        confirm("D1", modelID);
+        const auto runner = TgaActionRunnerManager::sharedActionRunnerManager()->currentActionRunner();
+        const auto* input = dynamic_cast<ScanAssistantDataInput*>(runner.get());
+        ASSERT_TRUE(input && input->scanAssistantData());
+        EXPECT_EQ(platform::textAt(*input->scanAssistantData(), "ProjectID"), projectID);
+        confirm("D1", modelID);
+    }
+}
+
 TEST_F(TgaServiceManagerTest, HandsTheProjectOverWithThePress) {
     // A project that scans shows its settings in what it asks the assistant for.
     writeFile(paths::predefinedProjectFolder() + "/700.plg",
@@ -194,7 +213,10 @@ TEST_F(TgaServiceManagerTest, HandsTheProjectOverWithThePress) {
     start();
     writeFile(paths::scannerCapabilityFile(), "[Model0123]\nModifiedEvent=16\n");
     press("XY-1", "D1", 0x11);
+    const Dictionary later{{"driverName", "D2"}, {"eventStatus", 2}, {"IPAddress", "10.0.0.9"}};
+    userDefaults.onRead = [&] { service->setCurrentEvent(later); }; // by a network scanner, on its thread
     confirm("D1", 0x123);
+    EXPECT_EQ(service->currentPress().event, later);
     ASSERT_TRUE(request);
     const Dictionary settings = platform::dictionaryAt(*request, "ScanSettings").value_or(Dictionary{});
     EXPECT_EQ(platform::integerAt(settings, "extFeatureBit"), 0x11);

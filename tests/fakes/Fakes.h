@@ -16,6 +16,7 @@
 #include <deque>
 #include <map>
 #include <mutex>
+#include <stdexcept>
 
 namespace trigora::test {
 
@@ -134,6 +135,8 @@ public:
     void onPost(const std::string& name, Handler reaction) { reactions_[name] = std::move(reaction); }
     std::size_t observerCount() const { return observers_.size(); }
 
+    bool isBroken = false; ///< takes no observers
+
 private:
     struct Observer {
         std::string name;
@@ -152,6 +155,9 @@ public:
     explicit FakeAppleEvents(Journal& journal) : journal_(journal) {}
 
     void setEventHandler(std::uint32_t eventClass, std::uint32_t eventID, Handler handler) override {
+        if (isBroken) {
+            throw std::runtime_error("no bus");
+        }
         handlers_[{eventClass, eventID}] = std::move(handler);
     }
     void removeEventHandler(std::uint32_t eventClass, std::uint32_t eventID) override {
@@ -164,6 +170,7 @@ public:
     bool isPresent(const platform::AppleEventTarget&) override { return isAnybodyPresent; }
 
     bool isAnybodyPresent = true;
+    bool isBroken = false; ///< takes no handlers
 
     /// An event from outside; gives the reply that the handler filled in, or the status -1708.
     platform::AppleEventReply receive(const platform::AppleEvent& event);
@@ -268,6 +275,9 @@ private:
 class FakeUserDefaults final : public platform::UserDefaults {
 public:
     std::optional<platform::Value> value(const std::string& key) override {
+        if (onRead) {
+            onRead();
+        }
         const platform::Value* found = platform::find(values, key);
         return found ? std::optional(*found) : std::nullopt;
     }
@@ -283,6 +293,7 @@ public:
     platform::Dictionary values{{"AppleLanguages", platform::Array{"en"}}, {"AppleLocale", "en_US"}};
     platform::Dictionary domains;
     std::string localeIdentifier = "en_US";
+    std::function<void()> onRead;
 };
 
 class FakeSystemInformation final : public platform::SystemInformation {

@@ -89,6 +89,9 @@ void FakeRunLoop::advance(double seconds) {
 }
 
 FakeNotifications::ObserverID FakeNotifications::observe(std::string name, Handler handler) {
+    if (isBroken) {
+        throw std::runtime_error("no bus");
+    }
     observers_[++lastObserver_] = {std::move(name), std::move(handler)};
     return lastObserver_;
 }

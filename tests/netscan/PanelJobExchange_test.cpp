@@ -257,7 +257,7 @@ TEST_F(PanelEvents, ASimpleScanIsConfirmedOnTheMainThread) {
     request.eventStatus = 0x10002;
     EXPECT_EQ(event(3, &request), 1);
     EXPECT_EQ(journal.take(), Lines{});
-    EXPECT_EQ(TgaServiceManager::sharedServiceManager()->currentEvent(),
+    EXPECT_EQ(TgaServiceManager::sharedServiceManager()->currentPress().event,
               (Dictionary{{"initiator", 0},
                           {"eventStatus", 0x10002},
                           {"modelName", "Scanner One"},
