@@ -9,6 +9,7 @@
 #include "platform/DistributedNotifications.h"
 #include "platform/FileSystem.h"
 #include "platform/Processes.h"
+#include "platform/RunLoop.h"
 #include "platform/Text.h"
 
 #include <algorithm>
@@ -42,11 +43,14 @@ std::int32_t launchInstalled(const std::string& executable) {
     return 0;
 }
 
+/// No wait goes on then.
+bool isEnding() { return platform::current().runLoop.isEnding(); }
+
 /// In short sleeps, because a single one may end early.
 void waitMonotonic(double seconds) {
     platform::Clock& clock = platform::current().clock;
     const double start = clock.monotonicSeconds();
-    while (clock.monotonicSeconds() - start < seconds) {
+    while (!isEnding() && clock.monotonicSeconds() - start < seconds) {
         clock.sleepMicroseconds(startPollMicroseconds);
     }
 }
@@ -120,7 +124,7 @@ bool TrLaunchApplicationManager::launchScanAssistantWithWait() const {
         if (launchScanAssistant() == 0) {
             // On purpose it waits while the assistant is seen: one that has just been launched is not listed
             // yet, and the two seconds are what lets it start.
-            while (isLaunchScanAssistant()) {
+            while (!isEnding() && isLaunchScanAssistant()) {
                 platform::current().clock.sleepMicroseconds(microsecondsPerSecond);
             }
             waitMonotonic(startSeconds);
@@ -140,7 +144,7 @@ void TrLaunchApplicationManager::terminateScanAssistantWithWait() const {
         return;
     }
     terminateScanAssistant();
-    while (isLaunchScanAssistant()) {
+    while (!isEnding() && isLaunchScanAssistant()) {
         terminateScanAssistant();
         platform::current().clock.sleepMicroseconds(quitPollMicroseconds);
     }

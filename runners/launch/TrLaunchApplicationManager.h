@@ -44,7 +44,7 @@ public:
     bool launchScanAssistantWithWait() const;
     /// Asks the assistant to quit.
     void terminateScanAssistant() const;
-    /// Asks the assistant to quit until it has gone, however long that takes.
+    /// Asks the assistant to quit until it has gone, however long that takes, or until this program ends.
     void terminateScanAssistantWithWait() const;
 
     /// 0, or -1 when the agent runs already or is not installed.

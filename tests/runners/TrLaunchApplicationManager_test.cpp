@@ -125,6 +125,28 @@ TEST_F(LaunchTest, asksTheScanAssistantToQuitUntilItHasGone) {
     EXPECT_NEAR(clock.monotonicSeconds() - start, 0.3, 1e-6);
 }
 
+TEST_F(LaunchTest, waitsNoLongerWhenTheProgramEnds) {
+    const auto secondsOf = [&](const std::function<void()>& wait) {
+        loop.run(); // which is told to stop during the wait
+        const double start = clock.monotonicSeconds();
+        clock.onSleep = [&, start] {
+            if (clock.monotonicSeconds() - start > 0.9) {
+                loop.stop(0);
+            }
+            if (clock.monotonicSeconds() - start > 100) {
+                processes.exit("PScanAssistant");
+            }
+        };
+        wait();
+        return clock.monotonicSeconds() - start;
+    };
+    EXPECT_LT(secondsOf([&] { manager->launchScanAssistantWithWait(); }), 1.5) << "it comes up";
+    EXPECT_LT(secondsOf([&] { manager->terminateScanAssistantWithWait(); }), 1.5) << "it does not quit";
+    processes.exit("PScanAssistant");
+    processes.onLaunch = [&](const auto&, const auto&) { processes.appear("PScanAssistant"); };
+    EXPECT_LT(secondsOf([&] { manager->launchScanAssistantWithWait(); }), 1.5) << "it is there at once";
+}
+
 TEST_F(LaunchTest, launchesTheAgentOnce) {
     EXPECT_EQ(manager->launchTrigoraAgent(), 0);
     EXPECT_EQ(journal.take(), Lines{"launch " + agent});
