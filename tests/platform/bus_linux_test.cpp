@@ -299,42 +299,59 @@ TEST_F(Bus, absentTargetsAreReportedAtOnce) {
     EXPECT_LT(since(start), milliseconds(2000));
 }
 
-TEST_F(Bus, aProcessJustLaunchedIsWaitedFor) {
-    const IdleChild child;
-    int taken = 0;
-    outside.events->setEventHandler(press.eventClass, press.eventID,
-                                    [&](const AppleEvent&, AppleEvent&) { ++taken; });
-    std::atomic<int> status = 1;
-    std::thread sender(
-        [&] { status = here.events->sendWithoutReply(ProcessTarget{child.processID()}, press); });
-    std::this_thread::sleep_for(milliseconds(40));
-    EXPECT_EQ(status, 1) << "still waited for";
-    outside.connection->requestName(bus::processName(child.processID()));
-    outside.turnUntil([&] { return taken == 1; });
-    sender.join();
-    EXPECT_EQ(status, 0);
+TEST_F(Bus, eventsForAProcessJustLaunchedWaitUntilItTakesThem) {
+    const AppleEvent second{press.eventClass, 2, {}};
+    const AppleEvent asked{press.eventClass, 3, {}};
+    std::vector<std::uint32_t> taken;
+    for (const AppleEvent& event : {press, second, asked}) {
+        outside.events->setEventHandler(
+            event.eventClass, event.eventID,
+            [&](const AppleEvent& arrived, AppleEvent&) { taken.push_back(arrived.eventID); });
+    }
+    const auto start = steady_clock::now();
+    const IdleChild early;
+    EXPECT_EQ(here.events->sendWithoutReply(ProcessTarget{early.processID()}, press), 0);
+    EXPECT_EQ(here.events->sendWithoutReply(ProcessTarget{early.processID()}, second), 0);
+    EXPECT_LT(since(start), milliseconds(5000)) << "nobody waits";
+    here.settle();
+    outside.connection->requestName(bus::processName(early.processID()));
+    here.settle();
+    here.settle();
+    outside.turnUntil([&] { return taken.size() == 2; });
+
+    // A name that is there before anybody looks, and an event that wants an answer.
+    BusParty sender;
+    const IdleChild late;
+    EXPECT_EQ(sender.events->sendWithoutReply(ProcessTarget{late.processID()}, press), 0);
+    outside.connection->requestName(bus::processName(late.processID()));
+    EXPECT_EQ(sender.events->sendWithoutReply(ProcessTarget{late.processID()}, second), 0);
+    std::thread asker([&] {
+        EXPECT_EQ(sender.events->sendWaitingForReply(ProcessTarget{late.processID()}, asked).status, 0);
+    });
+    outside.turnUntil([&] { return taken.size() == 5; });
+    asker.join();
+    outside.settle({&sender});
+    EXPECT_EQ(taken, (std::vector<std::uint32_t>{press.eventID, 2, press.eventID, 2, 3}));
 }
 
-TEST_F(Bus, theWaitForAProcessEndsWithItAndWithTheTimeOut) {
-    auto start = steady_clock::now();
-    const IdleChild child;
-    std::thread killer([&] {
-        std::this_thread::sleep_for(milliseconds(40));
-        child.end();
-    });
-    EXPECT_EQ(here.events->sendWithoutReply(ProcessTarget{child.processID()}, press), platform::procNotFound);
-    EXPECT_GE(since(start), milliseconds(35));
-    EXPECT_LT(since(start), milliseconds(5000)) << "ended with the process, long before the time-out";
-    killer.join();
-
-    platform::BusAppleEvents impatient(*outside.connection, milliseconds(80));
+TEST_F(Bus, eventsWaitNoLongerThanTheirProcessAndTheTimeOut) {
+    outside.events->setEventHandler(press.eventClass, press.eventID,
+                                    [](const AppleEvent&, AppleEvent&) { ADD_FAILURE() << "long dropped"; });
+    platform::BusAppleEvents impatient(*here.connection, milliseconds(80));
     const IdleChild idle;
-    start = steady_clock::now();
+    const IdleChild ended;
+    EXPECT_EQ(impatient.sendWithoutReply(ProcessTarget{idle.processID()}, press), 0);
+    EXPECT_EQ(here.events->sendWithoutReply(ProcessTarget{ended.processID()}, press), 0);
+    ended.end();
+    const auto start = steady_clock::now();
+    here.turnUntil([&] { return since(start) > milliseconds(120); });
     EXPECT_EQ(impatient.sendWithoutReply(ProcessTarget{idle.processID()}, press), platform::procNotFound);
-    EXPECT_GE(since(start), milliseconds(40));
-    start = steady_clock::now();
-    EXPECT_EQ(impatient.sendWithoutReply(ProcessTarget{idle.processID()}, press), platform::procNotFound);
-    EXPECT_LT(since(start), milliseconds(40)) << "no longer just launched";
+    EXPECT_EQ(here.events->sendWithoutReply(ProcessTarget{ended.processID()}, press), platform::procNotFound);
+    outside.connection->requestName(bus::processName(idle.processID()));
+    outside.connection->requestName(bus::processName(ended.processID()));
+    here.settle();
+    here.settle();
+    outside.settle({&here});
 }
 
 TEST_F(Bus, anEventToItselfDoesNotHang) {

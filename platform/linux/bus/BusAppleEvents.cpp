@@ -11,7 +11,6 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <cmath>
 #include <string_view>
 #include <vector>
 
@@ -43,13 +42,17 @@ std::int32_t statusOf(const sd_bus_error& error) {
     return errAEEventNotHandled;
 }
 
-/// How long ago the process started; nothing when there is no such process.
-std::optional<milliseconds> ageOf(std::int32_t processID) {
-    const std::optional<ProcessStatus> status = processStatus(processID);
-    if (!status) {
-        return std::nullopt;
-    }
-    return milliseconds(std::llround((secondsSinceMachineStart() - status->startSeconds) * 1000));
+/// Sends without wanting an answer to the owner of a unique name.
+std::int32_t sendTo(BusConnection& connection, const std::string& owner, const AppleEvent& event) {
+    const bool sent = connection.send([&](sd_bus* bus) {
+        const BusMessagePointer message = bus::eventCall(bus, owner, event);
+        if (!message) {
+            return -ENOMEM;
+        }
+        sd_bus_message_set_expect_reply(message.get(), 0);
+        return sd_bus_send(bus, message.get(), nullptr);
+    });
+    return sent ? 0 : procNotFound;
 }
 
 /// A handle on a process that cannot come to mean another one.
@@ -72,7 +75,11 @@ private:
 } // namespace
 
 BusAppleEvents::BusAppleEvents(BusConnection& connection, milliseconds timeOut)
-    : connection_(connection), timeOut_(timeOut), mainThread_(std::this_thread::get_id()) {
+    : connection_(connection), timeOut_(timeOut), mainThread_(std::this_thread::get_id()),
+      waitingEvents_(std::make_shared<WaitingEvents>(
+          connection, timeOut, [&connection](const std::string& owner, const AppleEvent& event) {
+              return sendTo(connection, owner, event);
+          })) {
     static const sd_bus_vtable methods[] = {
         SD_BUS_VTABLE_START(0),
         SD_BUS_METHOD(bus::sendMethod, bus::eventSignature, bus::replySignature, sendCalled,
@@ -96,24 +103,21 @@ void BusAppleEvents::removeEventHandler(std::uint32_t eventClass, std::uint32_t 
 }
 
 std::int32_t BusAppleEvents::sendWithoutReply(const AppleEventTarget& target, const AppleEvent& event) {
-    const std::optional<std::string> owner = find(target);
-    if (!owner) {
-        return procNotFound;
+    const auto* process = std::get_if<ProcessTarget>(&target);
+    if (process != nullptr && process->processID != getpid()) {
+        return waitingEvents_->send(process->processID, event);
     }
-    const bool sent = connection_.send([&](sd_bus* bus) {
-        const BusMessagePointer message = bus::eventCall(bus, *owner, event);
-        if (!message) {
-            return -ENOMEM;
-        }
-        sd_bus_message_set_expect_reply(message.get(), 0);
-        return sd_bus_send(bus, message.get(), nullptr);
-    });
-    return sent ? 0 : procNotFound;
+    const std::optional<std::string> owner =
+        process != nullptr ? connection_.uniqueName() : connection_.ownerOf(bus::nameOf(target));
+    return owner ? sendTo(connection_, *owner, event) : procNotFound;
 }
 
 AppleEventReply BusAppleEvents::sendWaitingForReply(const AppleEventTarget& target, const AppleEvent& event) {
     AppleEventReply reply;
     const std::optional<std::string> owner = find(target);
+    if (const auto* process = std::get_if<ProcessTarget>(&target)) {
+        waitingEvents_->sendWaiting(process->processID); // what was sent before arrives before
+    }
     if (owner == connection_.uniqueName() && std::this_thread::get_id() == mainThread_) {
         reply.status = handle(event, reply.event) ? 0 : errAEEventNotHandled;
         return reply;
@@ -205,7 +209,7 @@ std::optional<std::string> BusAppleEvents::find(const AppleEventTarget& target) 
 
 std::optional<std::string> BusAppleEvents::findOnceLaunched(std::int32_t processID) {
     const ProcessHandle process(processID);
-    const std::optional<milliseconds> age = ageOf(processID);
+    const std::optional<milliseconds> age = ageOfProcess(processID);
     if (!age) {
         return std::nullopt;
     }

@@ -2,6 +2,7 @@
 
 #include "platform/AppleEvents.h"
 #include "platform/linux/bus/BusConnection.h"
+#include "platform/linux/bus/WaitingEvents.h"
 
 #include <chrono>
 #include <map>
@@ -26,7 +27,8 @@ public:
 
     void setEventHandler(std::uint32_t eventClass, std::uint32_t eventID, Handler handler) override;
     void removeEventHandler(std::uint32_t eventClass, std::uint32_t eventID) override;
-    /// 0 means that the target was on the bus and the event was handed to the bus whole.
+    /// 0 means that the target was on the bus and the event was handed to the bus whole, or that it waits for
+    /// the process.
     std::int32_t sendWithoutReply(const AppleEventTarget& target, const AppleEvent& event) override;
     /// An event that the main thread sends to this very program is handled inside the call.
     AppleEventReply sendWaitingForReply(const AppleEventTarget& target, const AppleEvent& event) override;
@@ -49,6 +51,7 @@ private:
     BusConnection& connection_;
     const std::chrono::milliseconds timeOut_;
     const std::thread::id mainThread_;
+    const std::shared_ptr<WaitingEvents> waitingEvents_;
     BusSlotPointer object_;
     std::map<std::pair<std::uint32_t, std::uint32_t>, Handler> handlers_;
 };

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cmath>
 #include <ctime>
 #include <unistd.h>
 
@@ -16,6 +17,12 @@ double ticksIn(const std::string& field) {
     std::uint64_t ticks = 0;
     std::from_chars(field.data(), field.data() + field.size(), ticks);
     return static_cast<double>(ticks);
+}
+
+double secondsSinceMachineStart() {
+    timespec now = {};
+    ::clock_gettime(CLOCK_BOOTTIME, &now);
+    return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) / 1e9;
 }
 
 } // namespace
@@ -42,10 +49,13 @@ std::optional<ProcessStatus> processStatus(std::int32_t processID) {
                          ticksIn(fields[startTime]) / ticksPerSecond};
 }
 
-double secondsSinceMachineStart() {
-    timespec now = {};
-    ::clock_gettime(CLOCK_BOOTTIME, &now);
-    return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) / 1e9;
+std::optional<std::chrono::milliseconds> ageOfProcess(std::int32_t processID) {
+    const std::optional<ProcessStatus> status = processStatus(processID);
+    if (!status || status->state == 'Z' || status->state == 'X') {
+        return std::nullopt;
+    }
+    return std::chrono::milliseconds(
+        std::llround((secondsSinceMachineStart() - status->startSeconds) * 1000));
 }
 
 } // namespace trigora::platform

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <optional>
 
@@ -16,6 +17,7 @@ struct ProcessStatus {
 /// None when there is no such process.
 std::optional<ProcessStatus> processStatus(std::int32_t processID);
 
-double secondsSinceMachineStart();
+/// How long ago the process started; none when it has ended.
+std::optional<std::chrono::milliseconds> ageOfProcess(std::int32_t processID);
 
 } // namespace trigora::platform
