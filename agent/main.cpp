@@ -3,6 +3,7 @@
 
 #include "agent/delegate/StatusReport.h"
 #include "agent/delegate/TgaApplicationDelegate.h"
+#include "files/NotificationNames.h"
 #include "netscan/settings/TgaNetworkSettingsManager.h"
 #include "platform/Desktop.h"
 #include "platform/linux/LinuxPlatform.h"
@@ -87,6 +88,10 @@ int runAgent(const std::string& root) {
         platform::current().console.write("TrigoraAgent: something did not let it end in order");
         std::_Exit(EXIT_FAILURE);
     });
+    // These hold it up for seconds. Answers are not among them: each of those counts.
+    real->bus()->mergeEqualNotifications(
+        {notifications::networkSettingsDidChange, notifications::scanSettingsDidChange,
+         notifications::monitorFolderSettingsDidChange, notifications::testScanningWillStart});
     real->bus()->onLost([&loop] { loop.stop(EXIT_SUCCESS); });
 
     TgaApplicationDelegate delegate(eventSources());

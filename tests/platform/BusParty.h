@@ -49,9 +49,10 @@ public:
     void settle(std::initializer_list<BusParty*> others = {}) {
         std::size_t settled = 0;
         const auto observer = notifications->observe("settled", [&](const auto&) { ++settled; });
-        notifications->post("settled", std::nullopt, true);
+        int party = 0;
+        notifications->post("settled", platform::Dictionary{{"party", party}}, true);
         for (BusParty* other : others) {
-            other->notifications->post("settled", std::nullopt, true);
+            other->notifications->post("settled", platform::Dictionary{{"party", ++party}}, true);
         }
         turnUntil([&] { return settled == others.size() + 1; });
         notifications->removeObserver(observer);

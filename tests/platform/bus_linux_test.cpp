@@ -139,6 +139,35 @@ TEST_F(Bus, whatIsNoNotificationIsDropped) {
     EXPECT_EQ(heard, (Lines{"none"}));
 }
 
+TEST_F(Bus, equalNotificationsThatWaitCountAsOneBetweenTwoEvents) {
+    here.connection->mergeEqualNotifications({"settings", "folders"});
+    Lines order;
+    const auto note = [&](const Notification& notification) {
+        order.push_back(notification.name +
+                        (notification.userInfo ? Value(*notification.userInfo).description() : ""));
+    };
+    for (const char* name : {"settings", "folders", "answer"}) {
+        here.notifications->observe(name, note);
+    }
+    here.events->setEventHandler(press.eventClass, press.eventID,
+                                 [&](const AppleEvent&, AppleEvent&) { order.emplace_back("press"); });
+    here.connection->requestName(bus::signatureName(ourSignature));
+    for (int i = 0; i < 3; ++i) {
+        outside.notifications->post("settings", std::nullopt, true);
+        outside.notifications->post("folders", std::nullopt, true);
+        outside.notifications->post("answer", std::nullopt, true);
+        outside.notifications->post("settings", Dictionary{{"a", i / 2}}, true);
+    }
+    EXPECT_EQ(outside.events->sendWithoutReply(SignatureTarget{ourSignature}, press), 0);
+    outside.notifications->post("settings", std::nullopt, true);
+    here.settle({&outside});
+    EXPECT_EQ(order, (Lines{"settings", "folders", "answer", "settings{a = 0;}", "answer", "answer",
+                            "settings{a = 1;}", "press", "settings"}));
+    outside.notifications->post("settings", std::nullopt, true);
+    here.settle({&outside});
+    EXPECT_EQ(order.size(), 10U) << "what was handled does not stand for what comes later";
+}
+
 /// A list in a list in a list …
 Value nested(int levels) { return levels == 0 ? Value("core") : Value(Array{nested(levels - 1)}); }
 

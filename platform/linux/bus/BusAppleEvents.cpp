@@ -161,20 +161,35 @@ BusMessagePointer BusAppleEvents::waitForAnswer(sd_bus* bus, sd_bus_message* cal
     return answer;
 }
 
-int BusAppleEvents::sendCalled(sd_bus_message* message, void* appleEvents, sd_bus_error* error) {
-    int result = -ENOMEM;
-    guarded([&] { result = static_cast<BusAppleEvents*>(appleEvents)->answerCall(message, error); });
-    return result;
+int BusAppleEvents::sendCalled(sd_bus_message* message, void* appleEvents, sd_bus_error*) {
+    auto& self = *static_cast<BusAppleEvents*>(appleEvents);
+    const std::shared_ptr<sd_bus_message> call(sd_bus_message_ref(message), sd_bus_message_unref);
+    const bool isTaken = guarded([&] {
+        self.connection_.inbox().add([life = std::weak_ptr(self.waitingEvents_), &self, call] {
+            if (!life.expired()) {
+                self.takeCall(call.get());
+            }
+        });
+    });
+    return isTaken ? 1 : -ENOMEM;
 }
 
-int BusAppleEvents::answerCall(sd_bus_message* message, sd_bus_error* error) const {
+void BusAppleEvents::takeCall(sd_bus_message* message) const {
+    int result = -ENOMEM;
+    guarded([&] { result = answerCall(message); });
+    if (result < 0) {
+        sd_bus_reply_method_errno(message, result, nullptr);
+    }
+}
+
+int BusAppleEvents::answerCall(sd_bus_message* message) const {
     const std::optional<AppleEvent> event = bus::readEventCall(message);
     if (!event) {
         return -EBADMSG;
     }
     AppleEvent reply;
     if (!handle(*event, reply)) {
-        return sd_bus_error_set(error, bus::notHandledError, "No handler takes this event");
+        return sd_bus_reply_method_errorf(message, bus::notHandledError, "No handler takes this event");
     }
     sd_bus_message* made = nullptr;
     int result = sd_bus_message_new_method_return(message, &made);

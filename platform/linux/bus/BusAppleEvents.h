@@ -37,8 +37,10 @@ public:
 private:
     static int sendCalled(sd_bus_message* message, void* appleEvents, sd_bus_error* error);
 
-    /// What the bus library is answered: negative for an error.
-    int answerCall(sd_bus_message* message, sd_bus_error* error) const;
+    /// Handles a call whose turn has come, and answers it.
+    void takeCall(sd_bus_message* message) const;
+    /// Negative when it could not be answered.
+    int answerCall(sd_bus_message* message) const;
     /// False when there is no handler, or when it failed.
     bool handle(const AppleEvent& event, AppleEvent& reply) const;
     /// The answer or error to a call; null when the program ends before there is one.

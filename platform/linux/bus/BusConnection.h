@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/linux/bus/Inbox.h"
 #include "platform/linux/loop/LinuxRunLoop.h"
 #include "platform/linux/loop/SystemdPointers.h"
 
@@ -8,6 +9,7 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -40,12 +42,17 @@ public:
     /// Any thread.
     bool isLost() const { return lost_; }
 
+    /// Of equal notifications with these names that have arrived and wait to be handled, with no event
+    /// between them, one is enough. Main thread only.
+    void mergeEqualNotifications(std::set<std::string> names) { inbox_.mergeEqual(std::move(names)); }
     /// The descriptor that hangs up when the bus has gone; it stays the connection's.
     int descriptor() const { return sd_bus_get_fd(mainBus_.get()); }
 
     // For the classes that speak over the bus.
 
     LinuxRunLoop& loop() const { return loop_; }
+    /// What arrives on the main connection goes through it. Main thread only.
+    Inbox& inbox() { return inbox_; }
 
     /// The main connection. Main thread only.
     sd_bus* mainBus() const { return mainBus_.get(); }
@@ -81,6 +88,7 @@ private:
     BusPointer postingBus_; // guarded by postingMutex_
 
     BusPointer mainBus_;
+    Inbox inbox_; // its pieces go before the connection
     BusSlotPointer filter_;
 };
 

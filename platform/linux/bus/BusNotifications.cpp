@@ -120,8 +120,15 @@ int BusNotifications::messageArrived(sd_bus_message* message, void* notification
         return 0;
     }
     guarded([&] {
-        if (const std::optional<Notification> notification = readPosted(message)) {
-            static_cast<BusNotifications*>(notifications)->deliver(*notification);
+        auto& self = *static_cast<BusNotifications*>(notifications);
+        if (std::optional<Notification> notification = readPosted(message)) {
+            self.connection_.inbox().addNotification(
+                std::move(*notification),
+                [life = std::weak_ptr(self.life_), &self](const Notification& arrived) {
+                    if (!life.expired()) {
+                        self.deliver(arrived);
+                    }
+                });
         }
     });
     return 0;

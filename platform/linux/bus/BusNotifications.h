@@ -4,12 +4,13 @@
 #include "platform/linux/bus/BusConnection.h"
 
 #include <map>
+#include <memory>
 
 namespace trigora::platform {
 
 /// Notifications as signals on the session bus. User information that is empty on the wire is none; what
 /// arrives in another shape is dropped. Notifications that arrive while the main thread is in a wait are
-/// delivered after it, in order.
+/// delivered after it, in order; equal ones count as one if the connection is told so.
 ///
 /// Made and destroyed on the main thread, within the life of the connection.
 class BusNotifications final : public DistributedNotifications {
@@ -42,6 +43,7 @@ private:
     BusSlotPointer filter_;
     std::map<ObserverID, Observer> observers_;
     ObserverID lastObserver_ = 0;
+    const std::shared_ptr<int> life_ = std::make_shared<int>(); ///< what waits in the inbox is for as long
 };
 
 } // namespace trigora::platform

@@ -1,0 +1,50 @@
+#pragma once
+
+#include "platform/DistributedNotifications.h"
+#include "platform/linux/loop/SystemdPointers.h"
+
+#include <deque>
+#include <functional>
+#include <optional>
+#include <set>
+#include <string>
+#include <utility>
+
+namespace trigora::platform {
+
+/// What has arrived on the main connection and waits to be handled, one piece in each turn of the loop, in
+/// the order of its arrival. Main thread only.
+class Inbox {
+public:
+    Inbox(sd_event* event, sd_bus* bus);
+    Inbox(const Inbox&) = delete;
+    Inbox& operator=(const Inbox&) = delete;
+    ~Inbox() = default;
+
+    /// From now on the connection is emptied into the inbox before each piece, so that what came while the
+    /// main thread was busy waits here; and of equal notifications with these names that wait without an
+    /// event between them only the first is handled. For a program whose handlers take long.
+    void mergeEqual(std::set<std::string> names) { merged_ = std::move(names); }
+
+    void add(std::function<void()> work) { add({std::nullopt, std::move(work)}); }
+    void addNotification(Notification notification, std::function<void(const Notification&)> deliver);
+
+private:
+    struct Piece {
+        std::optional<Notification> notification;
+        std::function<void()> work;
+    };
+
+    static int turned(sd_event_source* source, void* inbox);
+
+    void add(Piece piece);
+    bool holdsEqual(const Notification& notification) const;
+    void handleNext();
+
+    sd_bus* const bus_;
+    std::set<std::string> merged_; ///< names of the notifications
+    std::deque<Piece> pieces_;
+    EventSourcePointer source_;
+};
+
+} // namespace trigora::platform
