@@ -38,28 +38,6 @@ std::vector<std::string> namesOnlyIn(const std::vector<std::string>& listing,
     return names;
 }
 
-/// New items on their way to their application.
-struct Opening {
-    std::string folder;
-    std::vector<std::string> names;
-    std::string application;
-};
-
-/// A few items in each turn of the loop, so that a press is heard while thousands are handed over. Goes on
-/// when the folder is watched no more: what was new is opened.
-void openSome(const std::shared_ptr<const Opening>& opening, std::size_t first) {
-    constexpr std::size_t atOnce = 16;
-    const std::size_t end = std::min(opening->names.size(), first + atOnce);
-    for (std::size_t i = first; i < end; ++i) {
-        platform::current().workspace.openFile(
-            platform::appendingPathComponent(opening->folder, opening->names[i]), opening->application);
-    }
-    if (end < opening->names.size()) {
-        platform::current().runLoop.performOnMainThread(
-            [opening, end] { guarded("-[TgaSurveillant openSome]", [&] { openSome(opening, end); }); });
-    }
-}
-
 } // namespace
 
 TgaSurveillant::~TgaSurveillant() { invalidateMonitorFolder(); }
@@ -94,6 +72,7 @@ void TgaSurveillant::invalidateMonitorFolder() {
         platform::current().runLoop.cancelTimer(timer_Monitor);
         timer_Monitor = 0;
     }
+    openings_.clear();
 }
 
 void TgaSurveillant::SU_CheckMonitorFolder() {
@@ -105,19 +84,18 @@ void TgaSurveillant::SU_CheckMonitorFolder() {
     openItems(newNames);
 }
 
-void TgaSurveillant::openItems(const std::vector<std::string>& names) const {
-    platform::Workspace& workspace = platform::current().workspace;
+void TgaSurveillant::openItems(const std::vector<std::string>& names) {
     if (bool_IsOptionFolder) {
         if (!names.empty()) {
-            workspace.openFile(string_MonitorPath, string_LaunchApplicationPath);
+            platform::current().workspace.openFile(string_MonitorPath, string_LaunchApplicationPath);
         }
         return;
     }
-    if (!names.empty()) {
-        openSome(
-            std::make_shared<const Opening>(Opening{string_MonitorPath, names, string_LaunchApplicationPath}),
-            0);
-    }
+    std::vector<std::string> paths;
+    std::ranges::transform(names, std::back_inserter(paths), [this](const std::string& name) {
+        return platform::appendingPathComponent(string_MonitorPath, name);
+    });
+    openings_.add(paths, string_LaunchApplicationPath);
 }
 
 } // namespace trigora

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/RunLoop.h"
+#include "runners/launch/OpeningQueue.h"
 
 #include <memory>
 #include <string>
@@ -26,7 +27,7 @@ public:
     /// project whose action has an existing application. The result carries no meaning.
     bool setupMonitorSettings(const std::shared_ptr<TrMonitorEventInformation>& monitorEvent);
 
-    /// Stops the timer; does nothing when there is none.
+    /// Stops the timer, and drops the new items that have not been opened yet.
     void invalidateMonitorFolder();
 
     bool isWatching() const { return timer_Monitor != 0; }
@@ -36,7 +37,7 @@ public:
 private:
     /// One look at the folder: what the snapshot does not hold is new.
     void SU_CheckMonitorFolder();
-    void openItems(const std::vector<std::string>& names) const;
+    void openItems(const std::vector<std::string>& names);
 
     std::string string_MonitorPath;
     /// Names at the last look, in ascending order of their bytes.
@@ -47,6 +48,8 @@ private:
     bool bool_IsOptionFolder = false;
     /// 0 when there is none.
     platform::RunLoop::TimerID timer_Monitor = 0;
+    /// New items, in the order of the listings.
+    OpeningQueue openings_;
 };
 
 } // namespace trigora

@@ -8,8 +8,10 @@
 #include "platform/FileSystem.h"
 #include "platform/Platform.h"
 #include "platform/Processes.h"
+#include "platform/RunLoop.h"
 #include "platform/Text.h"
 #include "platform/Workspace.h"
+#include "runners/launch/OpeningQueue.h"
 
 #include <algorithm>
 
@@ -37,15 +39,31 @@ std::optional<std::string> existingFolderAbove(const std::string& path) {
     return folder;
 }
 
+constexpr std::int64_t pauseAfterEach = 100'000; // microseconds; keeps the files in their order
+
+/// Scanned files beyond those that a runner opens itself, of all scans in their order.
+class LaterOpenings {
+public:
+    OpeningQueue queue{static_cast<double>(pauseAfterEach) / 1e6};
+};
+
+/// The first files at once; a list that would hold the agent up for long goes on in the loop.
 void openFiles(const FileList& files, const std::string& applicationPath) {
-    constexpr std::int64_t pauseAfterEach = 100'000; // microseconds; keeps the files in their order
-    for (const std::string& file : files) {
-        platform::current().workspace.openFile(file, applicationPath);
-        platform::current().clock.sleepMicroseconds(pauseAfterEach);
+    constexpr std::size_t openedAtOnce = 10;
+    platform::Platform& platform = platform::current();
+    OpeningQueue& later = platform::shared<LaterOpenings>()->queue;
+    auto file = files.begin();
+    const auto end =
+        later.isEmpty() ? file + static_cast<std::ptrdiff_t>(std::min(files.size(), openedAtOnce)) : file;
+    for (; file != end && !platform.runLoop.isEnding(); ++file) {
+        if (platform.workspace.openFile(*file, applicationPath)) {
+            platform.clock.sleepMicroseconds(pauseAfterEach);
+        }
     }
+    later.add(FileList(file, files.end()), applicationPath);
 }
 
-/// The file manager shows the whole folder, so one file is enough.
+/// The file manager shows the file in its folder, so one is enough.
 void openFirstFileWithFinder(const FileList& files) {
     if (!files.empty()) {
         platform::current().workspace.openFile(files.front(), "Finder");

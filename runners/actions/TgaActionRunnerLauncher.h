@@ -13,7 +13,7 @@ namespace trigora {
 class TgaActionRunnerLauncher final : public TgaActionRunner {
 public:
     /// 0; -1 for an action without an application path; -2 when the scan has failed. Waits for a script to
-    /// end, and a tenth of a second after each file opened.
+    /// end, and a tenth of a second after each file opened; of very many files most are opened later.
     std::int32_t performAction() override;
 
 private:

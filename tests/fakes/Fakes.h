@@ -16,6 +16,7 @@
 #include <deque>
 #include <map>
 #include <mutex>
+#include <set>
 #include <stdexcept>
 
 namespace trigora::test {
@@ -231,6 +232,9 @@ public:
     explicit FakeWorkspace(Journal& journal) : journal_(journal) {}
 
     bool openFile(const std::string& path, const std::string& application) override {
+        if (missing.contains(path)) {
+            return false;
+        }
         journal_.add("open " + path + " with " + application);
         if (onOpen) {
             onOpen();
@@ -243,6 +247,7 @@ public:
     }
     std::optional<std::string> findApplication(const std::string&) override { return std::nullopt; }
 
+    std::set<std::string> missing; ///< paths that cannot be opened
     std::function<void()> onOpen;
     /// What the next launches give.
     platform::ApplicationLaunch launch{0, 77};

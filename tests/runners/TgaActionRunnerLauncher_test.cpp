@@ -103,5 +103,32 @@ TEST_F(Launcher, RunsScriptsAndWaitsForThem) {
     EXPECT_EQ(perform(script, {first}), (Result{0, {"launch /usr/bin/osascript " + script + " " + first}}));
 }
 
+TEST_F(Launcher, HoldsNothingUpForManyFiles) {
+    std::vector<std::string> files;
+    Lines expected;
+    for (int i = 10; i < 26; ++i) {
+        files.push_back("/Applications/Scans/" + std::to_string(i));
+        expected.push_back("open " + files.back() + " with " + viewer);
+    }
+    workspace.missing = {files[3], files[12]};
+    expected.erase(expected.begin() + 12);
+    expected.erase(expected.begin() + 3);
+    const double start = clock.monotonicSeconds();
+    Lines opened = perform(viewer, files).lines;
+    EXPECT_NEAR(clock.monotonicSeconds() - start, 0.9, 1e-6) << "not for the one that could not be opened";
+    EXPECT_LT(opened.size(), expected.size());
+    const Lines ofNextScan = perform(viewer, {"/Applications/Scans/a"}).lines;
+    EXPECT_EQ(ofNextScan, Lines{}) << "the next scan's files come behind";
+    expected.push_back("open /Applications/Scans/a with " + viewer);
+    loop.advance(0.25);
+    const Lines soon = journal.take();
+    EXPECT_EQ(soon.size(), 2U) << "a tenth of a second after each";
+    loop.advance(1);
+    const Lines later = journal.take();
+    opened.insert(opened.end(), soon.begin(), soon.end());
+    opened.insert(opened.end(), later.begin(), later.end());
+    EXPECT_EQ(opened, expected);
+}
+
 } // namespace
 } // namespace trigora
