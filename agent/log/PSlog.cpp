@@ -139,6 +139,7 @@ std::string timeText(std::int64_t seconds) {
     const auto time = static_cast<std::time_t>(seconds);
     std::tm local{};
     std::array<char, 26> buffer{};
+    tzset(); // the zone may have been changed since the last line
     if (localtime_r(&time, &local) == nullptr) {
         return {};
     }

@@ -62,6 +62,8 @@ TEST_F(PSlogTest, roundsToMillisecondsAndCarriesIntoTheSecond) {
     EXPECT_EQ(stampAt(1500), "[2026:12:31 23:59:59.002]");
     EXPECT_EQ(stampAt(999499), "[2026:12:31 23:59:59.999]");
     EXPECT_EQ(stampAt(999600), "[2027:01:01 00:00:00.000]");
+    setenv("TZ", "CET-1", 1); // while the program runs
+    EXPECT_EQ(stampAt(0), "[2027:01:01 00:59:59.000]");
 }
 
 TEST_F(PSlogTest, stillWritesToTheConsoleWhenTheFileCannotBeMade) {

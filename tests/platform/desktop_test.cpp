@@ -1,10 +1,14 @@
 #include "platform/linux/desktop/LinuxStringTable.h"
 #include "platform/linux/desktop/LinuxSystemInformation.h"
 #include "platform/linux/desktop/LinuxUserDefaults.h"
+#include "platform/linux/desktop/StandardErrorConsole.h"
 #include "platform/linux/files/LinuxFiles.h"
 #include "tests/fakes/PlatformTest.h"
 
 #include <cstdlib>
+#include <fcntl.h>
+#include <sys/socket.h>
+#include <unistd.h>
 
 namespace trigora::platform {
 namespace {
@@ -127,6 +131,36 @@ TEST_F(DesktopSettings, TextsAreInTheFirstLanguageThatHasThem) {
     }
     userDefaults.values.clear();
     EXPECT_EQ(text("a"), "A");
+}
+
+TEST(StandardErrorConsole, LosesWhatIsNotTakenAtOnceAndBlocksNobody) {
+    StandardErrorConsole console;
+    for (const bool isSocket : {false, true}) {
+        int ends[2];
+        ASSERT_EQ(isSocket ? ::socketpair(AF_UNIX, SOCK_STREAM, 0, ends) : ::pipe(ends), 0);
+        const int former = ::dup(STDERR_FILENO);
+        ::dup2(ends[1], STDERR_FILENO);
+        console.write("first");
+        std::string read(1000, 0);
+        EXPECT_EQ(::read(ends[0], read.data(), read.size()), 6);
+        for (int i = 0; i < 2000; ++i) {
+            console.write(std::string(1000, 'x')); // more than it holds
+        }
+        while (::recv(ends[0], read.data(), read.size(), MSG_DONTWAIT) > 0) {
+        }
+        if (!isSocket) {
+            ::fcntl(ends[0], F_SETFL, O_NONBLOCK);
+            while (::read(ends[0], read.data(), read.size()) > 0) {
+            }
+        }
+        console.write("last");
+        const ssize_t size = ::read(ends[0], read.data(), read.size());
+        EXPECT_TRUE(read.substr(0, static_cast<std::size_t>(std::max<ssize_t>(size, 0))).ends_with("last\n"));
+        ::dup2(former, STDERR_FILENO);
+        for (const int descriptor : {ends[0], ends[1], former}) {
+            ::close(descriptor);
+        }
+    }
 }
 
 } // namespace
