@@ -17,7 +17,8 @@ public:
     virtual ~Workspace() = default;
 
     /// Opens a file or folder with an application: an application bundle, a program, a desktop entry, or
-    /// "Finder" for the desktop's file manager. False when nothing could be started.
+    /// "Finder" for the desktop's file manager, which shows a file in its folder and opens a folder. False
+    /// when nothing could be started.
     virtual bool openFile(const std::string& path, const std::string& application) = 0;
     /// Starts an application bundle, or a program, without arguments. A bundle that runs already is not
     /// started again: its process is the answer.

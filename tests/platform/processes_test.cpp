@@ -3,6 +3,7 @@
 #include "platform/linux/processes/ProcFile.h"
 #include "platform/linux/processes/ProcessStatus.h"
 #include "tests/fakes/PlatformTest.h"
+#include "tests/fakes/PrivateBus.h"
 
 #include <algorithm>
 #include <chrono>
@@ -302,7 +303,7 @@ TEST_F(RealWorkspace, OpensFilesWithEveryKindOfApplication) {
     writeFile("~/x.desktop", "[Desktop Entry]\n");
     const std::string bundle = "/Applications/Sub/My Viewer.app";
     const std::pair<std::string, std::string> cases[] = {
-        {"Finder", "xdg-open|~/a file"},
+        {"Finder", "xdg-open|~"},
         {bundle, "My Viewer|~/a file"},
         {"My Viewer", "My Viewer|~/a file"},
         {"My Viewer.app", "My Viewer|~/a file"},
@@ -315,10 +316,39 @@ TEST_F(RealWorkspace, OpensFilesWithEveryKindOfApplication) {
                   output);
     }
     EXPECT_EQ(reported([&] { return workspace.openFile("/Users/Shared/-x", "Finder"); }),
-              "xdg-open|ROOT/Users/Shared/-x");
+              "xdg-open|ROOT/Users/Shared");
     fs::current_path(onDisk("/Users/Shared"));
-    EXPECT_EQ(reported([&] { return workspace.openFile("-x", "Finder"); }), "xdg-open|./-x");
+    EXPECT_EQ(reported([&] { return workspace.openFile("-x", "viewer"); }), "viewer|./-x");
+    EXPECT_EQ(reported([&] { return workspace.openFile("-x", "Finder"); }), "xdg-open|ROOT/Users/Shared");
+    EXPECT_EQ(reported([&] { return workspace.openFile(".", "Finder"); }), "xdg-open|./.");
     fs::current_path("/");
+}
+
+TEST_F(RealWorkspace, TheFileManagerShowsFilesInTheirFolder) {
+    const test::PrivateBus session;
+    EXPECT_EQ(reported([&] { return workspace.openFile(home + "/a file", "Finder"); }), "xdg-open|~")
+        << "there is none yet";
+    sd_bus* made = nullptr;
+    ASSERT_GE(sd_bus_open_user(&made), 0);
+    const BusPointer manager(made);
+    std::string shown;
+    const auto noteItems = [](sd_bus_message* call, void* items, sd_bus_error*) {
+        const char* item = nullptr;
+        const char* startID = nullptr;
+        if (sd_bus_message_read(call, "ass", 1, &item, &startID) > 0) {
+            *static_cast<std::string*>(items) = item;
+        }
+        return 1;
+    };
+    sd_bus_add_object(made, nullptr, "/org/freedesktop/FileManager1", noteItems, &shown);
+    ASSERT_GE(sd_bus_request_name(made, "org.freedesktop.FileManager1", 0), 0);
+    writeFile("~/50% \xC3\xA4", "");
+    fs::remove(home + "/out");
+    EXPECT_TRUE(workspace.openFile(home + "/50% \xC3\xA4", "Finder"));
+    EXPECT_TRUE(comesTrue([&] { return sd_bus_process(made, nullptr) >= 0 && !shown.empty(); }));
+    EXPECT_EQ(shown, "file://" + home + "/50%25%20%C3%A4");
+    EXPECT_FALSE(exists("~/out")) << "and nothing else";
+    EXPECT_EQ(reported([&] { return workspace.openFile(home, "Finder"); }), "xdg-open|~");
 }
 
 TEST_F(RealWorkspace, WhatCannotBeOpenedSaysSo) {

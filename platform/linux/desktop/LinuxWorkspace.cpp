@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <filesystem>
 #include <unistd.h>
 
 namespace trigora::platform {
@@ -14,6 +15,8 @@ namespace {
 
 constexpr std::int32_t unknownFailure = -10810;
 constexpr const char* applications = "/Applications";
+constexpr const char* finder = "Finder";
+constexpr const char* folderOpener = "xdg-open";
 
 /// A program on PATH; empty when there is none of that name.
 std::string programNamed(const std::string& name) {
@@ -40,12 +43,24 @@ LinuxWorkspace::LinuxWorkspace(const InstallationRoot& root, FileSystem& fileSys
     : root_(root), fileSystem_(fileSystem), bundles_(bundles), processes_(processes) {}
 
 bool LinuxWorkspace::openFile(const std::string& path, const std::string& application) {
+    if (application == finder && fileSystem_.exists(path) && !fileSystem_.isDirectory(path)) {
+        return showFile(path);
+    }
     Command command = commandFor(application);
     if (command.program.empty() || !fileSystem_.exists(path)) {
         return false;
     }
     command.arguments.push_back(asArgument(diskPath(root_, path)));
     return processes_.launch(command.program, command.arguments).has_value();
+}
+
+bool LinuxWorkspace::showFile(const std::string& path) {
+    std::error_code error;
+    const std::string file =
+        std::filesystem::absolute(diskPath(root_, path), error).lexically_normal().string();
+    const std::string opener = programNamed(folderOpener);
+    return fileManager_.show(file) ||
+           (!opener.empty() && processes_.launch(opener, {deletingLastPathComponent(file)}).has_value());
 }
 
 ApplicationLaunch LinuxWorkspace::launchApplication(const std::string& path) {
@@ -79,8 +94,8 @@ std::optional<std::int32_t> LinuxWorkspace::runningProcess(const std::string& pr
 }
 
 LinuxWorkspace::Command LinuxWorkspace::commandFor(const std::string& application) {
-    if (application == "Finder") {
-        return {programNamed("xdg-open"), {}};
+    if (application == finder) {
+        return {programNamed(folderOpener), {}};
     }
     const bool isName = application.find('/') == std::string::npos;
     const std::string bundlePath = isName ? bundleNamed(application) : application;

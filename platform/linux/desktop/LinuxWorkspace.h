@@ -4,6 +4,7 @@
 #include "platform/FileSystem.h"
 #include "platform/Processes.h"
 #include "platform/Workspace.h"
+#include "platform/linux/desktop/FileManager.h"
 #include "platform/linux/files/InstallationRoot.h"
 
 #include <vector>
@@ -12,7 +13,8 @@ namespace trigora::platform {
 
 /// An application is a bundle (by its path, or by its name when it lies in "/Applications" or a folder in
 /// it), a program (by its path, or by its name when it lies on PATH), a desktop entry (by its path, handed
-/// to `gio launch`), or "Finder", which is what `xdg-open` opens a file with.
+/// to `gio launch`), or "Finder", the desktop's file manager: it shows a file in its folder and opens a
+/// folder.
 class LinuxWorkspace final : public Workspace {
 public:
     LinuxWorkspace(const InstallationRoot& root, FileSystem& fileSystem, Bundles& bundles,
@@ -31,6 +33,8 @@ private:
         std::vector<std::string> arguments;
     };
 
+    /// In the file manager; where none can be asked to show a file, its folder is opened.
+    bool showFile(const std::string& path);
     Command commandFor(const std::string& application);
     std::optional<std::int32_t> runningProcess(const std::string& program);
     /// Empty when no bundle of that name is installed.
@@ -42,6 +46,7 @@ private:
     FileSystem& fileSystem_;
     Bundles& bundles_;
     Processes& processes_;
+    FileManager fileManager_;
 };
 
 } // namespace trigora::platform
