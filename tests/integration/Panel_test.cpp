@@ -3,8 +3,8 @@
 #include "platform/linux/bus/BusNames.h"
 #include "simulators/simulation/Simulation.h"
 #include "tests/integration/RunningAgentTest.h"
-#include "tools/Command.h"
-#include "tools/PanelSimulation.h"
+#include "tools/commands/Commands.h"
+#include "tools/panel/PanelSimulation.h"
 
 #include <csignal>
 #include <filesystem>

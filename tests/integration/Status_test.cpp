@@ -2,7 +2,7 @@
 
 #include "agent/log/PSlog.h"
 #include "tests/integration/RunningAgentTest.h"
-#include "tools/Command.h"
+#include "tools/commands/Commands.h"
 
 #include <csignal>
 #include <sstream>

@@ -1,4 +1,4 @@
-#include "tools/Command.h"
+#include "tools/commands/Commands.h"
 
 #include <gtest/gtest.h>
 

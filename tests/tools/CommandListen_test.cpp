@@ -1,4 +1,4 @@
-#include "tools/CommandListen.h"
+#include "tools/commands/CommandListen.h"
 
 #include <gtest/gtest.h>
 

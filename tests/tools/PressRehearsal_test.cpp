@@ -8,7 +8,7 @@
 #include "runners/actions/TgaActionRunnerManager.h"
 #include "tests/agent/ScanEventBytes.h"
 #include "tests/tools/SettingsCommandTest.h"
-#include "tools/PressRehearsal.h"
+#include "tools/rehearsal/PressRehearsal.h"
 
 namespace trigora::tools {
 namespace {

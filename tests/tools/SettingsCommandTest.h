@@ -5,7 +5,7 @@
 #include "platform/linux/loop/SystemdPointers.h"
 #include "tests/fakes/PlatformTest.h"
 #include "tests/fakes/PrivateBus.h"
-#include "tools/Command.h"
+#include "tools/commands/Commands.h"
 
 #include <filesystem>
 #include <fstream>

@@ -1,6 +1,5 @@
 #include "platform/linux/LinuxPlatform.h"
-#include "tools/Command.h"
-#include "tools/Report.h"
+#include "tools/commands/Commands.h"
 
 #include <poll.h>
 #include <unistd.h>
@@ -29,7 +28,6 @@ std::unique_ptr<platform::LinuxPlatform> openPlatform(const tools::Arguments& ar
     if (!real) {
         throw tools::Failure(tools::failed, error);
     }
-    tools::useRootForPaths(arguments.text("root").value_or(""));
     platform::install(&real->platform());
     return real;
 }
