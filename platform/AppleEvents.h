@@ -67,6 +67,10 @@ public:
     /// Sends, once a process that was launched a moment ago can take it, and waits for the answer, each up to
     /// the default time-out, or until this program ends. Any thread.
     virtual AppleEventReply sendWaitingForReply(const AppleEventTarget& target, const AppleEvent& event) = 0;
+    /// The same for a sender that may no longer want the answer: within half a second after the function says
+    /// so it gets the status -1712. The function is called on the sender's thread.
+    virtual AppleEventReply sendUnlessGivenUp(const AppleEventTarget& target, const AppleEvent& event,
+                                              const std::function<bool()>& givesUp) = 0;
     /// Whether the target is there to take events; waits for nobody. Any thread.
     virtual bool isPresent(const AppleEventTarget& target) = 0;
 };

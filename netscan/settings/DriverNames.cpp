@@ -131,11 +131,12 @@ void ConvertFromPID(const char* productID, char* destination, const GivesUp& giv
         {{fourCharCode("----"), fourCharCode("utf8"), Data(text.begin(), text.end())}}};
     const platform::SignatureTarget target{fourCharCode("UsSe")};
     platform::AppleEvents& appleEvents = platform::current().appleEvents;
-    platform::AppleEventReply reply = appleEvents.sendWaitingForReply(target, event);
-    for (int retries = 0;
-         reply.status == platform::procNotFound && retries < mostRetries && !isGivenUp(givesUp); ++retries) {
+    const auto isOver = [&] { return isGivenUp(givesUp); };
+    platform::AppleEventReply reply = appleEvents.sendUnlessGivenUp(target, event, isOver);
+    for (int retries = 0; reply.status == platform::procNotFound && retries < mostRetries && !isOver();
+         ++retries) {
         platform::current().clock.sleepMicroseconds(retryPause);
-        reply = appleEvents.sendWaitingForReply(target, event);
+        reply = appleEvents.sendUnlessGivenUp(target, event, isOver);
     }
     const std::optional<std::string> name = reply.status == 0 ? nameInReply(reply.event) : std::nullopt;
     if (name) {

@@ -93,6 +93,9 @@ private:
     bool findDriver(const std::string& productID, const std::optional<std::string>& ipAddress);
     /// Owns the lock unless the other scanners' questions take too long.
     std::unique_lock<std::mutex> waitForDiscoveryLock();
+    /// Whether a thread that waits in a call-back is to return, because the service stops or the program
+    /// ends.
+    bool isGivingUp() const;
     /// Asks the scan assistant for the driver of the scanner at the address, and keeps its answer.
     bool askDriverName(const std::string& productID, const std::string& ipAddress);
 

@@ -12,6 +12,7 @@
 #include "platform/DistributedNotifications.h"
 #include "platform/Formats.h"
 #include "platform/LowMemory.h"
+#include "platform/RunLoop.h"
 #include "platform/Text.h"
 #include "runners/launch/TrLaunchApplicationManager.h"
 #include "usbscan/buttons/TgaButtonManager.h"
@@ -90,6 +91,10 @@ TgaNetworkSettingsManager::isServedWithoutAsking(const std::string& productID,
     return std::nullopt;
 }
 
+bool TgaNetworkSettingsManager::isGivingUp() const {
+    return isStopping_ || platform::current().runLoop.isEnding();
+}
+
 bool TgaNetworkSettingsManager::findDriver(const std::string& productID,
                                            const std::optional<std::string>& ipAddress) {
     if (startingThread_.load() == std::this_thread::get_id()) {
@@ -106,7 +111,7 @@ bool TgaNetworkSettingsManager::findDriver(const std::string& productID,
         return true; // its other announcement was quicker
     }
     char driverName[driverNameSize] = {};
-    if (getDSName(productID.c_str(), driverName, [this] { return isStopping_.load(); }) == 1) {
+    if (getDSName(productID.c_str(), driverName, [this] { return isGivingUp(); }) == 1) {
         setDSName(driverName, productID);
         return true;
     }
@@ -123,7 +128,7 @@ std::unique_lock<std::mutex> TgaNetworkSettingsManager::waitForDiscoveryLock() {
     platform::Clock& clock = platform::current().clock;
     const double start = clock.monotonicSeconds();
     std::unique_lock lock(lock_Discovery, std::try_to_lock);
-    while (!lock && !isStopping_ && clock.monotonicSeconds() - start < longestWait) {
+    while (!lock && !isGivingUp() && clock.monotonicSeconds() - start < longestWait) {
         clock.sleepMicroseconds(waitPause);
         lock.try_lock();
     }
@@ -137,7 +142,7 @@ bool TgaNetworkSettingsManager::askDriverName(const std::string& productID, cons
     constexpr std::int64_t pollPause = 10000; // microseconds
     constexpr int pollsPerLook = 100;         // for the assistant
     const auto launcher = TrLaunchApplicationManager::sharedLaunchApplicationManager();
-    if (isStopping_ || !launcher->launchScanAssistantWithWait()) {
+    if (isGivingUp() || !launcher->launchScanAssistantWithWait()) {
         return false;
     }
     const auto service = TgaServiceManager::sharedServiceManager();
@@ -149,7 +154,7 @@ bool TgaNetworkSettingsManager::askDriverName(const std::string& productID, cons
     std::optional<std::string> driverName;
     bool isAnswerComing = true;
     for (int poll = 1;
-         !driverName && isAnswerComing && !isStopping_ && clock.processorTime() - start < pollTime; ++poll) {
+         !driverName && isAnswerComing && !isGivingUp() && clock.processorTime() - start < pollTime; ++poll) {
         clock.sleepMicroseconds(pollPause);
         isAnswerComing = !service->isDriverNameAnswered() &&
                          (poll % pollsPerLook != 0 || launcher->isLaunchScanAssistant());

@@ -28,6 +28,10 @@ public:
     AppleEventReply sendWaitingForReply(const AppleEventTarget&, const AppleEvent&) override {
         return {procNotFound, {}};
     }
+    AppleEventReply sendUnlessGivenUp(const AppleEventTarget&, const AppleEvent&,
+                                      const std::function<bool()>&) override {
+        return {procNotFound, {}};
+    }
     bool isPresent(const AppleEventTarget&) override { return false; }
 };
 

@@ -168,6 +168,9 @@ public:
                                   const platform::AppleEvent& event) override;
     platform::AppleEventReply sendWaitingForReply(const platform::AppleEventTarget& target,
                                                   const platform::AppleEvent& event) override;
+    platform::AppleEventReply sendUnlessGivenUp(const platform::AppleEventTarget& target,
+                                                const platform::AppleEvent& event,
+                                                const std::function<bool()>& givesUp) override;
     bool isPresent(const platform::AppleEventTarget&) override { return isAnybodyPresent; }
 
     bool isAnybodyPresent = true;
@@ -175,6 +178,9 @@ public:
 
     /// An event from outside; gives the reply that the handler filled in, or the status -1708.
     platform::AppleEventReply receive(const platform::AppleEvent& event);
+
+    /// Nobody answers who may give up: they wait until they do.
+    bool isSilent = false;
 
     /// Answers `sendWaitingForReply` and gives the status of `sendWithoutReply`; -600 when not set.
     std::function<platform::AppleEventReply(const platform::AppleEventTarget&, const platform::AppleEvent&)>

@@ -6,6 +6,7 @@
 #include <fstream>
 #include <limits>
 #include <sstream>
+#include <thread>
 
 namespace trigora::test {
 
@@ -139,6 +140,17 @@ platform::AppleEventReply FakeAppleEvents::sendWaitingForReply(const platform::A
                                                                const platform::AppleEvent& event) {
     journal_.add(sendLine(target, event));
     return answer ? answer(target, event) : platform::AppleEventReply{platform::procNotFound, {}};
+}
+
+platform::AppleEventReply FakeAppleEvents::sendUnlessGivenUp(const platform::AppleEventTarget& target,
+                                                             const platform::AppleEvent& event,
+                                                             const std::function<bool()>& givesUp) {
+    platform::AppleEventReply reply = sendWaitingForReply(target, event);
+    while (isSilent && !givesUp()) {
+        reply.status = platform::errAETimeout;
+        std::this_thread::yield();
+    }
+    return reply;
 }
 
 platform::AppleEventReply FakeAppleEvents::receive(const platform::AppleEvent& event) {

@@ -177,8 +177,11 @@ TEST_F(BusyModule, AStopEndsTheWaitForAnAnswer) {
                 return platform::AppleEventReply{platform::errAETimeout, {}};
             };
         },
+        // They do not answer.
+        [this] { appleEvents.isSilent = true; },
         // They do not come up.
         [this] {
+            appleEvents.isSilent = false;
             appleEvents.answer = [this](const auto&, const auto&) {
                 while (!isStopping) {
                     isAsked = true;

@@ -408,6 +408,17 @@ TEST_F(Bus, aTargetThatDoesNotAnswerTimesOut) {
               platform::errAETimeout);
 }
 
+TEST_F(Bus, aSenderThatGivesUpIsNotHeldBack) {
+    here.connection->requestName(bus::signatureName(ourSignature));
+    int asked = 0;
+    const auto start = steady_clock::now();
+    EXPECT_EQ(
+        outside.events->sendUnlessGivenUp(SignatureTarget{ourSignature}, press, [&] { return ++asked == 2; })
+            .status,
+        platform::errAETimeout);
+    EXPECT_LT(since(start), milliseconds(5000));
+}
+
 TEST_F(Bus, nobodyIsWaitedForWhenTheProgramEnds) {
     outside.loop.stop(0);
     here.connection->requestName(bus::signatureName(ourSignature));

@@ -173,6 +173,11 @@ public:
                                                   const platform::AppleEvent& event) override {
         return {sendWithoutReply(target, event), {}};
     }
+    platform::AppleEventReply sendUnlessGivenUp(const platform::AppleEventTarget& target,
+                                                const platform::AppleEvent& event,
+                                                const std::function<bool()>&) override {
+        return {sendWithoutReply(target, event), {}};
+    }
     bool isPresent(const platform::AppleEventTarget&) override { return true; }
 
     void receive(const platform::AppleEvent& event) {

@@ -112,7 +112,8 @@ std::int32_t BusAppleEvents::sendWithoutReply(const AppleEventTarget& target, co
     return owner ? sendTo(connection_, *owner, event) : procNotFound;
 }
 
-AppleEventReply BusAppleEvents::sendWaitingForReply(const AppleEventTarget& target, const AppleEvent& event) {
+AppleEventReply BusAppleEvents::sendUnlessGivenUp(const AppleEventTarget& target, const AppleEvent& event,
+                                                  const std::function<bool()>& givesUp) {
     AppleEventReply reply;
     const std::optional<std::string> owner = find(target);
     if (const auto* process = std::get_if<ProcessTarget>(&target)) {
@@ -129,7 +130,7 @@ AppleEventReply BusAppleEvents::sendWaitingForReply(const AppleEventTarget& targ
         reply.status = procNotFound;
         return reply;
     }
-    const BusMessagePointer answer = waitForAnswer(bus.get(), message.get());
+    const BusMessagePointer answer = waitForAnswer(bus.get(), message.get(), givesUp);
     if (!answer) {
         reply.status = errAETimeout;
     } else if (const sd_bus_error* error = sd_bus_message_get_error(answer.get())) {
@@ -142,7 +143,8 @@ AppleEventReply BusAppleEvents::sendWaitingForReply(const AppleEventTarget& targ
     return reply;
 }
 
-BusMessagePointer BusAppleEvents::waitForAnswer(sd_bus* bus, sd_bus_message* call) const {
+BusMessagePointer BusAppleEvents::waitForAnswer(sd_bus* bus, sd_bus_message* call,
+                                                const std::function<bool()>& givesUp) const {
     constexpr std::uint64_t lookingInterval = 250000; // microseconds
     BusMessagePointer answer;
     const auto answered = [](sd_bus_message* message, void* itsAnswer, sd_bus_error*) {
@@ -152,7 +154,8 @@ BusMessagePointer BusAppleEvents::waitForAnswer(sd_bus* bus, sd_bus_message* cal
     const auto timeOut = std::chrono::duration_cast<std::chrono::microseconds>(timeOut_).count();
     int result =
         sd_bus_call_async(bus, nullptr, call, answered, &answer, static_cast<std::uint64_t>(timeOut));
-    while (result >= 0 && !answer && !connection_.loop().isEnding()) {
+    const auto isGivenUp = [&] { return connection_.loop().isEnding() || (givesUp && givesUp()); };
+    while (result >= 0 && !answer && !isGivenUp()) {
         result = sd_bus_process(bus, nullptr);
         if (result == 0) {
             result = sd_bus_wait(bus, lookingInterval);

@@ -31,7 +31,11 @@ public:
     /// the process.
     std::int32_t sendWithoutReply(const AppleEventTarget& target, const AppleEvent& event) override;
     /// An event that the main thread sends to this very program is handled inside the call.
-    AppleEventReply sendWaitingForReply(const AppleEventTarget& target, const AppleEvent& event) override;
+    AppleEventReply sendWaitingForReply(const AppleEventTarget& target, const AppleEvent& event) override {
+        return sendUnlessGivenUp(target, event, {});
+    }
+    AppleEventReply sendUnlessGivenUp(const AppleEventTarget& target, const AppleEvent& event,
+                                      const std::function<bool()>& givesUp) override;
     bool isPresent(const AppleEventTarget& target) override;
 
 private:
@@ -43,8 +47,9 @@ private:
     int answerCall(sd_bus_message* message) const;
     /// False when there is no handler, or when it failed.
     bool handle(const AppleEvent& event, AppleEvent& reply) const;
-    /// The answer or error to a call; null when the program ends before there is one.
-    BusMessagePointer waitForAnswer(sd_bus* bus, sd_bus_message* call) const;
+    /// The answer or error to a call; null when the program ends or the caller gives up before there is one.
+    BusMessagePointer waitForAnswer(sd_bus* bus, sd_bus_message* call,
+                                    const std::function<bool()>& givesUp) const;
     /// The unique name of the target, none when it is not on the bus. A process is waited for until it is as
     /// old as the time-out, or has ended.
     std::optional<std::string> find(const AppleEventTarget& target);
