@@ -168,6 +168,13 @@ TEST_F(Bus, equalNotificationsThatWaitCountAsOneBetweenTwoEvents) {
     EXPECT_EQ(order.size(), 10U) << "what was handled does not stand for what comes later";
 }
 
+TEST_F(Bus, whatArrivesWithoutEndKeepsNothingElseFromHappening) {
+    std::function<void()> again = [&] { here.connection->inbox().add(again); };
+    again();
+    int looks = 0;
+    here.turnUntil([&] { return ++looks > 3; });
+}
+
 /// A list in a list in a list …
 Value nested(int levels) { return levels == 0 ? Value("core") : Value(Array{nested(levels - 1)}); }
 

@@ -66,7 +66,7 @@ std::unique_ptr<BusConnection> BusConnection::open(LinuxRunLoop& loop, std::stri
 BusConnection::BusConnection(LinuxRunLoop& loop, std::string address, BusPointer mainBus,
                              std::string uniqueName)
     : loop_(loop), address_(std::move(address)), uniqueName_(std::move(uniqueName)),
-      mainBus_(std::move(mainBus)), inbox_(loop.event(), mainBus_.get()) {
+      mainBus_(std::move(mainBus)), inbox_(loop, mainBus_.get()) {
     sd_bus_slot* slot = nullptr;
     sd_bus_add_filter(mainBus_.get(), &slot, messageArrived, this);
     filter_.reset(slot);

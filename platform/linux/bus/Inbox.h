@@ -1,10 +1,12 @@
 #pragma once
 
 #include "platform/DistributedNotifications.h"
+#include "platform/RunLoop.h"
 #include "platform/linux/loop/SystemdPointers.h"
 
 #include <deque>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <set>
 #include <string>
@@ -16,7 +18,7 @@ namespace trigora::platform {
 /// the order of its arrival. Main thread only.
 class Inbox {
 public:
-    Inbox(sd_event* event, sd_bus* bus);
+    Inbox(RunLoop& loop, sd_bus* bus) : loop_(loop), bus_(bus) {}
     Inbox(const Inbox&) = delete;
     Inbox& operator=(const Inbox&) = delete;
     ~Inbox() = default;
@@ -35,16 +37,15 @@ private:
         std::function<void()> work;
     };
 
-    static int turned(sd_event_source* source, void* inbox);
-
     void add(Piece piece);
     bool holdsEqual(const Notification& notification) const;
     void handleNext();
 
+    RunLoop& loop_;
     sd_bus* const bus_;
-    std::set<std::string> merged_; ///< names of the notifications
-    std::deque<Piece> pieces_;
-    EventSourcePointer source_;
+    std::set<std::string> merged_;                              ///< names of the notifications
+    std::deque<Piece> pieces_;                                  ///< for each there is work in the loop
+    const std::shared_ptr<int> life_ = std::make_shared<int>(); ///< which ends with it
 };
 
 } // namespace trigora::platform
