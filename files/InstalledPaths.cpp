@@ -49,6 +49,10 @@ std::string scanAssistantExecutable() {
     return resource("Assistants/Scan Assistant/PScanAssistant.app/Contents/MacOS/PScanAssistant");
 }
 
+std::string scanNoticeExecutable() {
+    return resource("Assistants/Scan Assistant/TrigoraNotice.app/Contents/MacOS/TrigoraNotice");
+}
+
 std::string panelDriverModule() { return agentApplication() + "/Contents/Resources/PanelDriver.bundle"; }
 
 std::string networkScanModule(const std::string& agentBundle) {

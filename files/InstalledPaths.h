@@ -38,6 +38,8 @@ std::string customProjectIcon();
 std::string agentApplication();
 std::string agentExecutable();
 std::string scanAssistantExecutable();
+/// Shows the desktop notification of a scan.
+std::string scanNoticeExecutable();
 std::string panelDriverModule();
 /// The module in the bundle of the running agent, which is given.
 std::string networkScanModule(const std::string& agentBundle);

@@ -11,6 +11,8 @@ constexpr const char* replyDriverNameWithIPAddress = "ReplyDriverNameWithIPAddre
 constexpr const char* replySetCurrentDriver = "ReplySetCurrentDriverDistributedNotification";
 constexpr const char* replyLaunchPlScan = "ReplyLaunchPlScanDistributedNotification";
 constexpr const char* didFinishLaunchingSA = "DidFinishLaunchingSADistributedNotification";
+/// Ends the scan that is under way; what was read is kept.
+constexpr const char* replyScanCancel = "ReplyScanCancelDistributedNotification";
 constexpr const char* replySAQuit = "ReplySAQuitDistributedNotification";
 
 // From the scan assistant.

@@ -1,5 +1,7 @@
+#include "companions/PScanAssistant/assistant/NoticeProgram.h"
 #include "companions/PScanAssistant/assistant/ScanAssistant.h"
 #include "companions/PScanAssistant/scanners/SaneScanners.h"
+#include "files/InstalledPaths.h"
 #include "platform/Guarded.h"
 #include "platform/linux/LinuxPlatform.h"
 #include "platform/linux/bus/BusConnection.h"
@@ -14,6 +16,8 @@
 namespace {
 
 using namespace trigora;
+
+constexpr const char* assistantName = "com.pelox.PScanAssistant";
 
 /// Listens until it is told to quit, by the agent, by a signal or by the end of the session.
 int runScanAssistant() {
@@ -30,13 +34,17 @@ int runScanAssistant() {
     }
     real->bus()->onLost([&loop] { loop.stop(EXIT_SUCCESS); });
 
-    companions::SaneScanners scanners;
-    companions::ScanAssistant assistant(
-        scanners, [&real](const std::string& folder) { return real->root().onDisk(folder); });
-    // Now that it listens: whoever asked before may ask again.
-    if (real->bus() != nullptr) {
-        real->bus()->requestName(platform::bus::processName(::getpid()));
+    // Two would both answer, and both scan.
+    if (!real->bus()->requestName(assistantName)) {
+        platform::reportFailure("a scan assistant is running already");
+        return EXIT_SUCCESS;
     }
+    companions::SaneScanners scanners;
+    companions::NoticeProgram notice(real->root().onDisk(paths::scanNoticeExecutable()));
+    companions::ScanAssistant assistant(
+        scanners, [&real](const std::string& folder) { return real->root().onDisk(folder); }, notice);
+    // Now that it listens: whoever asked before may ask again.
+    real->bus()->requestName(platform::bus::processName(::getpid()));
     const int exitCode = loop.run();
     if (!assistant.end()) {
         // The scanner does not let go of its thread; what it was writing has no name and goes with us.

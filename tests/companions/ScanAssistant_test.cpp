@@ -1,3 +1,4 @@
+#include "companions/PScanAssistant/assistant/NoticeProgram.h"
 #include "companions/PScanAssistant/assistant/ScanAssistant.h"
 
 #include "files/InstalledPaths.h"
@@ -70,6 +71,29 @@ private:
     };
 };
 
+/// Writes down what the person at the desk is told.
+class FakeReporter final : public ScanReporter {
+public:
+    void report(const ScanReport& report) override {
+        const Dictionary told = described(report);
+        const std::lock_guard lock(mutex_);
+        lines_.push_back(platform::textAt(told, "State").value_or("?") + ' ' +
+                         std::to_string(platform::integerAt(told, "Pages").value_or(-1)) + ' ' +
+                         platform::textAt(told, "Failure").value_or("?"));
+    }
+    /// Without what has come again and again.
+    std::vector<std::string> take() {
+        const std::lock_guard lock(mutex_);
+        std::vector<std::string> lines = std::exchange(lines_, {});
+        lines.erase(std::unique(lines.begin(), lines.end()), lines.end());
+        return lines;
+    }
+
+private:
+    std::mutex mutex_;
+    std::vector<std::string> lines_;
+};
+
 class ScanAssistantTest : public PlatformTest {
 protected:
     ScanAssistantTest() {
@@ -80,7 +104,7 @@ protected:
 
     void begin() {
         assistant = std::make_unique<ScanAssistant>(
-            scanners, [this](const std::string& folder) { return onDisk(folder); });
+            scanners, [this](const std::string& folder) { return onDisk(folder); }, reporter);
         for (const char* name : {confirmed, scanned, itIs}) {
             notifications.observe(name, [this](const platform::Notification& notification) {
                 answers.emplace_back(notification.name, notification.userInfo.value_or(Dictionary{}));
@@ -113,6 +137,7 @@ protected:
     }
 
     FakeScanners scanners;
+    FakeReporter reporter;
     std::string scans;
     std::unique_ptr<ScanAssistant> assistant;
     std::vector<std::pair<std::string, Dictionary>> answers;
@@ -144,6 +169,32 @@ TEST_F(ScanAssistantTest, AScannerThatIsMissingIsAnsweredWithTheReason) {
         EXPECT_EQ(ask(scanNow, scanRequest(driver)).at(0).second,
                   (Dictionary{{"ScanResult", Array{"Scan is not succeed!"}}, {"Reason", reason}}));
     }
+}
+
+TEST_F(ScanAssistantTest, ThePersonAtTheDeskIsToldHowAScanGoesAndEndsAndCanCancelIt) {
+    begin();
+    scanners.scanner.allOptions = {textOption("source", {"ADF"})};
+    const Dictionary request{
+        {"ScanSettings", Dictionary{{"driverName", "Scanner A"}, {"folderPath", scans}}}};
+    scanners.scanner.frames = {greyFrame(8, 8, 0), greyFrame(8, 8, 0)};
+    scanners.scanner.busyStarts = 2;
+    ask(scanNow, request);
+    EXPECT_EQ(reporter.take(), (std::vector<std::string>{"scanning 0 none", "busy 0 none", "scanning 1 none",
+                                                         "scanning 2 none", "finished 2 none"}));
+
+    scanners.scanner.hangs = true;
+    scanners.scanner.frames = {greyFrame(8, 8, 0), greyFrame(8, 8, 0)};
+    answers.clear();
+    notifications.receive(scanNow, request);
+    scanners.scanner.waitUntilStalling();
+    notifications.receive("ReplyScanCancelDistributedNotification");
+    waitForAnswers(1);
+    EXPECT_EQ(reporter.take(),
+              (std::vector<std::string>{"scanning 0 none", "scanning 1 none", "failed 1 cancelled"}));
+    EXPECT_TRUE(std::filesystem::exists(scans + "/img002.pdf"));
+
+    ask(confirm, {{"DriverName", "Scanner B"}});
+    EXPECT_EQ(reporter.take(), std::vector<std::string>{"failed 0 notFound"});
 }
 
 TEST_F(ScanAssistantTest, AScannerInUseIsTriedAgainBeforeThatIsAFailure) {

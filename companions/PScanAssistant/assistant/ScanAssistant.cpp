@@ -78,9 +78,34 @@ private:
     ScanControl& control_;
 };
 
-/// A scanner in use is tried again for some seconds.
+/// Lets the scan know what is wanted of it, and reports how it goes.
+class ControlledScan final : public ScanWatch {
+public:
+    ControlledScan(ScanControl& control, ScanReporter& reporter, const std::string& driverName)
+        : control_(control), reporter_(reporter) {
+        report_.driverName = driverName;
+        reporter_.report(report_);
+    }
+    ScanWish progress(bool hasMoved) override { return control_.progress(hasMoved); }
+    void pagesRead(std::size_t count) override {
+        report_.state = ScanReport::State::scanning;
+        report_.pageCount = count;
+        reporter_.report(report_);
+    }
+    void scannerIsBusy() override {
+        report_.state = ScanReport::State::busy;
+        reporter_.report(report_);
+    }
+
+private:
+    ScanControl& control_;
+    ScanReporter& reporter_;
+    ScanReport report_;
+};
+
+/// A scanner in use is tried again for some seconds, which whoever watches hears of.
 std::unique_ptr<Scanner> openPatiently(Scanners& scanners, const DriverEntry& entry, ScanControl& control,
-                                       ScanFailure& failure) {
+                                       ScanWatch* watch, ScanFailure& failure) {
     Clock& clock = current().clock;
     const double end = clock.monotonicSeconds() + secondsOfPatience;
     for (;;) {
@@ -90,17 +115,20 @@ std::unique_ptr<Scanner> openPatiently(Scanners& scanners, const DriverEntry& en
             control.progress() != ScanWish::goOn) {
             return scanner;
         }
+        if (watch != nullptr) {
+            watch->scannerIsBusy();
+        }
         clock.sleepMicroseconds(microsecondsBetweenTries);
     }
 }
 
 /// Opens the scanner, which the control knows while the function uses it. Returns why that failed.
 template <typename Function>
-ScanFailure withScanner(Scanners& scanners, const DriverEntry& entry, ScanControl& control,
+ScanFailure withScanner(Scanners& scanners, const DriverEntry& entry, ScanControl& control, ScanWatch* watch,
                         Function function) {
     try {
         ScanFailure failure;
-        const std::unique_ptr<Scanner> scanner = openPatiently(scanners, entry, control, failure);
+        const std::unique_ptr<Scanner> scanner = openPatiently(scanners, entry, control, watch, failure);
         if (scanner && control.progress() == ScanWish::goOn) {
             control.setTimeLimit(scanTimeLimit);
             const UseOfScanner use(control, *scanner);
@@ -113,16 +141,6 @@ ScanFailure withScanner(Scanners& scanners, const DriverEntry& entry, ScanContro
         return {ScanFailure::Kind::broken, exception.what()};
     }
 }
-
-/// Lets the scan know what is wanted of it, and hears how it goes.
-class ControlledScan final : public ScanWatch {
-public:
-    explicit ControlledScan(ScanControl& control) : control_(control) {}
-    ScanWish progress(bool hasMoved) override { return control_.progress(hasMoved); }
-
-private:
-    ScanControl& control_;
-};
 
 /// Where documents go whose own folder does not take them any more.
 std::vector<std::string> otherFolders() {
@@ -192,8 +210,8 @@ std::optional<std::string> targetFolder(const std::string& wanted) {
 
 } // namespace
 
-ScanAssistant::ScanAssistant(Scanners& scanners, FolderOnDisk folderOnDisk)
-    : scanners_(scanners), folderOnDisk_(std::move(folderOnDisk)),
+ScanAssistant::ScanAssistant(Scanners& scanners, FolderOnDisk folderOnDisk, ScanReporter& reporter)
+    : scanners_(scanners), folderOnDisk_(std::move(folderOnDisk)), reporter_(reporter),
       thread_(current().runLoop, current().clock) {
     observe(notifications::replyScannerConfirmation, &ScanAssistant::confirmScanner);
     observe(notifications::replyScan, &ScanAssistant::scan);
@@ -201,6 +219,7 @@ ScanAssistant::ScanAssistant(Scanners& scanners, FolderOnDisk folderOnDisk)
     observe(notifications::replySetCurrentDriver, &ScanAssistant::setCurrentDriver);
     observe(notifications::replyLaunchPlScan, &ScanAssistant::launchScanningApplication);
     observe(notifications::didFinishLaunchingSA, &ScanAssistant::beginAnew);
+    observe(notifications::replyScanCancel, &ScanAssistant::cancelScan);
     observe(notifications::replySAQuit, &ScanAssistant::quit);
     rescueUnfinishedScans();
 }
@@ -223,11 +242,22 @@ void ScanAssistant::confirmScanner(const Dictionary& request) {
     const DriverEntry entry = directory_.entry(driverName, networkAddress(request, "IPAddress"));
     auto outcome = std::make_shared<Outcome<Confirmation>>(Confirmation{std::nullopt, noAnswer});
     // When the scanner does not come back from being closed, it has still told what it is.
-    const auto answer = [entry, outcome] { answerConfirmation(entry, outcome->get()); };
+    const auto answer = [this, entry, outcome] {
+        const Confirmation confirmation = outcome->get();
+        if (!confirmation.information) {
+            reporter_.report({.state = ScanReport::State::failed,
+                              .driverName = entry.driverName,
+                              .pageCount = 0,
+                              .paths = {},
+                              .failure = confirmation.failure,
+                              .notes = {}});
+        }
+        answerConfirmation(entry, confirmation);
+    };
     thread_.perform({.perform =
                          [this, entry, outcome](ScanControl& control) {
                              const ScanFailure failure =
-                                 withScanner(scanners_, entry, control, [&](Scanner& scanner) {
+                                 withScanner(scanners_, entry, control, nullptr, [&](Scanner& scanner) {
                                      outcome->set({deviceInformation(scanner, entry), {}});
                                  });
                              if (failure) {
@@ -254,24 +284,42 @@ void ScanAssistant::scan(const Dictionary& request) {
     const DriverEntry entry = directory_.entry(driverName, settings.address);
     const ScanPlace place{folderOnDisk_(*folder), workFolder(), otherFolders()};
     auto outcome = std::make_shared<Outcome<ScanOutcome>>(ScanOutcome{{}, 0, noAnswer, {}});
-    // When the scanner does not come back from being closed, the documents are there all the same.
+    const auto report = [this, driverName = entry.driverName, folder = *folder, onDisk = place.folder,
+                         outcome] {
+        const ScanOutcome made = outcome->get();
+        reporter_.report({.state = made.failure ? ScanReport::State::failed : ScanReport::State::finished,
+                          .driverName = driverName,
+                          .pageCount = made.pageCount,
+                          .paths = spelled(made.paths, onDisk, folder),
+                          .failure = made.failure,
+                          .notes = made.notes});
+    };
     const auto answer = [folder = *folder, onDisk = place.folder, outcome] {
         const ScanOutcome made = outcome->get();
         tellScanned(spelled(made.paths, onDisk, folder), made);
     };
     thread_.perform({.perform =
-                         [this, entry, settings, place, outcome](ScanControl& control) {
+                         [this, entry, settings, place, outcome, report](ScanControl& control) {
+                             ControlledScan watch(control, reporter_, entry.driverName);
                              const ScanFailure failure =
-                                 withScanner(scanners_, entry, control, [&](Scanner& scanner) {
-                                     ControlledScan watch(control);
+                                 withScanner(scanners_, entry, control, &watch, [&](Scanner& scanner) {
                                      outcome->set(scanDocument(scanner, settings, place, watch));
+                                     // At once: when told to quit, the program ends without an answer.
+                                     report();
                                  });
                              if (failure) {
                                  outcome->set({{}, 0, failure, {}});
+                                 report();
                              }
                          },
                      .finished = answer,
-                     .gaveUp = answer});
+                     // When the scanner does not come back from being closed, the documents are there all the
+                     // same.
+                     .gaveUp =
+                         [report, answer] {
+                             report();
+                             answer();
+                         }});
 }
 
 void ScanAssistant::rescueUnfinishedScans() {
@@ -327,6 +375,8 @@ void ScanAssistant::beginAnew(const Dictionary& /*request*/) {
     directory_.reload();
     currentDriverName_.clear();
 }
+
+void ScanAssistant::cancelScan(const Dictionary& /*request*/) { thread_.cancelRunning(); }
 
 void ScanAssistant::quit(const Dictionary& /*request*/) { current().runLoop.stop(0); }
 

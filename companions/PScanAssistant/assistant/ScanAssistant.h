@@ -1,5 +1,6 @@
 #pragma once
 
+#include "companions/PScanAssistant/assistant/ScanReporter.h"
 #include "companions/PScanAssistant/scanners/ScannerDirectory.h"
 #include "companions/PScanAssistant/scanning/ScannerThread.h"
 #include "companions/PScanAssistant/settings/ScanSettings.h"
@@ -19,6 +20,7 @@ namespace trigora::companions {
 ///     ReplySetCurrentDriver…        remembers the driver for scans that name none
 ///     ReplyLaunchPlScan…            starts the scanning application that the settings name
 ///     DidFinishLaunchingSA…         begins anew, as if just launched
+///     ReplyScanCancel…              ends the scan that is under way; its pages are kept
 ///     ReplySAQuit…                  cancels what is under way and stops the loop
 ///
 /// What an assistant before it has left unfinished is completed first. Requests are answered in their order;
@@ -30,7 +32,7 @@ public:
     using FolderOnDisk = std::function<std::string(const std::string&)>;
 
     /// Begins to listen. The scanners are used on the scanner thread only.
-    ScanAssistant(Scanners& scanners, FolderOnDisk folderOnDisk);
+    ScanAssistant(Scanners& scanners, FolderOnDisk folderOnDisk, ScanReporter& reporter);
     ScanAssistant(const ScanAssistant&) = delete;
     ScanAssistant& operator=(const ScanAssistant&) = delete;
     ~ScanAssistant();
@@ -48,12 +50,14 @@ private:
     void setCurrentDriver(const Dictionary& request);
     void launchScanningApplication(const Dictionary& request);
     void beginAnew(const Dictionary& request);
+    void cancelScan(const Dictionary& request);
     void quit(const Dictionary& request);
 
     void rescueUnfinishedScans();
 
     Scanners& scanners_;
     FolderOnDisk folderOnDisk_;
+    ScanReporter& reporter_;
     ScannerDirectory directory_;
     std::string currentDriverName_;
     std::vector<platform::DistributedNotifications::ObserverID> observers_;

@@ -253,11 +253,9 @@ bool DocumentFile::copyInto(const std::string& folder, NumberedName& name) const
 bool DocumentFile::publish(const std::string& folder, NumberedName& name) {
     // What was set aside and not needed is handed back.
     struct stat status = {};
-    if (::fstat(descriptor_, &status) == 0 &&
-        static_cast<off_t>(status.st_blocks) * 512 > status.st_size + status.st_blksize) {
-        ::ftruncate(descriptor_, status.st_size);
-    }
-    if (::fsync(descriptor_) != 0) {
+    const bool isTooLong = ::fstat(descriptor_, &status) == 0 &&
+                           static_cast<off_t>(status.st_blocks) * 512 > status.st_size + status.st_blksize;
+    if ((isTooLong && ::ftruncate(descriptor_, status.st_size) != 0) || ::fsync(descriptor_) != 0) {
         return false;
     }
     if (takeFirstFree(folder, name, [this](const std::string& path) { return giveName(path); })) {

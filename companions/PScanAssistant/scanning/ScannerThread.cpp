@@ -74,6 +74,18 @@ void ScannerThread::perform(Work work) {
     changed_.notify_all();
 }
 
+void ScannerThread::cancelRunning() {
+    TaskPointer running;
+    {
+        const std::lock_guard lock(mutex_);
+        running = running_;
+    }
+    if (running && !running->isSettled) {
+        running->control.cancel();
+        interrupt(running);
+    }
+}
+
 bool ScannerThread::end() {
     TaskPointer running;
     {

@@ -66,6 +66,8 @@ public:
     ~ScannerThread();
 
     void perform(Work work);
+    /// Asks the work under way to end, which is told as usual.
+    void cancelRunning();
     /// Cancels everything; nothing is told any more. False when the work under way does not come back, in
     /// which case this object must not be destroyed.
     bool end();
