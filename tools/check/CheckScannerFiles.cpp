@@ -10,11 +10,11 @@
 #include "tools/check/CheckTextFile.h"
 #include "tools/settings/ProjectCatalogue.h"
 #include "tools/settings/ScannerModels.h"
+#include "tools/words/Numbers.h"
 #include "tools/words/Wording.h"
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 
 namespace trigora::tools {
 
@@ -24,15 +24,6 @@ constexpr std::string_view modelPrefix = "Model";
 constexpr std::size_t modelIDDigits = 4;
 
 bool existsAt(const std::string& path) { return platform::current().fileSystem.exists(path); }
-
-/// The whole text as a decimal number; none for anything else.
-std::optional<std::int64_t> wholeNumber(const std::string& text) {
-    const std::string digits = platform::trimmed(text, " \t");
-    std::int64_t number = 0;
-    const char* end = digits.data() + digits.size();
-    const auto [stopped, error] = std::from_chars(digits.data(), end, number);
-    return error == std::errc() && stopped == end ? std::optional(number) : std::nullopt;
-}
 
 void checkCapabilitiesOfModel(const std::string& section, Findings& findings) {
     const std::string file = paths::scannerCapabilityFile();
@@ -46,7 +37,8 @@ void checkCapabilitiesOfModel(const std::string& section, Findings& findings) {
                    {"ModelDependency", 1, "the model shares its projects with all others"}};
     for (const auto& [key, most, consequence] : numbers) {
         const auto text = valueInFile(file, section.c_str(), key);
-        const auto number = text ? wholeNumber(*text) : std::optional<std::int64_t>(0);
+        const auto number =
+            text ? wholeNumber(platform::trimmed(*text, " \t")) : std::optional<std::int64_t>(0);
         if (!number || *number < 0 || *number > most) {
             findings.push_back({file, "[" + section + "] " + key,
                                 "\"" + printable(*text) + "\" is no number from 0 to " + std::to_string(most),

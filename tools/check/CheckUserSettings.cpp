@@ -182,18 +182,13 @@ void checkBinding(const std::string& file, const std::string& eventID, const Val
     }
 }
 
-std::string existingBindingsFile(const std::optional<std::string>& modelID) {
-    const std::string current = paths::buttonBindingsFile(modelID);
-    return itemExistsAtPath(current) ? current : paths::formerButtonBindingsFile(modelID);
-}
-
 void checkBindingsOfModel(const std::optional<std::string>& modelID, Findings& findings) {
     const std::vector<std::string> damaged = damagedBindingFiles(modelID);
     for (const std::string& file : damaged) {
         findings.push_back(
             {file, "", "damaged, or it cannot be read", "the events run their default projects"});
     }
-    const std::string file = existingBindingsFile(modelID);
+    const std::string file = bindingsFileInUse(modelID);
     const auto value = damaged.empty() ? platform::current().propertyLists.read(file) : std::nullopt;
     if (!value || value->dictionary() == nullptr) {
         return;
@@ -263,7 +258,7 @@ void checkBindings(Findings& findings) {
     }
     for (const std::string& model : models) {
         if (!isKnownModel(model)) {
-            findings.push_back({existingBindingsFile(model), "",
+            findings.push_back({bindingsFileInUse(model), "",
                                 "no known scanner is of model " + printable(model),
                                 "the bindings count only if there is one", true});
         }

@@ -1,6 +1,7 @@
 #include "tools/commands/CommandTestScan.h"
 
 #include "catalogue/drivers/TrScannerDriverInformation.h"
+#include "files/NotificationNames.h"
 #include "platform/DistributedNotifications.h"
 #include "platform/Platform.h"
 #include "platform/RunLoop.h"
@@ -41,10 +42,6 @@ constexpr std::string_view testScanExamples =
     "  trigoractl test-scan 610 --driver \"SANE Test Scanner\"\n"
     "  trigoractl test-scan 701 --driver \"SANE Test Scanner\" --model-id 0F01 --timeout 60 --json\n";
 
-constexpr const char* scanDidFinish = "DidFinishScanDistributedNotification";
-constexpr const char* eventDidFinish = "ScanEventDidFinishNotification";
-constexpr const char* confirmationDidFinish = "DidFinishScannerConfirmationDistributedNotification";
-constexpr const char* failedScan = "Scan is not succeed!";
 constexpr double confirmationSeconds = 60;
 constexpr double agentAnswerSeconds = 3;
 
@@ -112,17 +109,17 @@ void requireIdleAgent() {
 /// What the scan assistant says of the scanner. The agent hears the answer, too, and takes it for that to a
 /// press that it knows nothing of; so its end of that is waited for.
 Dictionary deviceInfoFromAssistant(const std::string& driverName) {
-    Waiting waiting({confirmationDidFinish, eventDidFinish});
+    Waiting waiting({notifications::didFinishScannerConfirmation, notifications::scanEventDidFinish});
     if (!TrLaunchApplicationManager::sharedLaunchApplicationManager()->launchScanAssistantWithWait()) {
         throw Failure(notFound, "the scan assistant, which knows the scanners, cannot be launched");
     }
-    platform::current().notifications.post("ReplyScannerConfirmationDistributedNotification",
+    platform::current().notifications.post(notifications::replyScannerConfirmation,
                                            Dictionary{{"DriverName", driverName}}, true);
-    const auto answer = waiting.wait(confirmationDidFinish, confirmationSeconds);
+    const auto answer = waiting.wait(notifications::didFinishScannerConfirmation, confirmationSeconds);
     if (!answer) {
         throw Failure(failed, "the scan assistant does not answer");
     }
-    waiting.wait(eventDidFinish, agentAnswerSeconds);
+    waiting.wait(notifications::scanEventDidFinish, agentAnswerSeconds);
     const auto devices = platform::dictionaryAt(*answer, "UpdatedDeviceInfo").value_or(Dictionary());
     const auto device = platform::dictionaryAt(devices, driverName);
     if (platform::integerAt(*answer, "ScannerConfirmResult").value_or(-1) != 0 || !device) {
@@ -154,7 +151,7 @@ std::optional<std::vector<std::string>> scannedFiles(const Dictionary& result) {
             files.push_back(*file.text());
         }
     }
-    const bool isFailed = files.empty() || files.front() == failedScan;
+    const bool isFailed = files.empty() || files.front() == notifications::failedScanMark;
     return isFailed ? std::nullopt : std::optional(files);
 }
 
@@ -189,10 +186,9 @@ ExitCode testScan(const Arguments& arguments, std::ostream& out, std::ostream&) 
                 : deviceInfoFromAssistant(driverName);
     const ListedProject listed = projectToTest(projectID, deviceInfo);
 
-    Waiting waiting({scanDidFinish, eventDidFinish});
-    // Three n's in a row: the agent observes exactly this name.
+    Waiting waiting({notifications::didFinishScan, notifications::scanEventDidFinish});
     platform::current().notifications.post(
-        "TestScannningWillStartNotification",
+        notifications::testScanningWillStart,
         Dictionary{{"TestScanDriverInfo",
                     Dictionary{{"DriverInfoDrivername", driverName}, {"DriverInfoMakerName", "PELOX"}}},
                    {"TestScanDeviceInfo", deviceInfo},
@@ -200,8 +196,9 @@ ExitCode testScan(const Arguments& arguments, std::ostream& out, std::ostream&) 
                    {"TestScanScanSettings", listed.project->scanSettings()},
                    {"TestScanEventID", eventID}},
         true);
-    const bool isOver = waiting.wait(eventDidFinish, static_cast<double>(seconds)).has_value();
-    const std::optional<Dictionary> result = waiting.heard(scanDidFinish);
+    const bool isOver =
+        waiting.wait(notifications::scanEventDidFinish, static_cast<double>(seconds)).has_value();
+    const std::optional<Dictionary> result = waiting.heard(notifications::didFinishScan);
     if (result) {
         if (const auto files = scannedFiles(*result)) {
             return tell(listed, *files, arguments.has("json"), out);

@@ -1,26 +1,17 @@
 #include "tools/frame/Arguments.h"
 
 #include "tools/frame/Failure.h"
+#include "tools/words/Numbers.h"
 
 #include <algorithm>
-#include <charconv>
 
 namespace trigora::tools {
 
 namespace {
 
 std::optional<std::int64_t> number(std::string_view text) {
-    const bool hexadecimal = text.starts_with("0x") || text.starts_with("0X");
-    if (hexadecimal) {
-        text.remove_prefix(2);
-    }
-    std::int64_t value = 0;
-    const char* end = text.data() + text.size();
-    const auto [stopped, error] = std::from_chars(text.data(), end, value, hexadecimal ? 16 : 10);
-    if (error != std::errc() || stopped != end || (hexadecimal && value < 0)) {
-        return std::nullopt;
-    }
-    return value;
+    const bool isHexadecimal = text.starts_with("0x") || text.starts_with("0X");
+    return isHexadecimal ? wholeHexadecimalNumber(text.substr(2)) : wholeNumber(text);
 }
 
 } // namespace

@@ -2,7 +2,6 @@
 
 #include "tools/bus/AgentNotice.h"
 #include "tools/frame/Report.h"
-#include "tools/settings/SettingsSession.h"
 #include "tools/words/Wording.h"
 
 namespace trigora::tools {
@@ -23,23 +22,17 @@ const char* noticeWord(AgentNotice notice) {
 
 } // namespace
 
-void ChangeReport::addNote(const std::optional<std::string>& note) {
-    if (note) {
-        notes.push_back(*note);
-    }
-}
-
-void ChangeReport::print(const Arguments& arguments, std::ostream& out) const {
+void print(const SettingsChange& change, const Arguments& arguments, std::ostream& out) {
     const AgentNotice notice = agentNotice();
     if (arguments.has("json")) {
-        Dictionary object = facts;
-        object["notes"] = Array(notes.begin(), notes.end());
+        Dictionary object = change.facts;
+        object["notes"] = Array(change.notes.begin(), change.notes.end());
         object["agent"] = noticeWord(notice);
         printJson(out, object);
         return;
     }
-    out << printable(sentence) << '\n';
-    for (const std::string& note : notes) {
+    out << printable(change.sentence) << '\n';
+    for (const std::string& note : change.notes) {
         out << "Note: " << printable(note) << ".\n";
     }
     out << noticeSentence(notice) << '\n';

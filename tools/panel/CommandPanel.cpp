@@ -3,10 +3,10 @@
 #include "platform/Text.h"
 #include "simulators/simulation/PanelCommands.h"
 #include "tools/panel/PanelUser.h"
+#include "tools/words/Numbers.h"
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <limits>
 #include <utility>
 
@@ -83,11 +83,8 @@ constexpr std::pair<const char*, const char*> simpleActions[] = {
 
 /// Text without any other character, from 0 to the most; none for anything else.
 std::optional<std::int64_t> number(const std::string& text, std::int64_t most) {
-    std::int64_t value = -1;
-    const char* end = text.data() + text.size();
-    const auto [stopped, error] = std::from_chars(text.data(), end, value);
-    const bool isNumber = error == std::errc() && stopped == end && value >= 0 && value <= most;
-    return isNumber ? std::optional(value) : std::nullopt;
+    const std::optional<std::int64_t> value = wholeNumber(text);
+    return value && *value >= 0 && *value <= most ? value : std::nullopt;
 }
 
 /// "name=code,…" as an object.

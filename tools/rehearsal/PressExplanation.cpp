@@ -5,6 +5,7 @@
 #include "catalogue/events/TrEventInformation.h"
 #include "catalogue/events/TrEventManager.h"
 #include "files/InstalledPaths.h"
+#include "files/NotificationNames.h"
 #include "files/PxIniParser.h"
 #include "files/StringHelpers.h"
 #include "files/TrFilePathUtility.h"
@@ -401,7 +402,7 @@ private:
         std::string text;
         for (const RehearsedEffect& effect : effects) {
             const bool isSignOff = effect.kind == RehearsedEffect::Kind::post &&
-                                   effect.target != "ReplyLaunchPlScanDistributedNotification";
+                                   effect.target != notifications::replyLaunchPlScan;
             if (!isSignOff) {
                 text += (text.empty() ? "" : ", ") + printable(effect.description());
             }

@@ -6,10 +6,12 @@
 #include "catalogue/drivers/TrScannerDriverInformation.h"
 #include "catalogue/events/TrEventManager.h"
 #include "files/InstalledPaths.h"
+#include "files/NotificationNames.h"
 #include "files/TrFilePathUtility.h"
 #include "platform/FileSystem.h"
 #include "platform/Text.h"
 #include "tools/overlay/OverlayFiles.h"
+#include "tools/settings/DamagedFiles.h"
 
 #include <algorithm>
 
@@ -18,10 +20,6 @@ namespace trigora::tools {
 namespace {
 
 using Effects = std::vector<RehearsedEffect>;
-
-constexpr const char* scanRequest = "ReplyScanDistributedNotification";
-constexpr const char* confirmationRequest = "ReplyScannerConfirmationDistributedNotification";
-constexpr const char* scanningApplicationRequest = "ReplyLaunchPlScanDistributedNotification";
 
 const RehearsedEffect* postNamed(const Effects& effects, std::string_view name) {
     const auto post = std::ranges::find_if(effects, [&](const RehearsedEffect& effect) {
@@ -34,7 +32,7 @@ const RehearsedEffect* postNamed(const Effects& effects, std::string_view name) 
 bool isWork(const RehearsedEffect& effect) {
     switch (effect.kind) {
     case RehearsedEffect::Kind::post:
-        return effect.target == scanningApplicationRequest;
+        return effect.target == notifications::replyLaunchPlScan;
     case RehearsedEffect::Kind::launch:
         return !effect.problem && effect.target != paths::scanAssistantExecutable();
     case RehearsedEffect::Kind::open:
@@ -65,13 +63,8 @@ std::string scanFolderOf(const RehearsedEffect& request) {
 }
 
 std::optional<std::string> existingBindingsFile(const std::optional<std::string>& modelID) {
-    platform::FileSystem& files = platform::current().fileSystem;
-    for (std::string path : {paths::buttonBindingsFile(modelID), paths::formerButtonBindingsFile(modelID)}) {
-        if (files.exists(path)) {
-            return path;
-        }
-    }
-    return std::nullopt;
+    std::string path = bindingsFileInUse(modelID);
+    return platform::current().fileSystem.exists(path) ? std::optional(std::move(path)) : std::nullopt;
 }
 
 } // namespace
@@ -104,16 +97,16 @@ void PressRehearsal::rehearse(const RehearsedPress& press) {
     if (!isAssistantInstalled_) {
         return;
     }
-    const char* confirmed = "DidFinishScannerConfirmationDistributedNotification";
+    const char* confirmed = notifications::didFinishScannerConfirmation;
     const Dictionary confirmation = confirmationOf(press, driverName().value_or(""));
     platform_.receive(confirmed, confirmation);
     start_ = platform_.takeEffects();
-    if (const RehearsedEffect* scan = postNamed(start_, scanRequest)) {
+    if (const RehearsedEffect* scan = postNamed(start_, notifications::replyScan)) {
         const std::string folder = scanFolderOf(*scan);
         platform_.files().createDirectory(folder, true, std::nullopt);
         const std::string file = platform::appendingPathComponent(folder, scannedFiles);
-        platform_.receive("DidFinishScanDistributedNotification", {{"ScanResult", Array{file}}});
-    } else if (postNamed(start_, confirmationRequest) != nullptr) {
+        platform_.receive(notifications::didFinishScan, {{"ScanResult", Array{file}}});
+    } else if (postNamed(start_, notifications::replyScannerConfirmation) != nullptr) {
         platform_.receive(confirmed, confirmation);
     }
     action_ = platform_.takeEffects();
@@ -131,7 +124,7 @@ void PressRehearsal::findReasons(const RehearsedPress& press) {
     project_ = projectOfScanEvent(std::to_string(mapping_.eventID), driver_);
 }
 
-bool PressRehearsal::wouldScan() const { return postNamed(start_, scanRequest) != nullptr; }
+bool PressRehearsal::wouldScan() const { return postNamed(start_, notifications::replyScan) != nullptr; }
 
 bool PressRehearsal::wouldRun() const {
     return wouldScan() || std::ranges::any_of(start_, isWork) || std::ranges::any_of(action_, isWork);

@@ -1,6 +1,7 @@
 #include "tools/rehearsal/RehearsalPlatform.h"
 
 #include "files/InstalledPaths.h"
+#include "files/NotificationNames.h"
 #include "platform/Bundles.h"
 #include "platform/Clock.h"
 #include "platform/Desktop.h"
@@ -25,7 +26,6 @@ using Effects = std::vector<RehearsedEffect>;
 
 /// Given to what is "launched"; no process has it.
 constexpr std::int32_t rehearsedProcess = -1;
-constexpr const char* quitNotification = "ReplySAQuitDistributedNotification";
 
 std::string codeText(std::uint32_t code) {
     std::string text;
@@ -131,7 +131,7 @@ public:
     }
     void removeObserver(ObserverID observer) override { observers_.erase(observer); }
     void post(const std::string& name, const std::optional<Dictionary>& userInfo, bool) override {
-        if (name == quitNotification) {
+        if (name == notifications::replySAQuit) {
             processes_.endAssistant();
         }
         effects_.push_back({Kind::post, name, {}, userInfo, {}});

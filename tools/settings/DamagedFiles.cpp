@@ -29,10 +29,14 @@ std::vector<std::string> damagedOf(const std::vector<std::string>& paths) {
 
 } // namespace
 
+std::string bindingsFileInUse(const std::optional<std::string>& modelID) {
+    std::string current = paths::buttonBindingsFile(modelID);
+    return platform::current().fileSystem.exists(current) ? current
+                                                          : paths::formerButtonBindingsFile(modelID);
+}
+
 std::vector<std::string> damagedBindingFiles(const std::optional<std::string>& modelID) {
-    const std::string current = paths::buttonBindingsFile(modelID);
-    const bool hasCurrent = platform::current().fileSystem.exists(current);
-    return damagedOf({hasCurrent ? current : paths::formerButtonBindingsFile(modelID)});
+    return damagedOf({bindingsFileInUse(modelID)});
 }
 
 std::vector<std::string> damagedWatchedFolderFiles() {

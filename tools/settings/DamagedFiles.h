@@ -6,6 +6,9 @@
 
 namespace trigora::tools {
 
+/// The file that holds the button bindings of a model (or of none): that of the earlier version while there
+/// is none of this one.
+std::string bindingsFileInUse(const std::optional<std::string>& modelID);
 /// Of the files that hold the button bindings of a model (or of none), those that cannot be read. While
 /// there is no file of this version, that of the earlier version counts.
 std::vector<std::string> damagedBindingFiles(const std::optional<std::string>& modelID);

@@ -2,6 +2,7 @@
 
 #include "catalogue/drivers/TrScannerDriverInformation.h"
 #include "catalogue/events/TrEventInformation.h"
+#include "catalogue/identifiers/EventKinds.h"
 #include "platform/Text.h"
 #include "tools/settings/ScannerModels.h"
 #include "tools/settings/SettingsError.h"
@@ -17,10 +18,9 @@ namespace trigora::tools {
 
 namespace {
 
-constexpr std::array kinds{EventKind{0x1000, "button"},
-                           EventKind{TrEventInformation::monitorEventType, "folder"},
-                           EventKind{TrEventInformation::jobEventType, "job"}, EventKind{0x8000, "kind4"},
-                           EventKind{0x10000, "kind5"}};
+constexpr std::array kinds{EventKind{event_kinds::button, "button"}, EventKind{event_kinds::folder, "folder"},
+                           EventKind{event_kinds::job, "job"}, EventKind{event_kinds::fourth, "kind4"},
+                           EventKind{event_kinds::fifth, "kind5"}};
 
 constexpr std::uint32_t anyCount = std::numeric_limits<std::uint32_t>::max();
 constexpr std::int32_t anyKind = -1;

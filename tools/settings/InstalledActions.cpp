@@ -18,7 +18,6 @@ namespace trigora::tools {
 
 namespace {
 
-constexpr const char* userApplicationAction = "900";
 constexpr const char* passFilesOption = "0x0001";
 
 std::string idAndName(TrActionInformation& action) {
@@ -113,7 +112,7 @@ std::shared_ptr<TrActionInformation> actionOfApplication(const std::string& path
         throw SettingsError(SettingsError::Code::notFound,
                             "there is no application " + application + ": " + *problem);
     }
-    auto action = TrActionInformation::initWithActionID(userApplicationAction);
+    auto action = TrActionInformation::initWithActionID(TrActionInformation::userApplicationID);
     action->setApplicationPath(application);
     action->setOption(passFilesOption);
     return action;

@@ -22,8 +22,6 @@ namespace {
 
 using Origin = ListedProject::Origin;
 
-constexpr const char* userApplicationAction = "900";
-
 /// The application that an installed action names; none when no such action is installed.
 std::optional<std::string> applicationOfInstalledAction(const std::string& actionID) {
     for (const std::string& path : filesInFolder(paths::actionFolder(), "adi")) {
@@ -41,7 +39,7 @@ std::optional<std::string> namedApplication(const TrProjectInformation& project,
     if (action && action->applicationPath()) {
         return action->applicationPath();
     }
-    if (actionID == userApplicationAction) {
+    if (actionID == TrActionInformation::userApplicationID) {
         return valueInFile(project.projectFilePath().value_or(""), "Event_Launch_MacX", "AppPath")
             .value_or("");
     }

@@ -52,8 +52,7 @@ std::set<std::optional<std::string>> modelsWithBindings() {
 
 /// The bindings of a model, as the agent would read them.
 Dictionary bindingsOf(const std::optional<std::string>& model) {
-    const std::string current = paths::buttonBindingsFile(model);
-    return dictionaryIn(itemExistsAtPath(current) ? current : paths::formerButtonBindingsFile(model));
+    return dictionaryIn(bindingsFileInUse(model));
 }
 
 Dictionary watchedFolders() { return dictionaryIn(paths::watchedFolderSettingsFile()); }

@@ -6,11 +6,11 @@
 #include "projects/settings/ScanSettingSchema.h"
 #include "tools/settings/SettingsError.h"
 #include "tools/words/NearMatches.h"
+#include "tools/words/Numbers.h"
 #include "tools/words/Wording.h"
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <filesystem>
 
 namespace trigora::tools {
@@ -36,13 +36,11 @@ std::int64_t numberOf(const ScanSetting& setting, const std::string& given) {
     if (name != setting.choices.end()) {
         return setting.least + (name - setting.choices.begin());
     }
-    std::int64_t number = 0;
-    const char* end = given.data() + given.size();
-    const auto [stopped, error] = std::from_chars(given.data(), end, number);
-    if (error != std::errc() || stopped != end || number < setting.least || number > setting.most) {
+    const std::optional<std::int64_t> number = wholeNumber(given);
+    if (!number || *number < setting.least || *number > setting.most) {
         refuse(setting, given);
     }
-    return number;
+    return *number;
 }
 
 bool flagOf(const ScanSetting& setting, const std::string& given) {

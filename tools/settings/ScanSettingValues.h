@@ -21,6 +21,7 @@ struct ScanSettingChange {
     const ScanSetting* setting = nullptr;
     std::optional<Value> value; ///< none takes the entry out
 };
+using ScanSettingChanges = std::vector<ScanSettingChange>;
 
 /// Reads what a user wrote for a key. Throws a `SettingsError` that says what is allowed.
 ScanSettingChange readScanSettingChange(const std::string& key, const std::string& text);

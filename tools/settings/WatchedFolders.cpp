@@ -1,11 +1,20 @@
 #include "tools/settings/WatchedFolders.h"
 
 #include "catalogue/actions/TrActionInformation.h"
+#include "catalogue/events/TrEventManager.h"
 #include "catalogue/events/TrMonitorEventInformation.h"
+#include "files/InstalledPaths.h"
+#include "files/NotificationNames.h"
+#include "platform/DistributedNotifications.h"
 #include "platform/FileSystem.h"
 #include "platform/Platform.h"
+#include "platform/Text.h"
 #include "platform/Value.h"
 #include "projects/information/TrProjectInformation.h"
+#include "tools/settings/DamagedFiles.h"
+#include "tools/settings/ScanSettingValues.h"
+#include "tools/settings/SettingsError.h"
+#include "tools/settings/SettingsSession.h"
 #include "tools/words/Wording.h"
 
 #include <optional>
@@ -68,6 +77,69 @@ std::optional<WatchProblem> problemOfProject(const std::optional<std::string>& p
     return std::nullopt;
 }
 
+using Watch = std::shared_ptr<TrMonitorEventInformation>;
+
+void requireReadableSettings() {
+    requireUndamaged(damagedWatchedFolderFiles());
+    // Saving writes the bindings without a model along.
+    requireUndamaged(damagedBindingFiles(std::nullopt));
+}
+
+Watch requireWatch(const std::string& number) {
+    const auto& watches = TrEventManager::sharedEventManager()->monitorEventList();
+    if (watches.empty()) {
+        throw SettingsError(SettingsError::Code::notFound,
+                            "no event for watched folders is installed in " + paths::eventFolder());
+    }
+    const bool isDigit = number.size() == 1 && number[0] >= '1' && number[0] <= '9';
+    const std::size_t index = isDigit ? static_cast<std::size_t>(number[0] - '1') : watches.size();
+    if (index >= watches.size()) {
+        throw SettingsError(SettingsError::Code::invalid, "there is no watched folder " + printable(number) +
+                                                              ": they are numbered from 1 to " +
+                                                              std::to_string(watches.size()));
+    }
+    return watches[index];
+}
+
+const ListedProject& requireFolderProject(const TrMonitorEventInformation& watch,
+                                          const ListedProjects& projects, const std::string& projectID) {
+    const ListedProject& project = requireProject(projects, projectID);
+    if (!project.isAvailable) {
+        throw SettingsError(SettingsError::Code::notFound,
+                            "project " + project.idAndName() +
+                                " is not available: " + project.problem.value_or("the agent leaves it out"));
+    }
+    if (!watch.isSupportProjectID(project.id()) ||
+        !watch.isSupportProjectType(project.project->type().value_or(""))) {
+        throw SettingsError(SettingsError::Code::notFound, "watched folders cannot run project " +
+                                                               project.idAndName() + ", which is of type " +
+                                                               textOrDash(project.project->type()));
+    }
+    return project;
+}
+
+/// Writes the settings of the watched folders, reads them again, and throws a `SettingsError` unless they
+/// hold what was set.
+void save(SettingsSession& session, const std::string& number, const TrMonitorEventInformation& watch) {
+    session.allowChanges();
+    const auto manager = TrEventManager::sharedEventManager();
+    const auto& folder = watch.monitorFolderPath();
+    const auto& interval = watch.timeInterval();
+    const auto project = watch.connectedProjectID(nullptr);
+    manager->saveEventInformation();
+    manager->reloadEventInformation();
+    const Watch written = requireWatch(number);
+    if (!platform::current().fileSystem.exists(paths::watchedFolderSettingsFile()) ||
+        written->monitorFolderPath() != folder || written->timeInterval() != interval ||
+        written->connectedProjectID(nullptr) != project) {
+        throw SettingsError(SettingsError::Code::failed,
+                            "the settings could not be written to " + paths::watchedFolderSettingsFile() +
+                                "; is the disk full, or may you not write there?");
+    }
+    platform::current().notifications.post(notifications::monitorFolderSettingsDidChange, std::nullopt,
+                                           false);
+}
+
 } // namespace
 
 std::vector<WatchProblem> problemsOfWatch(const TrMonitorEventInformation& watch,
@@ -84,6 +156,59 @@ std::vector<WatchProblem> problemsOfWatch(const TrMonitorEventInformation& watch
         }
     }
     return problems;
+}
+
+SettingsChange watchFolder(SettingsSession& session, const std::string& number,
+                           const WatchSettings& settings) {
+    const Watch watch = requireWatch(number);
+    const std::string folder = existingFolder(settings.folder);
+    if (!platform::current().fileSystem.contentsOfDirectory(folder)) {
+        throw SettingsError(SettingsError::Code::failed, folder + " cannot be listed: you may not read it");
+    }
+    const ListedProjects projects = folderProjects();
+    const ListedProject& project = requireFolderProject(*watch, projects, settings.projectID);
+    requireReadableSettings();
+
+    watch->setMonitorFolderPath(folder);
+    watch->setTimeInterval(settings.seconds);
+    watch->setConnectedProjectID(project.id());
+    save(session, number, *watch);
+    SettingsChange change{.sentence = "Watched folder " + number + " is " + folder +
+                                      ": new files in it run project " + project.idAndName() +
+                                      "; it is looked at every " + std::to_string(settings.seconds) + " s.",
+                          .facts = {{"number", platform::integerValue(number)},
+                                    {"folder", folder},
+                                    {"interval", settings.seconds},
+                                    {"project", project.id()},
+                                    {"file", paths::watchedFolderSettingsFile()}},
+                          .notes = {}};
+    const auto& watches = TrEventManager::sharedEventManager()->monitorEventList();
+    for (std::size_t i = 0; i < watches.size(); ++i) {
+        if (std::to_string(i + 1) != number && watches[i]->monitorFolderPath() == folder) {
+            change.addNote("watched folder " + std::to_string(i + 1) + " is the same folder");
+        }
+    }
+    return change;
+}
+
+SettingsChange unwatchFolder(SettingsSession& session, const std::string& number) {
+    const Watch watch = requireWatch(number);
+    requireReadableSettings();
+    const std::optional<std::string> folder = watch->monitorFolderPath();
+    if (!folder) {
+        throw SettingsError(SettingsError::Code::notFound, "watched folder " + number + " is not set");
+    }
+
+    watch->setMonitorFolderPath(std::nullopt);
+    watch->setTimeInterval(std::nullopt);
+    watch->setConnectedProjectID(std::nullopt);
+    save(session, number, *watch);
+    return {.sentence = (folder->empty() ? "Watched folder " + number : *folder) + " is no longer watched.",
+            .facts = {{"number", platform::integerValue(number)},
+                      {"folder", Value()},
+                      {"formerFolder", *folder},
+                      {"file", paths::watchedFolderSettingsFile()}},
+            .notes = {}};
 }
 
 } // namespace trigora::tools
