@@ -47,7 +47,8 @@ int runScanAssistant() {
     real->bus()->requestName(platform::bus::processName(::getpid()));
     const int exitCode = loop.run();
     if (!assistant.end()) {
-        // The scanner does not let go of its thread; what it was writing has no name and goes with us.
+        // The scanner does not let go of its thread; a document that it was filling is completed by the next
+        // assistant.
         std::_Exit(exitCode);
     }
     return exitCode;
