@@ -118,6 +118,21 @@ TEST_F(AgentTest, EndsInOrder) {
     EXPECT_NE(agentErrors(), "");
 }
 
+TEST_F(AgentTest, EndsInOrderWhileItWaitsForAnAssistantThatDoesNotQuit) {
+    for (const bool isSignalled : {true, false}) {
+        startAgent();
+        startAssistant();
+        assistant->signal(SIGSTOP);
+        post("DidGetDriverNameWithIPAddressDistributedNotification"); // whose handler waits for its end
+        const auto waits = std::chrono::steady_clock::now() + std::chrono::milliseconds(400);
+        waitUntil([&] { return std::chrono::steady_clock::now() > waits; });
+        isSignalled ? agent->signal(SIGTERM) : privateBus.end();
+        EXPECT_TRUE(waitForExit(*agent));
+        EXPECT_EQ(agent->exitStatus(), EXIT_SUCCESS) << agentErrors();
+        assistant.reset();
+    }
+}
+
 TEST_F(AgentTest, UnderstandsItsOptions) {
     const std::pair<std::vector<std::string>, int> cases[] = {
         {{"--help"}, EXIT_SUCCESS},

@@ -54,7 +54,8 @@ protected:
         // It begins as the shell that started it, and as `env`.
         EXPECT_TRUE(comesTrue([&] {
             const std::string words = procFile(id, "cmdline");
-            return !words.starts_with(std::string_view("/bin/sh\0-c", 10)) &&
+            return !words.empty() && !procFile(id, "environ").empty() &&
+                   !words.starts_with(std::string_view("/bin/sh\0-c", 10)) &&
                    !words.starts_with(std::string_view("env\0", 4));
         }));
         return id;
