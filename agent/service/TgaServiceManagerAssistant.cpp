@@ -61,7 +61,7 @@ void TgaServiceManager::runProject(const std::shared_ptr<TrProjectInformation>& 
     isRunScanning_ = project->isScanAble();
     const auto assistant = assistantWatch_.watch(); // before it is asked, which may be the end of it
     if (assistant && !isRunScanning_) {
-        unanswered_.posted(*assistant, 0, true);
+        unanswered_.postedWithoutPress(*assistant, true);
     }
     TrProjectManager::sharedProjectManager()->runProject(project, driver, eventID, address);
 }
@@ -73,9 +73,10 @@ void TgaServiceManager::askScanAssistant() {
     if (waiting.assistant) {
         if (waiting.assistant == formerAssistant_) {
             formerAssistant_.reset();
-            unanswered_.posted(*waiting.assistant, 0, false); // perhaps, by the agent before this one
+            unanswered_.postedWithoutPress(*waiting.assistant,
+                                           false); // perhaps, by the agent before this one
         }
-        unanswered_.posted(*waiting.assistant, waiting.press.serial, isHeard);
+        unanswered_.posted(*waiting.assistant, waiting.press, isHeard);
     }
     requestConfirmation(waiting.press.event);
     assistantWatch_.stopLooking();
@@ -94,7 +95,7 @@ void TgaServiceManager::askScanAssistantThatCameUpLate() {
     const WaitingPress& waiting = *waitingPress_;
     PSlog("%s [Line %d] waited_Double = %.1f", "-[TgaServiceManager askScanAssistantThatCameUpLate]",
           __LINE__, platform::current().clock.monotonicSeconds() - waiting.since);
-    unanswered_.posted(*waiting.assistant, waiting.press.serial, true);
+    unanswered_.posted(*waiting.assistant, waiting.press, true);
     requestConfirmation(waiting.press.event);
 }
 

@@ -69,7 +69,7 @@ void TgaServiceManager::SM_ScannerConfirmationDidFinish(const platform::Notifica
     const std::int64_t result = platform::integerAt(userInfo, "ScannerConfirmResult").value_or(-1);
     PSlog("%s [Line %d] result_Int = %d", name, __LINE__, result);
     using Answered = UnansweredRequests::Answered;
-    switch (unanswered_.answered(press.serial, deviceInfoOf(press, userInfo).has_value(), currentRun())) {
+    switch (unanswered_.answered(press, deviceInfoOf(press, userInfo).has_value(), currentRun())) {
     case Answered::nothing:
         PSlog("%s Leave [Line %d] nothing waits for it", name, __LINE__);
         return;

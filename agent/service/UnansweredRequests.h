@@ -1,6 +1,10 @@
 #pragma once
 
+#include "agent/service/ScanPress.h"
+
 #include <cstdint>
+#include <optional>
+#include <string>
 #include <vector>
 
 namespace trigora {
@@ -26,19 +30,22 @@ public:
         nothing ///< a request that does not count any more
     };
 
-    /// The assistant was asked for a press, or for the running project (0). One that was not known to listen
-    /// may not have heard it.
-    void posted(std::int32_t assistant, std::uint64_t serial, bool isHeard);
+    /// The assistant was asked for a press. One that was not known to listen may not have heard it.
+    void posted(std::int32_t assistant, const ScanPress& press, bool isHeard);
+    /// It was asked for something else: for the running project, or by an agent before this one.
+    void postedWithoutPress(std::int32_t assistant, bool isHeard);
     /// The assistant has gone, and its last words have been heard.
     void forget(std::int32_t assistant);
-    /// What an answer is to, given the press in progress (0 for none) and whether the answer tells of that
-    /// press's driver.
-    Answered answered(std::uint64_t press, bool tellsOfDriver, Run run);
+    /// What an answer is to, given the press in progress and whether the answer tells of that press's driver.
+    /// An answer to an earlier press on the same scanner serves the press in progress as well: not every
+    /// assistant answers the one that was replaced.
+    Answered answered(const ScanPress& press, bool tellsOfDriver, Run run);
 
 private:
     struct Request {
         std::int32_t assistant;
-        std::uint64_t serial;
+        std::uint64_t serial; ///< 0 without a press
+        std::optional<std::string> driverName;
         bool isHeard;
     };
 

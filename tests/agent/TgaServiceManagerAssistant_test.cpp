@@ -306,6 +306,16 @@ TEST_F(TgaServiceManagerAssistantTest, TakesNoAnswerForAnothers) {
     EXPECT_EQ(done(), "ask application");
     expectAPressWorks();
 
+    // The press that is replaced is on the same scanner, and only one of the two is answered.
+    press("D1");
+    press("D1", 2);
+    done();
+    refuse();
+    EXPECT_EQ(done(), "quit end");
+    refuse(); // this assistant answers both, late
+    EXPECT_EQ(done(), "") << "no second end";
+    expectAPressWorks();
+
     // An assistant that an agent before this one has asked.
     service.reset();
     platform::releaseShared<TgaServiceManager>();
