@@ -7,6 +7,7 @@
 #include "simulators/simulation/LowBlock.h"
 #include "simulators/simulation/PanelCommands.h"
 
+#include <algorithm>
 #include <mutex>
 
 namespace trigora::simulators {
@@ -45,17 +46,23 @@ private:
             return {{"error", "there is no command " + textAt(command, "command").value_or("")}};
         }
         const Scanner scanner = currentScanner();
-        const LowBlock choices(encodedChoicesSize);
-        if (choices.bytes() == nullptr) {
+        const auto given = textAt(command, "jobData");
+        const auto jobData =
+            given ? bytesOf(*given) : encodedChoices(choicesOf(command.value("choices", json())));
+        if (!jobData || jobData->size() > mostJobData) {
+            return {{"error", "jobData is no hexadecimal text"}};
+        }
+        const LowBlock sent(jobData->size() + 1);
+        if (sent.bytes() == nullptr) {
             return {{"error", "no memory below 4 GiB"}};
         }
-        encodeChoices(choicesOf(command.value("choices", json())), choices.bytes());
+        std::copy(jobData->begin(), jobData->end(), sent.bytes());
         std::mutex mutex;
         json answer{{"pid", scanner.productID}};
         answer["results"] = callBack(
             command, [this] { return channel_.isStopping(); },
             [&] {
-                UsbPanelScanJobInfo record = recordOf(command, *event, choices);
+                UsbPanelScanJobInfo record = recordOf(command, *event, sent, jobData->size());
                 const bool hasRecord = !integerAt(command, "withoutRecord", 0);
                 const std::int32_t result =
                     scanner.callBack(nullptr, event->kind, hasRecord ? &record : nullptr, 0, scanner.context);
@@ -68,13 +75,13 @@ private:
         return answer;
     }
 
-    static UsbPanelScanJobInfo recordOf(const json& command, const PanelEvent& event,
-                                        const LowBlock& choices) {
+    static UsbPanelScanJobInfo recordOf(const json& command, const PanelEvent& event, const LowBlock& jobData,
+                                        std::size_t size) {
         UsbPanelScanJobInfo record{};
         setJobFields(record, command, event);
-        if (event.kind == PSML_STRUCT_PANELSCAN_START) {
-            record.jobData = trigora_address32(choices.bytes());
-            record.jobDataLength = encodedChoicesSize;
+        if (event.kind == PSML_STRUCT_PANELSCAN_START && size > 0) {
+            record.jobData = trigora_address32(jobData.bytes());
+            record.jobDataLength = static_cast<std::uint32_t>(size);
         }
         return record;
     }

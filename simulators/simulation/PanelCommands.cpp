@@ -13,6 +13,7 @@ namespace {
 constexpr std::int64_t mostThreads = 64;
 constexpr std::int64_t mostTimes = 1000;
 constexpr char choicesMark[4] = {'T', 'P', 'J', 'C'};
+constexpr std::size_t encodedChoicesSize = sizeof choicesMark + sizeof(stRecvJobData);
 
 constexpr std::pair<const char*, PanelEvent> events[] = {
     {"event", {}},
@@ -88,9 +89,11 @@ json describe(const stRecvJobData& choices) {
     return object;
 }
 
-void encodeChoices(const stRecvJobData& choices, std::uint8_t* bytes) {
-    std::memcpy(bytes, choicesMark, sizeof choicesMark);
-    std::memcpy(bytes + sizeof choicesMark, &choices, sizeof choices);
+std::vector<std::uint8_t> encodedChoices(const stRecvJobData& choices) {
+    std::vector<std::uint8_t> bytes(encodedChoicesSize);
+    std::memcpy(bytes.data(), choicesMark, sizeof choicesMark);
+    std::memcpy(bytes.data() + sizeof choicesMark, &choices, sizeof choices);
+    return bytes;
 }
 
 std::optional<stRecvJobData> decodeChoices(const void* data, std::size_t size) {

@@ -10,6 +10,7 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <vector>
 
 /// What a command of the channel says happened at a panel, and the records made from it. A command is an
 /// object with "command" (a name of `panelEventNamed`) and these keys, each with a default:
@@ -17,6 +18,9 @@
 ///     productID, model, ip, hardware, version   texts
 ///     jobIndex, capabilities, timeout, protocolVersion, button, pid   numbers
 ///     choices                 object as in `choicesOf`
+///     jobData                 hexadecimal text: what a USB panel sends in place of the encoded choices;
+///     empty:
+///                             nothing
 ///     kind, commandCode       numbers that are sent instead of those that the name stands for
 ///     withoutRecord           true: the call-back gets no record
 ///     threads, times          how many threads call back at once (64 at most), and how often each (1000)
@@ -67,8 +71,7 @@ stRecvJobData choicesOf(const json& object);
 json describe(const stRecvJobData& choices);
 
 /// The simulated panel's own encoding of choices: "TPJC" and the eight bytes.
-constexpr std::size_t encodedChoicesSize = 12;
-void encodeChoices(const stRecvJobData& choices, std::uint8_t* bytes);
+std::vector<std::uint8_t> encodedChoices(const stRecvJobData& choices);
 /// None for anything else.
 std::optional<stRecvJobData> decodeChoices(const void* data, std::size_t size);
 

@@ -1,6 +1,7 @@
 #include "simulators/simulation/Simulation.h"
 
 #include <algorithm>
+#include <charconv>
 #include <chrono>
 #include <cstdlib>
 #include <cstring>
@@ -158,6 +159,21 @@ std::string hexadecimal(const void* bytes, std::size_t count) {
         text += digits[first[i] & 0xFU];
     }
     return text;
+}
+
+std::optional<std::vector<std::uint8_t>> bytesOf(const std::string& hexadecimal) {
+    std::vector<std::uint8_t> bytes;
+    for (std::size_t i = 0; i < hexadecimal.size(); i += 2) {
+        std::uint8_t byte = 0;
+        const char* const pair = hexadecimal.data() + i;
+        const std::size_t length = std::min<std::size_t>(hexadecimal.size() - i, 2);
+        const auto [end, error] = std::from_chars(pair, pair + length, byte, 16);
+        if (error != std::errc() || end != pair + 2) {
+            return std::nullopt;
+        }
+        bytes.push_back(byte);
+    }
+    return bytes;
 }
 
 json textOrNull(const char* text) {

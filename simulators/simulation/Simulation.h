@@ -5,6 +5,7 @@
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
+#include <vector>
 
 /// What the simulated modules share: one folder that they are controlled through and write down into what
 /// they are asked. It holds
@@ -46,6 +47,8 @@ std::int64_t integerAt(const json& object, const std::string& key, std::int64_t 
 bool contains(const json& object, const std::string& key, const std::string& text);
 
 std::string hexadecimal(const void* bytes, std::size_t count);
+/// The bytes that a hexadecimal text stands for; none when it is not one.
+std::optional<std::vector<std::uint8_t>> bytesOf(const std::string& hexadecimal);
 /// A NUL-terminated text of unknown origin, cut after 4096 bytes; null for none.
 json textOrNull(const char* text);
 

@@ -234,6 +234,24 @@ TEST_F(PanelTest, PlaysAUsbSession) {
     EXPECT_EQ(answer["jobData"], takeCall("PDCreateJobData2")["jobData"]);
 }
 
+TEST_F(PanelTest, PlaysWithAPanelDriverOfAnotherMaker) {
+    writePropertyList(paths::panelDriverModule() + "/Contents/Info.plist",
+                      Dictionary{{"CFBundleExecutable", "PanelDriver"}});
+    startAgent();
+    takeCalls();
+    EXPECT_EQ(panel("session 2").exitCode, 0) << agentErrors();
+    EXPECT_EQ(takeCall("invokeJobAtIndex")["index"], 1);
+    EXPECT_NE(panel("list").printed.find("is with the installed panel driver"), std::string::npos);
+    EXPECT_EQ(panel("connect --usb").exitCode, 0);
+    for (const auto& [words, length] : {std::pair("pick 1 --usb --data 0aFF08", 3), {"pick 1 --usb", 0}}) {
+        EXPECT_EQ(panel(words).exitCode, 0) << words;
+        EXPECT_EQ(takeCall("PDDecodeData")["length"], length) << words;
+    }
+    for (const char* wrong : {"pick 1 --choices resolution=3", "pick 1 --usb --data 0", "pick 1 --data 0x"}) {
+        EXPECT_EQ(panel(wrong).exitCode, 2) << wrong;
+    }
+}
+
 TEST_F(PanelTest, AnswersWhatTheModulesLetItAnswer) {
     startAgent();
     panel("connect --usb");
@@ -456,9 +474,9 @@ TEST_F(PanelTest, SaysWhatIsMissing) {
     EXPECT_EQ(noModule.exitCode, 3);
     EXPECT_NE(noModule.complaint.find("no simulated network panel answers"), std::string::npos);
     EXPECT_EQ(panel("connect --usb").exitCode, 3) << "no agent";
-    for (const char* wrong :
-         {"", "dance", "pick", "pick 0", "pick one", "list 2", "announce --usb", "connect",
-          "pick 1 --choices colour=1", "list --threads 65", "list --pid 0x1FFFFFFFF"}) {
+    for (const char* wrong : {"", "dance", "pick", "pick 0", "pick one", "list 2", "announce --usb",
+                              "connect", "pick 1 --choices colour=1", "pick 1 --usb --data 00",
+                              "list --threads 65", "list --pid 0x1FFFFFFFF"}) {
         EXPECT_EQ(panel(wrong).exitCode, 2) << wrong;
     }
     startAgent();

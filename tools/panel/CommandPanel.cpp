@@ -1,7 +1,11 @@
 #include "tools/panel/CommandPanel.h"
 
+#include "files/InstalledPaths.h"
+#include "platform/Bundles.h"
+#include "platform/Platform.h"
 #include "platform/Text.h"
 #include "simulators/simulation/PanelCommands.h"
+#include "tools/frame/Report.h"
 #include "tools/panel/PanelUser.h"
 #include "tools/words/Numbers.h"
 
@@ -32,11 +36,14 @@ constexpr std::array panelOptions{
     Option{"capabilities", "N", "what the panel can do (default: 15, all of it)"},
     Option{"timeout", "N", "time-out of a picked job (default: 60)"},
     Option{"choices", "LIST", "what is changed of a picked job, e.g. resolution=3,saveFormat=4"},
+    Option{"data", "HEX",
+           "what a USB panel sends to a panel driver that is not the simulated one (default: nothing)"},
     Option{"text", "TEXT", R"(what "error" reports)"},
     Option{"threads", "N", "on how many threads the agent is called at once (default: 1)"},
     Option{"times", "N", "how often each of them calls it (default: 1)"},
     Option{"simulators", "DIR", "folder of the simulated modules (default: TRIGORA_SIMULATORS)"},
     Option{"json", "", "the answers of the simulated modules, one JSON object per line"},
+    rootOption,
 };
 
 constexpr std::string_view panelDetails =
@@ -45,7 +52,9 @@ the first step that fails; the other words are single steps. A network scanner a
 is connected. pick takes job N of the list that was sent last. The capabilities are a sum: 1 office formats,
 2 error recovery, 4 continue scanning, 8 jobs that must not be edited.
 
-The agent must have been started with TRIGORA_SIMULATORS and with the simulated modules installed.
+The agent must have been started with TRIGORA_SIMULATORS and with the simulated modules installed. A module
+that you write takes the place of the simulated one. With a panel driver of your own, jobs are picked by their
+number, the choices are those of its panel, and --data has what a USB panel sends in its encoding.
 )";
 constexpr std::string_view panelExamples = R"(  trigoractl panel session
   trigoractl panel session 2 --usb --pid 0x12A
@@ -105,9 +114,21 @@ json choicesIn(const std::string& list) {
     return choices;
 }
 
+/// Whether the installed panel driver is not the simulated one.
+bool isPanelDriverForeign() {
+    const auto driver = platform::current().bundles.create(paths::panelDriverModule());
+    const std::string identifier =
+        driver ? platform::textAt(driver->infoDictionary(), "CFBundleIdentifier").value_or("") : "";
+    return driver && !identifier.starts_with("com.pelox.simulators.");
+}
+
 PanelUser::Options optionsIn(const Arguments& arguments) {
-    PanelUser::Options options{arguments.has("usb"), arguments.has("json"), 0, json::object(),
-                               json::object()};
+    PanelUser::Options options{.isUsb = arguments.has("usb"),
+                               .printsJson = arguments.has("json"),
+                               .usbProductID = 0,
+                               .command = json::object(),
+                               .choices = json::object(),
+                               .hasForeignPanelDriver = isPanelDriverForeign()};
     options.usbProductID = static_cast<std::uint32_t>(
         arguments.integer("pid", usualUsbProductID, 0, std::numeric_limits<std::uint32_t>::max()));
     for (const auto& [option, key, least, most] : numberOptions) {
@@ -122,6 +143,18 @@ PanelUser::Options optionsIn(const Arguments& arguments) {
     }
     if (const auto list = arguments.text("choices")) {
         options.choices = choicesIn(*list);
+    }
+    const std::string data = arguments.text("data").value_or("");
+    if (!simulators::bytesOf(data)) {
+        throw Failure(wrongUsage, "\"" + data + "\" is no data: pairs of hexadecimal digits are");
+    }
+    if (arguments.has(options.hasForeignPanelDriver ? "choices" : "data")) {
+        throw Failure(wrongUsage, options.hasForeignPanelDriver
+                                      ? "the installed panel driver has choices of its own: --data is for it"
+                                      : "--data is for a panel driver that is not the simulated one");
+    }
+    if (options.hasForeignPanelDriver) {
+        options.command["jobData"] = data;
     }
     return options;
 }
@@ -199,7 +232,8 @@ Command panelCommand() {
             .options = panelOptions,
             .run = runPanel,
             .details = panelDetails,
-            .examples = panelExamples};
+            .examples = panelExamples,
+            .usesPlatform = true};
 }
 
 } // namespace trigora::tools

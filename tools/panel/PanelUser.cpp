@@ -127,7 +127,10 @@ ExitCode PanelUser::list() {
     if (result == unreachable || options_.printsJson) {
         return result;
     }
-    if (const std::optional<json> list = simulation_.lastListSince(before)) {
+    if (options_.hasForeignPanelDriver) {
+        out_ << "What the panel was sent is with the installed panel driver, which is not the simulated "
+                "one.\n";
+    } else if (const std::optional<json> list = simulation_.lastListSince(before)) {
         printJobList(*list, out_);
     } else {
         out_ << "The panel was sent no jobs.\n";
@@ -136,6 +139,9 @@ ExitCode PanelUser::list() {
 }
 
 ExitCode PanelUser::pick(std::int64_t number) {
+    if (options_.hasForeignPanelDriver) {
+        return start(number, options_.command);
+    }
     const json entries =
         simulation_.lastListSince(0).value_or(json::object()).value("entries", json::array());
     const bool isListed = number >= 1 && static_cast<std::size_t>(number) <= entries.size();
@@ -145,9 +151,13 @@ ExitCode PanelUser::pick(std::int64_t number) {
                     failed);
     }
     json command = options_.command;
-    command["jobIndex"] = number - 1;
     command["choices"] = choicesOfJob(entries[static_cast<std::size_t>(number) - 1]);
     command["choices"].update(options_.choices);
+    return start(number, std::move(command));
+}
+
+ExitCode PanelUser::start(std::int64_t number, json command) {
+    command["jobIndex"] = number - 1;
     const std::int64_t before = simulation_.journalEnd();
     const ExitCode result = tell("start", "The user starts job " + std::to_string(number), command);
     if (result != unreachable && !options_.printsJson) {

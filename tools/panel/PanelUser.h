@@ -27,6 +27,9 @@ public:
         std::uint32_t usbProductID = 0;
         nlohmann::json command; ///< what every command to the simulators has
         nlohmann::json choices; ///< what is changed of a picked job, "resolution" and so on
+        /// The panel driver is another maker's: what it sends, and what is chosen at its panel, is not seen
+        /// here.
+        bool hasForeignPanelDriver = false;
     };
 
     PanelUser(Options options, PanelSimulation simulation, std::ostream& out, std::ostream& err)
@@ -47,6 +50,8 @@ public:
 
 private:
     ExitCode tell(const std::string& command, const std::string& sentence, nlohmann::json details);
+    /// Starts the job with what the command says of it.
+    ExitCode start(std::int64_t number, nlohmann::json command);
     ExitCode tellOfUsbScanner();
     ExitCode fail(const std::string& sentence, ExitCode code);
 
