@@ -469,6 +469,22 @@ TEST_F(PanelTest, EndsWhilePanelsAreBeingAnswered) {
     EXPECT_EQ(ends, (Lines{"NSMStopService", "stopNWDeviceObservation"}));
 }
 
+TEST_F(PanelTest, NamesTheModuleThatCannotBeLoaded) {
+    const std::string module = paths::networkScanModule(paths::agentApplication());
+    std::filesystem::remove(onDisk(module + "/Contents/MacOS/NetScanBundle"));
+    writeFile(module + "/Contents/MacOS/NetScanBundle", "no library");
+    RunningAgentTest::startAgent();
+    const std::vector<std::string> words{"status"};
+    std::ostringstream status;
+    EXPECT_TRUE(waitUntil([&] {
+        std::ostringstream errors;
+        status.str("");
+        tools::runCommandLine(tools::commands(), words, status, errors);
+        return status.str().find("not loadable      " + module + "\n") != std::string::npos;
+    })) << status.str();
+    EXPECT_NE(status.str().find("file too short"), std::string::npos) << status.str();
+}
+
 TEST_F(PanelTest, SaysWhatIsMissing) {
     const Played noModule = panel("list");
     EXPECT_EQ(noModule.exitCode, 3);

@@ -41,6 +41,15 @@ protected:
         }
     }
 
+    /// A bundle with the library as its module; null is one that is no library.
+    void installModule(const std::string& bundle, const char* library) {
+        writePropertyList(bundle + "/Contents/Info.plist", Dictionary{{"CFBundleExecutable", "PanelDriver"}});
+        writeFile(bundle + "/Contents/MacOS/PanelDriver", "no library");
+        if (library != nullptr) {
+            fs::copy_file(library, onDisk(bundle + "/Contents/MacOS/PanelDriver"),
+                          fs::copy_options::overwrite_existing);
+        }
+    }
     void append(const std::string& path, const std::string& text) { writeFile(path, readFile(path) + text); }
     void bind(const Value& eventID, const Value& projectID) {
         writePropertyList(bindings, Dictionary{{*eventID.text(), projectID}});
@@ -117,6 +126,14 @@ TEST_F(CheckTest, FindsEachFault) {
         {actions + "New.adi", "AppPath", "names no application", [&] { installAction("New", "999", ""); }},
         {actions + "New.adi", "ID", "has no ID", [&] { installAction("New", "", viewer); }},
         {actions + "New.adi", "ID", "is that of", [&] { installAction("New", "300", viewer); }},
+        {paths::panelDriverModule(), "", "PanelDriver: file too short",
+         [&] { installModule(paths::panelDriverModule(), nullptr); }},
+        {paths::panelDriverModule(), "", "does not export PDOpen",
+         [&] { installModule(paths::panelDriverModule(), EMPTY_MODULE); }},
+        {paths::panelDriverModule(), "", "crashes when it is loaded",
+         [&] { installModule(paths::panelDriverModule(), CRASHING_MODULE); }},
+        {paths::quilloButtonManagerModule(), "", "Info.plist is missing or damaged",
+         [&] { makeFolder(paths::quilloButtonManagerModule()); }},
         {projects + "New.plg", "ActionID", "has no action",
          [&] { writeProject(projects, "New", "699", "0x8001", ""); }},
         {projects + "New.plg", "ActionID", "no action 4711 is installed",

@@ -1,6 +1,7 @@
 #include "tools/commands/CommandCheck.h"
 
 #include "tools/check/CheckCatalogue.h"
+#include "tools/check/CheckModules.h"
 #include "tools/check/CheckScannerFiles.h"
 #include "tools/check/CheckUserSettings.h"
 #include "tools/frame/Report.h"
@@ -17,8 +18,11 @@ namespace {
 constexpr std::array checkOptions{jsonOption, rootOption};
 
 constexpr std::string_view checkDetails =
-    "Reads every installed and user file that the agent reads, and says what is wrong with it and what\n"
-    "comes of it. Nothing is changed. A note is no fault, such as a separate product that is not installed.\n"
+    "Reads every installed and user file that the agent reads, loads each module of other makers in a "
+    "process\n"
+    "of its own, and says what is wrong with it and what comes of it. Nothing is changed. A note is no "
+    "fault,\n"
+    "such as a separate product that is not installed.\n"
     "Exit codes: 0 nothing is wrong, though there may be notes; 1 there are findings.\n";
 
 constexpr std::string_view checkExamples = "  trigoractl check\n"
@@ -35,6 +39,7 @@ Findings allFindings() {
     checkBindings(findings);
     checkWatchedFolders(findings);
     checkNetworkSettings(findings);
+    checkModules(findings);
     return findings;
 }
 

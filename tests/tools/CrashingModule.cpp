@@ -1,0 +1,2 @@
+// A module whose code ends the program that loads it.
+__attribute__((constructor)) static void crash() { __builtin_trap(); }
