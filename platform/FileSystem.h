@@ -41,7 +41,8 @@ struct FileSystemAttributes {
     std::uint64_t freeSize = 0; ///< bytes that the user may still fill
 };
 
-/// Items on disk. Links are followed unless said otherwise. Installed paths are relocated below the
+/// Items on disk. Links are followed unless said otherwise; what makes, changes or removes something follows
+/// none that another user may have put in the way, and fails. Installed paths are relocated below the
 /// installation root here and in the classes beside this one, and nowhere else. Any thread.
 class FileSystem {
 public:
@@ -75,9 +76,10 @@ public:
     virtual std::optional<Data> read(const std::string& path) = 0;
     /// Writes the whole file, which afterwards is either complete or as it was. Atomically also means
     /// that it is a new file put in the old one's place; otherwise an existing file's attributes are kept.
+    /// What a writer that was killed has left in the folder is removed.
     virtual bool write(const std::string& path, const Data& data, bool atomically) = 0;
-    /// Appends to a regular file in one write; false when it cannot be opened, or is a link. A missing file
-    /// is made with the attributes, or not at all without.
+    /// Appends to a regular file in one write; false when it cannot be opened, or it or its folder is a link.
+    /// A missing file is made with the attributes, or not at all without.
     virtual bool append(const std::string& path, std::string_view text,
                         const std::optional<FileAttributes>& ofNewFile) = 0;
 };

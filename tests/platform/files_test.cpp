@@ -1,3 +1,4 @@
+#include "platform/linux/files/FileDescriptor.h"
 #include "platform/linux/files/LinuxFiles.h"
 #include "tests/fakes/PlatformTest.h"
 
@@ -8,8 +9,11 @@
 #include <fstream>
 #include <grp.h>
 #include <pwd.h>
+#include <sys/file.h>
+#include <sys/ptrace.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 namespace trigora::platform {
@@ -145,6 +149,10 @@ TEST_F(Files, AppendsToAFileAndMakesItOnlyWhenAsked) {
     fs::create_symlink(at("target"), at("planted"));
     EXPECT_FALSE(contents.append(at("planted"), "b", shared)) << "a link is not followed";
     EXPECT_FALSE(exists("~/target"));
+    makeFolder("~/folder");
+    fs::create_directory_symlink(at("folder"), at("planted folder"));
+    EXPECT_FALSE(contents.append(at("planted folder/log"), "b", shared)) << "nor one in its folder's place";
+    EXPECT_FALSE(exists("~/folder/log"));
     for (const char* line : {"a", "b"}) {
         EXPECT_TRUE(contents.append(at("none"), line, shared));
     }
@@ -199,6 +207,85 @@ TEST_F(Files, FoldersAreMadeOnceOrOnTheWay) {
     EXPECT_FALSE(fileSystem.createDirectory("", true, std::nullopt));
     EXPECT_TRUE(fileSystem.createDirectory("/Library/a/b", true, std::nullopt));
     EXPECT_TRUE(fs::is_directory(onDisk("/Library/a/b")));
+}
+
+TEST_F(Files, AFolderExchangedForALinkWhileItIsMadeOpensNothing) {
+    makeFolder("~/private");
+    ::chmod(at("private").c_str(), 0700);
+    fs::create_symlink(at("private"), at("trap"));
+    const pid_t maker = ::fork();
+    if (maker == 0) {
+        FileAttributes open;
+        open.posixPermissions = 0777;
+        ::ptrace(PTRACE_TRACEME, 0, nullptr, nullptr);
+        ::raise(SIGSTOP);
+        fileSystem.createDirectory(at("made"), false, open);
+        ::_exit(0);
+    }
+    // Looks before and after each of its system calls whether the folder is there.
+    bool exchanged = false;
+    int status = 0;
+    while (::waitpid(maker, &status, 0) == maker && WIFSTOPPED(status)) {
+        exchanged = exchanged || ::renameat2(AT_FDCWD, at("trap").c_str(), AT_FDCWD, at("made").c_str(),
+                                             RENAME_EXCHANGE) == 0;
+        ::ptrace(PTRACE_SYSCALL, maker, nullptr, nullptr);
+    }
+    EXPECT_TRUE(exchanged);
+    EXPECT_EQ(metadata.attributes(at("private"), true)->posixPermissions, 0700U);
+}
+
+TEST_F(Files, NothingIsChangedThroughALinkThatAnotherUserPutInTheWay) {
+    const auto tryAll = [&](const std::string& way, const std::string& file) {
+        FileAttributes open;
+        open.posixPermissions = 0777;
+        std::string done;
+        done += metadata.setAttributes(way + "/" + file, open) ? "a" : "";
+        done += contents.write(way + "/" + file, bytes("x"), true) ? "w" : "";
+        done += contents.append(way + "/sub/log", "x", open) ? "l" : "";
+        done += fileSystem.createDirectory(way + "/new", true, open) ? "d" : "";
+        done += fileSystem.copyItem(way + "/sub", way + "/copy") ? "c" : "";
+        done += fileSystem.moveItem(way + "/sub", way + "/moved") ? "m" : "";
+        done += fileSystem.removeItem(way + "/moved") ? "r" : "";
+        return done;
+    };
+    makeFolder("~/mine/sub");
+    makeFolder("~/shared");
+    writeFile("~/mine/file", "x");
+    fs::create_directory_symlink(at("mine"), at("shared/own"));
+    fs::create_directory_symlink(at("mine"), at("shared/others"));
+    fs::create_symlink(at("mine/file"), at("mine/link"));
+    EXPECT_EQ(tryAll(at("shared/own"), "link"), "awldcmr");
+    EXPECT_EQ(fileSystem.contentsOfDirectory(at("mine")),
+              (std::vector<std::string>{"copy", "file", "link", "new"}));
+    // Only root can make another's link; the rest of this test is for where root runs it.
+    constexpr uid_t stranger = 12345;
+    if (::lchown(at("shared/others").c_str(), stranger, stranger) != 0) {
+        ASSERT_NE(::geteuid(), 0U);
+        return;
+    }
+    for (const mode_t permissions : {0755U, 0777U, 01777U, 0775U}) {
+        ::chmod(at("shared").c_str(), permissions);
+        fs::remove_all(at("mine"));
+        makeFolder("~/mine/sub");
+        writeFile("~/mine/file", "old");
+        const std::string expected = permissions == 0755 ? "awldcmr" : "";
+        EXPECT_EQ(tryAll(at("shared/others"), "file"), expected) << permissions;
+    }
+}
+
+TEST_F(Files, TheNextWriterRemovesWhatAKilledOneLeft) {
+    writeFile("~/.trigora-1-1.new", "left behind");
+    writeFile("~/.trigora-1-2.new/sub/file", "left behind");
+    writeFile("~/.trigora-1-3.new", "being written");
+    writeFile("~/.trigora-notes", "the user's");
+    const FileDescriptor writer(::open(at(".trigora-1-3.new").c_str(), O_RDONLY));
+    ASSERT_EQ(::flock(writer.get(), LOCK_EX), 0);
+    EXPECT_TRUE(contents.write(at("file"), bytes("x"), true));
+    const std::vector<std::string> left{".trigora-1-3.new", ".trigora-notes", "file"};
+    EXPECT_EQ(fileSystem.contentsOfDirectory(home), left);
+    writeFile("~/.trigora-1-1.new", "left behind");
+    EXPECT_TRUE(fileSystem.copyItem(at("file"), at("g")));
+    EXPECT_EQ(namesInHome(), left.size() + 1);
 }
 
 TEST_F(Files, CopiesTreesWithTheirLinksAndPermissions) {

@@ -1,13 +1,14 @@
 #include "platform/linux/files/DiskPath.h"
+#include "platform/linux/files/ItemAttributes.h"
+#include "platform/linux/files/ItemPlace.h"
 #include "platform/linux/files/LinuxFiles.h"
+#include "platform/linux/files/TemporaryItem.h"
 
-#include <array>
 #include <cerrno>
-#include <cstdio>
 #include <fcntl.h>
 #include <filesystem>
 #include <sys/stat.h>
-#include <sys/xattr.h>
+#include <unistd.h>
 
 namespace trigora::platform {
 
@@ -28,69 +29,20 @@ bool writeAll(int descriptor, const Data& data) {
     return true;
 }
 
-/// The file that a link leads to, also when that one does not exist yet; empty for links in a circle.
-std::string withLinksFollowed(std::string path) {
-    constexpr int mostLinks = 40;
-    for (int i = 0; i < mostLinks; ++i) {
-        std::error_code error;
-        const std::filesystem::path destination = std::filesystem::read_symlink(path, error);
-        if (error) {
-            return path;
-        }
-        path = (std::filesystem::path(path).parent_path() / destination).string();
-    }
-    return {};
-}
-
-/// A new file that nobody else has a name for; removed again unless it is put in another's place.
-class TemporaryFile {
-public:
-    explicit TemporaryFile(std::string folder) : folder_(std::move(folder)) {
-        constexpr int mostTries = 100;
-        for (int i = 0; i < mostTries && !file_; ++i) {
-            path_ = temporaryPathIn(folder_); // one that ended may have left a file of that name behind
-            file_ = FileDescriptor(::open(path_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
-            if (!file_ && errno != EEXIST) {
-                break;
-            }
-        }
-    }
-    TemporaryFile(const TemporaryFile&) = delete;
-    TemporaryFile& operator=(const TemporaryFile&) = delete;
-    ~TemporaryFile() {
-        if (file_ && !placed_) {
-            ::unlink(path_.c_str());
-        }
-    }
-
-    int descriptor() const { return file_.get(); }
-
-    /// On the disk for good before it takes the other's name, so that no crash shows half of it.
-    bool takePlaceOf(const std::string& path) {
-        if (::fsync(file_.get()) != 0 || ::rename(path_.c_str(), path.c_str()) != 0) {
-            return false;
-        }
-        placed_ = true;
-        const FileDescriptor folder(::open(folder_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-        ::fsync(folder.get());
-        return true;
-    }
-
-private:
-    std::string folder_;
-    std::string path_;
-    FileDescriptor file_;
-    bool placed_ = false;
-};
-
 /// Owner, permissions and creator code of the file that is about to be replaced, as far as this user may
 /// give them.
-void keepAttributes(const std::string& from, const struct stat& status, int to) {
-    copyCreatorCode(from, "/proc/self/fd/" + std::to_string(to));
-    if (::fchown(to, status.st_uid, status.st_gid) != 0) {
-        [[maybe_unused]] const int group = ::fchown(to, static_cast<uid_t>(-1), status.st_gid);
+void keepAttributes(const ItemPlace& from, const struct stat& status, const FileDescriptor& to) {
+    copyCreatorCode(from.path(), to);
+    if (::fchown(to.get(), status.st_uid, status.st_gid) != 0) {
+        [[maybe_unused]] const int group = ::fchown(to.get(), static_cast<uid_t>(-1), status.st_gid);
     }
-    ::fchmod(to, status.st_mode & 07777);
+    ::fchmod(to.get(), status.st_mode & 07777);
+}
+
+/// The folder that holds the file, unless it is a link.
+FileDescriptor folderItself(const std::string& file) {
+    const std::string folder = std::filesystem::path(file).parent_path().string();
+    return ItemPlace::of(folder.empty() ? "." : folder, LastLink::isTheItem).open(O_PATH | O_DIRECTORY);
 }
 
 } // namespace
@@ -124,40 +76,46 @@ std::optional<Data> LinuxFileContents::read(const std::string& path) {
 }
 
 bool LinuxFileContents::write(const std::string& path, const Data& data, bool atomically) {
-    const std::string file = withLinksFollowed(diskPath(root_, path));
+    const ItemPlace file = ItemPlace::of(diskPath(root_, path), LastLink::isFollowed);
     struct stat status = {};
-    const bool replaces = ::stat(file.c_str(), &status) == 0;
-    if (file.empty() || (replaces && !S_ISREG(status.st_mode))) {
+    const bool replaces = file && file.readStatus(status);
+    if (!file || (replaces && !S_ISREG(status.st_mode))) {
         return false;
     }
     const bool keeps = replaces && !atomically;
-    if (keeps && ::access(file.c_str(), W_OK) != 0) {
+    if (keeps && ::faccessat(file.folder(), file.name().c_str(), W_OK, 0) != 0) {
         return false;
     }
-    const std::string folder = std::filesystem::path(file).parent_path().string();
-    TemporaryFile replacement(folder.empty() ? "." : folder);
-    if (replacement.descriptor() < 0 || !writeAll(replacement.descriptor(), data)) {
+    TemporaryItem replacement(file.folder(), TemporaryItem::Kind::file);
+    if (!replacement || !writeAll(replacement.descriptor().get(), data)) {
         return false;
     }
     if (keeps) {
         keepAttributes(file, status, replacement.descriptor());
     }
-    return replacement.takePlaceOf(file);
+    // On the disk for good before it takes the other's name, so that no crash shows half of it.
+    if (::fsync(replacement.descriptor().get()) != 0 || replacement.replace(file.name()) != 0) {
+        return false;
+    }
+    const FileDescriptor folder(::openat(file.folder(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    ::fsync(folder.get());
+    return true;
 }
 
 bool LinuxFileContents::append(const std::string& path, std::string_view text,
                                const std::optional<FileAttributes>& ofNewFile) {
-    // In a folder that everybody may write to, a link could lead to any file of this user's.
-    constexpr int flags = O_WRONLY | O_APPEND | O_NOFOLLOW;
     const std::string item = diskPath(root_, path);
+    const FileDescriptor folder = folderItself(item);
+    const std::string name = std::filesystem::path(item).filename().string();
     FileDescriptor file;
     if (ofNewFile) {
-        file = FileDescriptor(::open(item.c_str(), flags | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
+        constexpr int flags = O_WRONLY | O_APPEND | O_NOFOLLOW | O_CREAT | O_EXCL | O_CLOEXEC;
+        file = FileDescriptor(::openat(folder.get(), name.c_str(), flags, 0666));
     }
     if (file) {
-        applyAttributes("/proc/self/fd/" + std::to_string(file.get()), *ofNewFile);
+        applyAttributes(file, *ofNewFile);
     } else {
-        file = openRegularFile(item, flags);
+        file = openRegularFileIn(folder.get(), name, O_WRONLY | O_APPEND | O_NOFOLLOW);
     }
     if (!file) {
         return false;

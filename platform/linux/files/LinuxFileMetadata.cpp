@@ -1,92 +1,15 @@
 #include "platform/linux/files/DiskPath.h"
+#include "platform/linux/files/ItemAttributes.h"
+#include "platform/linux/files/ItemPlace.h"
 #include "platform/linux/files/LinuxFiles.h"
 
-#include <array>
-#include <cerrno>
+#include <fcntl.h>
 #include <filesystem>
-#include <grp.h>
-#include <pwd.h>
 #include <sys/stat.h>
 #include <sys/statvfs.h>
-#include <sys/xattr.h>
-#include <vector>
+#include <unistd.h>
 
 namespace trigora::platform {
-
-namespace {
-
-/// Runs one of the account look-ups of the C library with a buffer that grows until it is large enough.
-/// Gives what `take` makes of the record, none when there is no such account.
-template <typename Record, typename LookUp, typename Take> auto account(LookUp lookUp, Take take) {
-    constexpr std::size_t largestBuffer = std::size_t{1} << 20;
-    std::vector<char> buffer(1024);
-    Record record = {};
-    Record* found = nullptr;
-    while (lookUp(&record, buffer.data(), buffer.size(), &found) == ERANGE && buffer.size() < largestBuffer) {
-        buffer.resize(buffer.size() * 4);
-    }
-    return found == nullptr ? std::nullopt : std::optional(take(*found));
-}
-
-std::optional<uid_t> userID(const std::string& name) {
-    return account<passwd>([&](auto... rest) { return ::getpwnam_r(name.c_str(), rest...); },
-                           [](const passwd& record) { return record.pw_uid; });
-}
-
-std::optional<gid_t> groupID(const std::string& name) {
-    return account<group>([&](auto... rest) { return ::getgrnam_r(name.c_str(), rest...); },
-                          [](const group& record) { return record.gr_gid; });
-}
-
-std::optional<std::uint32_t> creatorCode(const std::string& path) {
-    std::array<std::uint8_t, 4> bytes = {};
-    const ssize_t length = ::getxattr(path.c_str(), creatorAttribute, bytes.data(), bytes.size());
-    if (length != static_cast<ssize_t>(bytes.size())) {
-        return std::nullopt;
-    }
-    std::uint32_t code = 0;
-    for (const std::uint8_t byte : bytes) {
-        code = (code << 8) | byte;
-    }
-    return code;
-}
-
-bool setCreatorCode(const std::string& path, std::uint32_t code) {
-    std::array<std::uint8_t, 4> bytes = {};
-    for (std::size_t i = 0; i < bytes.size(); ++i) {
-        bytes[i] = static_cast<std::uint8_t>(code >> (24 - 8 * i));
-    }
-    // Without extended attributes there is nowhere to keep it, which harms nobody.
-    return ::setxattr(path.c_str(), creatorAttribute, bytes.data(), bytes.size(), 0) == 0 || errno == ENOTSUP;
-}
-
-/// Changes the accounts that exist; the kernel keeps those given as -1.
-bool setAccounts(const std::string& path, const FileAttributes& attributes) {
-    const auto& owner = attributes.ownerAccountName;
-    const auto& group = attributes.groupOwnerAccountName;
-    const std::optional<uid_t> user = owner ? userID(*owner) : std::nullopt;
-    const std::optional<gid_t> users = group ? groupID(*group) : std::nullopt;
-    if (!user && !users) {
-        return true;
-    }
-    return ::chown(path.c_str(), user.value_or(static_cast<uid_t>(-1)),
-                   users.value_or(static_cast<gid_t>(-1))) == 0;
-}
-
-} // namespace
-
-bool applyAttributes(const std::string& item, const FileAttributes& attributes) {
-    bool done = true;
-    if (attributes.hfsCreatorCode) {
-        done = setCreatorCode(item, *attributes.hfsCreatorCode);
-    }
-    // Permissions before accounts: afterwards the file may be another's. Each applies even if the other
-    // does not.
-    if (attributes.posixPermissions) {
-        done = ::chmod(item.c_str(), *attributes.posixPermissions & 07777) == 0 && done;
-    }
-    return setAccounts(item, attributes) && done;
-}
 
 std::optional<FileAttributes> LinuxFileMetadata::attributes(const std::string& path, bool traverseLink) {
     const std::string item = diskPath(root_, path);
@@ -108,9 +31,8 @@ std::optional<FileAttributes> LinuxFileMetadata::attributes(const std::string& p
 }
 
 bool LinuxFileMetadata::setAttributes(const std::string& path, const FileAttributes& attributes) {
-    const std::string item = diskPath(root_, path);
-    struct stat status = {};
-    return ::stat(item.c_str(), &status) == 0 && applyAttributes(item, attributes);
+    const FileDescriptor item = ItemPlace::of(diskPath(root_, path), LastLink::isFollowed).open(O_PATH);
+    return item && applyAttributes(item, attributes);
 }
 
 std::optional<FileSystemAttributes> LinuxFileMetadata::fileSystemAttributes(const std::string& path) {
@@ -129,11 +51,15 @@ std::optional<std::string> LinuxFileMetadata::destinationOfSymbolicLink(const st
 
 bool LinuxFileMetadata::createSymbolicLink(const std::string& path, const std::string& destination) {
     // An installed destination is written as it lies on the disk, so that other programs can follow it.
-    return ::symlink(diskPath(root_, destination).c_str(), diskPath(root_, path).c_str()) == 0;
+    const ItemPlace link = ItemPlace::of(diskPath(root_, path), LastLink::isTheItem);
+    return link && ::symlinkat(diskPath(root_, destination).c_str(), link.folder(), link.name().c_str()) == 0;
 }
 
 bool LinuxFileMetadata::linkItem(const std::string& path, const std::string& destination) {
-    return ::link(diskPath(root_, path).c_str(), diskPath(root_, destination).c_str()) == 0;
+    const ItemPlace item = ItemPlace::of(diskPath(root_, path), LastLink::isTheItem);
+    const ItemPlace other = ItemPlace::of(diskPath(root_, destination), LastLink::isTheItem);
+    return item && other &&
+           ::linkat(item.folder(), item.name().c_str(), other.folder(), other.name().c_str(), 0) == 0;
 }
 
 } // namespace trigora::platform

@@ -35,9 +35,6 @@ private:
     const InstallationRoot& root_;
 };
 
-/// Gives an item on the disk the attributes, each even when another cannot be given.
-bool applyAttributes(const std::string& item, const FileAttributes& attributes);
-
 class LinuxFileMetadata final : public FileMetadata {
 public:
     explicit LinuxFileMetadata(const InstallationRoot& root) : root_(root) {}
