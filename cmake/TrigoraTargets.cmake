@@ -26,6 +26,19 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL GNU AND CMAKE_CXX_COMPILER_VERSION VERSION_LES
   target_compile_options(trigora_options INTERFACE
     $<$<AND:$<COMPILE_LANGUAGE:CXX>,$<CONFIG:Release>>:-Wno-restrict$<SEMICOLON>-Wno-maybe-uninitialized>)
 endif()
+
+# What is installed is built so that a fault in memory ends the program rather than being of use to an attacker.
+include(CheckPIESupported)
+check_pie_supported()
+add_library(trigora_hardening INTERFACE)
+target_compile_options(trigora_hardening INTERFACE
+  -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2 -fstack-protector-strong -fstack-clash-protection
+  $<$<COMPILE_LANGUAGE:CXX>:-D_GLIBCXX_ASSERTIONS>)
+target_link_options(trigora_hardening INTERFACE -Wl,-z,relro,-z,now,-z,noexecstack)
+if(NOT TRIGORA_SANITIZE)
+  target_link_libraries(trigora_options INTERFACE $<$<CONFIG:Release>:trigora_hardening>)
+endif()
+
 if(TRIGORA_SANITIZE)
   target_compile_options(trigora_options INTERFACE
     -fsanitize=${TRIGORA_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer
@@ -87,6 +100,7 @@ function(trigora_program name)
   add_executable(${name} ${arg_SOURCES})
   target_link_libraries(${name} PRIVATE trigora_options ${arg_LINKS})
   trigora_floor(${name} SOURCES ${arg_SOURCES} LINKS ${arg_LINKS})
+  set_property(GLOBAL APPEND PROPERTY trigora_programs ${name})
 endfunction()
 
 # trigora_test(NAME SOURCES file... LINKS target...)
