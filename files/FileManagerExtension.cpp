@@ -1,5 +1,6 @@
 #include "files/FileManagerExtension.h"
 
+#include "files/InstalledPaths.h"
 #include "platform/Desktop.h"
 #include "platform/Formats.h"
 #include "platform/Platform.h"
@@ -69,6 +70,9 @@ bool exCreateDirectoryAtPath(const std::string& path, bool withIntermediateDirec
     if (fileSystem().exists(path)) {
         return false;
     }
+    if (withIntermediateDirectories) {
+        makePrivateFoldersOfHome(path);
+    }
     if (withIntermediateDirectories && !isNewSystem()) {
         return createFolderByFolder(path, attributes);
     }
@@ -96,11 +100,27 @@ std::optional<Dictionary> dictionaryWithContentsOfFile(const std::string& path) 
 }
 
 bool writePropertyList(const Dictionary& dictionary, const std::string& path, bool atomically) {
-    if (!platform::current().propertyLists.write(path, dictionary, atomically)) {
+    const bool isOther = !fileSystem().exists(path) || fileSystem().isDirectory(path);
+    const auto write = [&] { return platform::current().propertyLists.write(path, dictionary, atomically); };
+    if (!writeKeepingAside(path, isOther || dictionaryWithContentsOfFile(path), write)) {
         return false;
     }
     exChangeFileAttributes(attributesOfWrittenFile(), path);
     return true;
+}
+
+bool writeKeepingAside(const std::string& path, bool isReadable, const std::function<bool()>& write) {
+    if (isReadable) {
+        return write();
+    }
+    const std::string keptPath = path + ".damaged";
+    exRemoveItemAtPath(keptPath);
+    const bool isKept = exMovePath(path, keptPath);
+    const bool isWritten = isKept && write();
+    if (isKept && !isWritten) {
+        exMovePath(keptPath, path);
+    }
+    return isWritten;
 }
 
 std::vector<std::string> missingFoldersOfPath(const std::string& path) {
@@ -120,5 +140,17 @@ std::vector<std::string> missingFoldersOfPath(const std::string& path) {
 FileAttributes attributesOfWrittenFile() { return platform::attributesSharedByAll(0666); }
 
 FileAttributes attributesOfMadeFolder() { return platform::attributesSharedByAll(0777); }
+
+void makePrivateFoldersOfHome(const std::string& path) {
+    FileAttributes privateToUser;
+    privateToUser.posixPermissions = 0700;
+    const std::string preferences = paths::preferencesFolder();
+    for (const std::string& folder : {platform::deletingLastPathComponent(preferences), preferences}) {
+        const bool isInFolder = path == folder || path.starts_with(folder + "/");
+        if (isInFolder && !fileSystem().exists(folder)) {
+            fileSystem().createDirectory(folder, true, privateToUser);
+        }
+    }
+}
 
 } // namespace trigora

@@ -3,6 +3,7 @@
 #include "platform/FileSystem.h"
 #include "platform/Value.h"
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -30,7 +31,8 @@ std::optional<FileSystemAttributes> exFileSystemAttributesAtPath(const std::stri
 std::optional<std::string> exPathContentOfSymbolicLinkAtPath(const std::string& path);
 /// Makes a link at the path; false when what it shall lead to does not exist.
 bool exCreateSymbolicLinkAtPath(const std::string& path, const std::string& pathContent);
-/// Makes a folder; false when something exists at the path already.
+/// Makes a folder; false when something exists at the path already. Of the intermediate folders, "~/Library"
+/// and "~/Library/Preferences" are as a home has them: for its user only.
 bool exCreateDirectoryAtPath(const std::string& path, bool withIntermediateDirectories,
                              const std::optional<FileAttributes>& attributes);
 /// Makes a second name (a hard link) at `toPath`.
@@ -45,8 +47,12 @@ bool exRemoveItemAtPath(const std::string& path);
 /// None when the file cannot be read or is no property list that holds a dictionary.
 std::optional<Dictionary> dictionaryWithContentsOfFile(const std::string& path);
 /// Writes a property list with the attributes of a written file; one that cannot be written leaves what is at
-/// the path as it is.
+/// the path as it is. A file there that cannot be read is kept aside, see `writeKeepingAside`.
 bool writePropertyList(const Dictionary& dictionary, const std::string& path, bool atomically);
+/// Has `write` put a new item at the path. What is there is overwritten if it `isReadable`; if not, it may
+/// still be of worth to its user: it is kept beside it with ".damaged" behind its name, in the place of an
+/// earlier one, and comes back when nothing could be written. Returns what `write` returns.
+bool writeKeepingAside(const std::string& path, bool isReadable, const std::function<bool()>& write);
 
 /// The path and those of its ancestors that do not exist, the topmost first.
 std::vector<std::string> missingFoldersOfPath(const std::string& path);
@@ -55,5 +61,8 @@ std::vector<std::string> missingFoldersOfPath(const std::string& path);
 FileAttributes attributesOfWrittenFile();
 /// What folders that the agent makes get: owner "owner", group "group", permissions 0777.
 FileAttributes attributesOfMadeFolder();
+/// Makes those of the two folders above that the path lies in and that are missing. What the agent keeps in
+/// them may be written to by everybody who can enter them.
+void makePrivateFoldersOfHome(const std::string& path);
 
 } // namespace trigora

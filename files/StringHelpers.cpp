@@ -29,8 +29,9 @@ std::optional<std::string> exStringWithContentsOfFile(const std::optional<std::s
     if (!path) {
         return std::nullopt;
     }
-    const std::optional<Data> bytes = platform::current().fileContents.read(*path);
-    if (!bytes || bytes->size() > longestTextFile) {
+    constexpr std::size_t longest = platform::FileContents::longestSettings;
+    const std::optional<Data> bytes = platform::current().fileContents.read(*path, longest);
+    if (!bytes) {
         return std::nullopt;
     }
     return platform::current().textEncodings.decode(*bytes, encodingOf(*bytes, encoding));

@@ -15,12 +15,10 @@
 /// strings and lists. Text in memory is UTF-8; encodings are those of the files.
 namespace trigora {
 
-/// Bytes of the longest file that is read as text. Parsing takes many times as much memory.
-constexpr std::size_t longestTextFile = std::size_t{4} << 20;
-
 /// The whole file as text. For `Encoding::unicode` a file is read as UTF-16 only if it is longer than two
 /// bytes and begins with a byte-order mark, else in the system's eight-bit encoding. None without a path,
-/// and for a file that is too long, cannot be read, or is not well-formed in the encoding.
+/// and for a file that is longer than `platform::FileContents::longestSettings`, cannot be read, or is not
+/// well-formed in the encoding.
 std::optional<std::string> exStringWithContentsOfFile(const std::optional<std::string>& path,
                                                       platform::Encoding encoding);
 

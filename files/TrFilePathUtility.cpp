@@ -35,6 +35,7 @@ std::optional<std::string> preferredLocale() {
 }
 
 void createMissingFolders(const std::string& path) {
+    makePrivateFoldersOfHome(path);
     for (const std::string& folder : missingFoldersOfPath(path)) {
         exCreateDirectoryAtPath(folder, false, attributesOfMadeFolder());
     }

@@ -57,7 +57,8 @@ public:
     /// Such as "fr_CA", or a language code.
     std::optional<std::string> currentCountry() const;
 
-    /// Makes the folder and its missing ancestors, each writable for everybody. Failures are passed over.
+    /// Makes the folder and its missing ancestors, each writable for everybody but for those that are private
+    /// in every home, see `makePrivateFoldersOfHome`. Failures are passed over.
     void createFolderPath(const std::string& path) const;
     /// Copies what lies in the folder, at every depth except for names that begin with ".", into another
     /// folder, which is made if need be. What exists there already stays. Failures are passed over.

@@ -68,12 +68,15 @@ class FileContents {
 public:
     virtual ~FileContents() = default;
 
-    /// More than any settings or catalogue file has; what is larger reads as unreadable.
-    static constexpr std::size_t readLimit = std::size_t{64} << 20;
+    /// Bytes of the longest text and property list that are read: a hundred times what any settings or
+    /// catalogue file has, and still parsed in the wink of an eye.
+    static constexpr std::size_t longestSettings = std::size_t{1} << 20;
+    /// Bytes of the longest picture file that is read.
+    static constexpr std::size_t longestPicture = std::size_t{8} << 20;
 
-    /// The whole of a regular file; none for anything else, for what cannot be read, and for files above
-    /// the limit. Never blocks on a pipe or a device.
-    virtual std::optional<Data> read(const std::string& path) = 0;
+    /// The whole of a regular file; none for anything else, for what cannot be read, and, without a byte of
+    /// it being read, for what is longer than `mostBytes`. Never blocks on a pipe or a device.
+    virtual std::optional<Data> read(const std::string& path, std::size_t mostBytes) = 0;
     /// Writes the whole file, which afterwards is either complete or as it was. Atomically also means
     /// that it is a new file put in the old one's place; otherwise an existing file's attributes are kept.
     /// What a writer that was killed has left in the folder is removed.

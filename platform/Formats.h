@@ -36,7 +36,8 @@ class PropertyLists {
 public:
     virtual ~PropertyLists() = default;
 
-    /// None when the file cannot be read or is no property list.
+    /// None when the file cannot be read, is longer than `FileContents::longestSettings`, or is not a
+    /// property list.
     virtual std::optional<Value> read(const std::string& path) = 0;
     /// False when it cannot be written or the value has no form in a property list.
     virtual bool write(const std::string& path, const Value& value, bool atomically) = 0;
@@ -71,7 +72,8 @@ class Images {
 public:
     virtual ~Images() = default;
 
-    /// None when the file cannot be read, is no PNG picture, or is larger than 4096 by 4096.
+    /// None when the file cannot be read, is longer than `FileContents::longestPicture`, is not a PNG
+    /// picture, or has more than 4096 by 4096 pixels.
     virtual std::optional<Image> load(const std::string& path) = 0;
 };
 

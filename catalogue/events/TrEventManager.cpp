@@ -10,6 +10,7 @@
 #include "platform/Text.h"
 
 #include <algorithm>
+#include <set>
 
 namespace trigora {
 
@@ -27,26 +28,28 @@ bool isOfType(const TrEventInformation& event, std::int32_t typeMask) {
     return (event.eventType().value_or(0) & typeMask) != 0;
 }
 
-/// What cannot be read may still be of worth to its user: it is kept under another name. False when there is
-/// nothing to keep.
-bool setAsideIfUnreadable(const std::string& path, const std::string& keptPath) {
-    if (!itemExistsAtPath(path) || dictionaryWithContentsOfFile(path)) {
-        return false;
-    }
-    exRemoveItemAtPath(keptPath);
-    return exMovePath(path, keptPath);
-}
-
+/// A folder in the file's place is kept aside like a file that cannot be read.
 bool writeDictionary(const std::string& path, const Dictionary& dictionary) {
     TrFilePathUtility::sharedFilePathUtility()->createFolderPath(platform::deletingLastPathComponent(path));
-    const std::string keptPath = path + ".damaged";
-    const bool isSetAside = setAsideIfUnreadable(path, keptPath);
-    const bool isWritten = writePropertyList(dictionary, path, true);
-    if (!isWritten && isSetAside) {
-        exMovePath(keptPath, path); // without it, the legacy file would be taken up again
-    }
-    return isWritten;
+    return writeKeepingAside(path, !platform::current().fileSystem.isDirectory(path),
+                             [&] { return writePropertyList(dictionary, path, true); });
 }
+
+/// The binding files that have been there since the process began. One of them that is missing later was
+/// deleted: its user wants no bindings, and least of all the legacy ones.
+class SeenBindingFiles {
+public:
+    /// Whether the file is there or ever was.
+    bool contains(const std::string& path) {
+        if (itemExistsAtPath(path)) {
+            paths_.insert(path);
+        }
+        return paths_.contains(path);
+    }
+
+private:
+    std::set<std::string> paths_;
+};
 
 /// The project that the legacy bindings give to the folder at the index, which counts from 0: of the keys
 /// that end with the index, the last one counts.
@@ -246,9 +249,10 @@ void TrEventManager::setScanEventPathWithModelID(const std::optional<std::string
 
 void TrEventManager::EM_ReadScanEventInformation() {
     hadNoFile_ = !itemExistsAtPath(*string_CurrentScanFilePath);
-    bindingsAsRead_ = dictionaryWithContentsOfFile(hadNoFile_ ? *string_OldCurrentScanFilePath
-                                                              : *string_CurrentScanFilePath)
-                          .value_or(Dictionary());
+    const bool isNew = !platform::shared<SeenBindingFiles>()->contains(*string_CurrentScanFilePath);
+    bindingsAsRead_ =
+        dictionaryWithContentsOfFile(isNew ? *string_OldCurrentScanFilePath : *string_CurrentScanFilePath)
+            .value_or(Dictionary());
     bindings_ = bindingsAsRead_;
 }
 
@@ -262,6 +266,7 @@ void TrEventManager::EM_WriteScanEventInformation() {
         writeDictionary(*string_CurrentScanFilePath, *bindings_)) {
         bindingsAsRead_ = *bindings_;
         hadNoFile_ = false;
+        platform::shared<SeenBindingFiles>()->contains(*string_CurrentScanFilePath);
     }
 }
 

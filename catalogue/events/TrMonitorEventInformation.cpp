@@ -22,8 +22,13 @@ TrMonitorEventInformation::createMonitorEventInforamtionWithEventInformation(
 void TrMonitorEventInformation::setMonitorInformation(const Dictionary& settings) {
     const Value* interval = platform::find(settings, "intervalTime");
     monitorFolderPath_ = platform::textAt(settings, "folderPath");
-    timeInterval_ = interval == nullptr ? std::nullopt : std::optional(*interval);
+    setTimeInterval(interval == nullptr ? std::nullopt : std::optional(*interval));
     string_ConnectedProjectID = platform::textAt(settings, "executiveProjectID");
+}
+
+void TrMonitorEventInformation::setTimeInterval(std::optional<Value> interval) {
+    const bool isEmpty = interval && interval->text() != nullptr && interval->text()->empty();
+    timeInterval_ = isEmpty ? std::nullopt : std::move(interval);
 }
 
 std::optional<std::string> TrMonitorEventInformation::connectedProjectID(

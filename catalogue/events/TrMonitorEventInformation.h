@@ -20,9 +20,9 @@ public:
     const std::optional<std::string>& monitorFolderPath() const { return monitorFolderPath_; }
     void setMonitorFolderPath(std::optional<std::string> path) { monitorFolderPath_ = std::move(path); }
     /// Seconds between two looks at the folder, of whatever type the settings hold (a number or text): it is
-    /// written back as it was read. `platform::integerOf` reads it.
+    /// written back as it was read. `platform::integerOf` reads it. An empty text is none.
     const std::optional<Value>& timeInterval() const { return timeInterval_; }
-    void setTimeInterval(std::optional<Value> interval) { timeInterval_ = std::move(interval); }
+    void setTimeInterval(std::optional<Value> interval);
 
     /// The event's own project, else the default for the driver.
     std::optional<std::string>

@@ -63,10 +63,13 @@ void createMissingFolder(const std::string& folder) {
     }
 }
 
-/// The new file takes the old one's place at once, so that there is never none.
+/// The new file takes the old one's place at once, so that there is never none. An old one that cannot be
+/// read is kept aside.
 void writeTextFile(const std::string& text, const std::string& path) {
     createMissingFolder(deletingLastPathComponent(path));
-    if (exWriteToFile(text, path, true, platform::Encoding::unicode)) {
+    const bool isReadable = !isFile(path) || exStringWithContentsOfFile(path, platform::Encoding::unicode);
+    if (writeKeepingAside(path, isReadable,
+                          [&] { return exWriteToFile(text, path, true, platform::Encoding::unicode); })) {
         exChangeFileAttributes(attributesOfWrittenFile(), path);
     }
 }
@@ -132,17 +135,17 @@ std::optional<std::string> TrProjectInformation::PI_AdiPathWithActionID(const st
     return std::nullopt;
 }
 
-/// A file that is there but is no dictionary counts as missing: keeping its path would have it written over.
+/// A file that is there but is not a dictionary gives the defaults, too, and stays the project's: writing the
+/// settings keeps it aside.
 void TrProjectInformation::readScanSettings(const std::optional<std::string>& storedPath) {
     const std::string path = storedPath ? *storedPath : formerScanSettingsPath().value_or("");
-    const std::optional<Dictionary> settings =
-        isFile(path) ? dictionaryWithContentsOfFile(path) : std::nullopt;
+    const bool isThere = isFile(path);
+    const std::optional<Dictionary> settings = isThere ? dictionaryWithContentsOfFile(path) : std::nullopt;
+    setScanSettingsPath(isThere ? std::optional(path) : std::nullopt);
     if (!settings) {
-        setScanSettingsPath(std::nullopt);
         PI_SetDefaultScanSettings();
         return;
     }
-    setScanSettingsPath(path);
     setScanSettings(*settings);
     setPdfSettingFolderAtScanSettings(deletingLastPathComponent(path));
     PI_CheckFolderPath();

@@ -201,14 +201,24 @@ TEST_F(TrEventManagerTest, OnlyChangedBindingsAreWritten) {
     manager()->setScanEventPathWithModelID("08");
     EXPECT_EQ(readPropertyList(bindingsFile), (Dictionary{{"13", "705"}}));
 
-    // Once written, the same bindings are not written again, and a lost file is not brought back.
+    // Once written, the same bindings are not written again.
     manager()->setScanEventPathWithModelID(std::nullopt);
     manager()->setProjectID("706", "11");
     manager()->saveEventInformation();
     std::filesystem::remove(onDisk(bindingsFile));
     manager()->setScanEventPathWithModelID(std::nullopt);
     EXPECT_FALSE(exists(bindingsFile));
+}
+
+TEST_F(TrEventManagerTest, ADeletedFileBringsNoOtherBack) {
+    writePropertyList(formerBindingsFile, Dictionary{{"11", "701"}});
+    manager()->saveEventInformation();
+    ASSERT_EQ(manager()->projectIDWithEventID("11"), "701");
+    std::filesystem::remove(onDisk(bindingsFile));
+    manager()->setScanEventPathWithModelID(std::nullopt);
     EXPECT_EQ(manager()->projectIDWithEventID("11"), std::nullopt);
+    TrEventManager::releaseSharedManager();
+    EXPECT_EQ(manager()->projectIDWithEventID("11"), std::nullopt) << "a catalogue made anew knows it, too";
 }
 
 TEST_F(TrEventManagerTest, BindingsThatAnotherProgramWroteFirstStay) {
@@ -233,7 +243,9 @@ TEST_F(TrEventManagerTest, BindingsThatCouldNotBeWrittenAreTriedAgain) {
 TEST_F(TrEventManagerTest, DamagedBindingsAreKeptAside) {
     writePropertyList(formerBindingsFile, Dictionary{{"11", "701"}});
     const std::string kept = std::string(bindingsFile) + ".damaged";
-    for (const std::string bytes : {"", "<plist><dict><key>11", "bplist00\xFF\xFF", "\xFF\xFE"}) {
+    const std::string tooLong(platform::FileContents::longestSettings + 1, 'x');
+    for (const std::string& bytes :
+         {std::string(), std::string("<plist><dict><key>11"), std::string("bplist00\xFF\xFF"), tooLong}) {
         writeFile(bindingsFile, bytes);
         TrEventManager::releaseSharedManager();
         EXPECT_EQ(manager()->projectIDWithEventID("11"), std::nullopt) << "the former file stays out";
@@ -318,12 +330,13 @@ TEST_F(TrEventManagerTest, SavingKeepsWhatIsNotUnderstood) {
     const Dictionary asRead{
         {"1", Dictionary{{"folderPath", 7}, {"executiveProjectID", 701}, {"colour", "red"}}},
         {"2", "later"},
-        {"3", Dictionary{{"folderPath", "/c"}, {"intervalTime", 5}}},
+        {"3", Dictionary{{"folderPath", "/c"}, {"intervalTime", ""}}},
         {"4", Dictionary{{"folderPath", "/d"}}},
         {"version", 2}};
     writePropertyList(watchedFile, asRead);
     manager()->monitorEventList().at(2)->setMonitorFolderPath(std::nullopt);
-    manager()->monitorEventList().at(2)->setTimeInterval(std::nullopt);
+    EXPECT_EQ(manager()->monitorEventList().at(2)->timeInterval(), std::nullopt) << "nothing is in it";
+    manager()->monitorEventList().at(2)->setTimeInterval("");
     manager()->saveEventInformation();
     Dictionary expected = asRead;
     expected["3"] = Dictionary{{"executiveProjectID", "110"}};

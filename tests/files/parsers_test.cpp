@@ -38,6 +38,9 @@ TEST_F(ParserTest, readsFilesByMarkAndEncoding) {
     EXPECT_EQ(exStringWithContentsOfFile(std::nullopt, Encoding::utf8), std::nullopt);
     EXPECT_EQ(exStringWithContentsOfFile("/Library/none", Encoding::unicode), std::nullopt);
     EXPECT_EQ(exStringWithContentsOfFile("/Library", Encoding::unicode), std::nullopt);
+    const std::string longest(platform::FileContents::longestSettings, 'A');
+    EXPECT_EQ(read(longest, Encoding::unicode), longest);
+    EXPECT_EQ(read(longest + "A", Encoding::unicode), std::nullopt);
 }
 
 TEST_F(ParserTest, makesAndWritesStrings) {

@@ -131,6 +131,25 @@ TEST_F(PathsTest, makesFoldersForEverybody) {
     EXPECT_FALSE(exists("/Library/file/below"));
 }
 
+TEST_F(PathsTest, onlyTheUserCanEnterWhatHoldsTheOpenFolders) {
+    const std::string user = "~/Library/Preferences/PELOX/Trigora";
+    const auto expectPrivate = [&] {
+        EXPECT_EQ(permissions("~/Library"), 0700U);
+        EXPECT_EQ(permissions("~/Library/Preferences"), 0700U);
+    };
+    utility->createFolderPath(utility->tempFolderPath());
+    expectPrivate();
+    for (const char* folder : {"/..", "", "/Temp"}) {
+        EXPECT_EQ(permissions(user + folder), 0777U) << folder;
+    }
+    std::filesystem::remove_all(onDisk("~/Library"));
+    EXPECT_TRUE(exCreateDirectoryAtPath(utility->tempFolderPath(), true, std::nullopt));
+    expectPrivate();
+    ::chmod(onDisk("~/Library").c_str(), 0755);
+    utility->createFolderPath(utility->tempFolderPath() + "/sub");
+    EXPECT_EQ(permissions("~/Library"), 0755U) << "one that is there is its user's to decide about";
+}
+
 TEST_F(PathsTest, copiesFoldersWithoutHiddenNames) {
     writeFile("/Library/from/one", "1");
     writeFile("/Library/from/.hidden", "h");

@@ -28,6 +28,7 @@ protected:
     FileSystem& fileSystem = current().fileSystem;
     FileContents& contents = current().fileContents;
     FileMetadata& metadata = current().fileMetadata;
+    static constexpr std::size_t limit = 100000;
 
     std::string at(const std::string& name) const { return home + "/" + name; }
     void makeFifo(const std::string& path) { ASSERT_EQ(::mkfifo(path.c_str(), 0666), 0); }
@@ -80,11 +81,11 @@ TEST_F(Files, OnlyRegularFilesAreReadAndNothingBlocks) {
     fs::resize_file(at("file"), 3);
     for (const std::string& path : {at("pipe"), at("link to pipe"), at("circle"), home, at("none"),
                                     std::string("/dev/zero"), at("file/x"), at("file") + '\0' + "x"}) {
-        EXPECT_EQ(contents.read(path), std::nullopt) << path;
+        EXPECT_EQ(contents.read(path, limit), std::nullopt) << path;
         EXPECT_FALSE(contents.append(path, "x", std::nullopt)) << path;
     }
-    EXPECT_EQ(contents.read(at("file")), bytes({"a\0b", 3}));
-    EXPECT_TRUE(contents.read("/proc/self/status")->size() > 10); // its size is not known beforehand
+    EXPECT_EQ(contents.read(at("file"), limit), bytes({"a\0b", 3}));
+    EXPECT_TRUE(contents.read("/proc/self/status", limit)->size() > 10); // its size is not known beforehand
     for (const std::string& path :
          {at("pipe"), at("circle"), home, std::string("/dev/null"), std::string()}) {
         EXPECT_FALSE(contents.write(path, bytes("x"), true)) << path;
@@ -95,10 +96,10 @@ TEST_F(Files, OnlyRegularFilesAreReadAndNothingBlocks) {
 
 TEST_F(Files, FilesAboveTheLimitAreUnreadable) {
     writeFile("~/file", "");
-    fs::resize_file(at("file"), FileContents::readLimit + 1);
-    EXPECT_EQ(contents.read(at("file")), std::nullopt);
-    fs::resize_file(at("file"), FileContents::readLimit);
-    EXPECT_EQ(contents.read(at("file"))->size(), FileContents::readLimit);
+    fs::resize_file(at("file"), limit + 1);
+    EXPECT_EQ(contents.read(at("file"), limit), std::nullopt);
+    fs::resize_file(at("file"), limit);
+    EXPECT_EQ(contents.read(at("file"), limit)->size(), limit);
 }
 
 TEST_F(Files, WritingReplacesTheFileAsAWhole) {

@@ -142,15 +142,28 @@ TEST_F(TrProjectInformationTest, FindsTheScanSettings) {
         EXPECT_EQ(projectWith("", other)->resolutionFromScanSettings(), 300) << other;
     }
     EXPECT_EQ(projectWith("ScanSetting=\r", "750")->scanSettingsFilePath(), std::nullopt);
-    // No dictionary: the defaults are used, and the file is never written over.
-    writeFile("~/p/notes.txt", "the user's");
-    writePropertyList("~/p/list.plist", Array{1});
-    for (const char* path : {"~/p/notes.txt", "~/p/list.plist", "~/p", "~/p/missing.plist"}) {
+    for (const char* path : {"~/p", "~/p/missing.plist"}) {
         const auto project = projectWith("ScanSetting=" + absolute(path) + "\r");
+        EXPECT_EQ(project->scanSettingsFilePath(), std::nullopt) << path;
         EXPECT_EQ(project->resolutionFromScanSettings(), 300) << path;
-        project->writeProjectInformation();
     }
-    EXPECT_EQ(readFile("~/p/notes.txt"), "the user's");
+}
+
+TEST_F(TrProjectInformationTest, WhatCannotBeReadIsKeptAside) {
+    const std::string tooLong(platform::FileContents::longestSettings + 1, 'x');
+    for (const std::string& damaged : {std::string("<plist><dict>"), tooLong}) {
+        writeFile("~/p/settings.plist", damaged);
+        const auto project = projectWith("ScanSetting=" + absolute("~/p/settings.plist") + "\r");
+        EXPECT_EQ(project->resolutionFromScanSettings(), 300);
+        project->setResolutionAtScanSettings(600);
+        project->setProjectName("New");
+        writeFile("~/p/My/String.def", tooLong);
+        project->writeProjectInformation();
+        EXPECT_EQ(readFile("~/p/settings.plist.damaged"), damaged);
+        EXPECT_EQ(read(file)->resolutionFromScanSettings(), 600) << "the project kept its link";
+    }
+    EXPECT_EQ(readFile("~/p/My/String.def.damaged"), tooLong);
+    EXPECT_EQ(read(file)->projectName(), "New");
 }
 
 TEST_F(TrProjectInformationTest, FindsTheFolderToSaveInto) {

@@ -37,7 +37,13 @@ std::optional<std::string> readText(const std::string& path, Findings& findings)
         findings.push_back({path, "", "there is no such file", ignored});
         return std::nullopt;
     }
-    const std::optional<Data> bytes = platform.fileContents.read(path);
+    constexpr std::size_t longest = platform::FileContents::longestSettings;
+    const auto attributes = platform.fileMetadata.attributes(path, true);
+    if (attributes && !attributes->isDirectory && attributes->size > longest) {
+        findings.push_back({path, "", "longer than 1 MiB, which no file of its kind is", ignored});
+        return std::nullopt;
+    }
+    const std::optional<Data> bytes = platform.fileContents.read(path, longest);
     if (!bytes) {
         findings.push_back({path, "", "cannot be read", ignored});
         return std::nullopt;

@@ -102,7 +102,7 @@ bool OverlayFiles::copyItem(const std::string& path, const std::string& destinat
 
 bool OverlayFiles::copyTree(const std::string& path, const std::string& destination, int depth) {
     if (!isDirectory(path)) {
-        std::optional<Data> data = read(path);
+        std::optional<Data> data = read(path, longestPicture);
         if (data) {
             made_[destination] = {false, std::move(*data)};
         }
@@ -137,11 +137,11 @@ bool OverlayFiles::removeItem(const std::string& path) {
     return true;
 }
 
-std::optional<Data> OverlayFiles::read(const std::string& path) {
+std::optional<Data> OverlayFiles::read(const std::string& path, std::size_t mostBytes) {
     if (const MadeItem* item = made(path)) {
         return item->isDirectory ? std::nullopt : std::optional(item->data);
     }
-    return isRemoved(path) ? std::nullopt : realContents_.read(path);
+    return isRemoved(path) ? std::nullopt : realContents_.read(path, mostBytes);
 }
 
 bool OverlayFiles::write(const std::string& path, const Data& data, bool) {
@@ -154,7 +154,7 @@ bool OverlayFiles::write(const std::string& path, const Data& data, bool) {
 
 bool OverlayFiles::append(const std::string& path, std::string_view text,
                           const std::optional<platform::FileAttributes>& ofNewFile) {
-    std::optional<Data> data = read(path);
+    std::optional<Data> data = read(path, longestPicture);
     if (!data && ofNewFile && !exists(path)) {
         data.emplace();
     }

@@ -33,7 +33,7 @@ public:
     bool moveItem(const std::string& path, const std::string& destination) override;
     bool removeItem(const std::string& path) override;
 
-    std::optional<Data> read(const std::string& path) override;
+    std::optional<Data> read(const std::string& path, std::size_t mostBytes) override;
     bool write(const std::string& path, const Data& data, bool atomically) override;
     bool append(const std::string& path, std::string_view text,
                 const std::optional<platform::FileAttributes>& ofNewFile) override;

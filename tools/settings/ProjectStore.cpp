@@ -87,7 +87,8 @@ public:
         for (const std::string& path : {folder, file, platform::appendingPathComponent(folder, "String.def"),
                                         project.scanSettingsFilePath().value_or(file)}) {
             if (itemExistsAtPath(path)) {
-                contents_[path] = platform::current().fileContents.read(path);
+                contents_[path] =
+                    platform::current().fileContents.read(path, platform::FileContents::longestSettings);
             } else {
                 missing_.push_back(path);
             }
@@ -96,7 +97,8 @@ public:
 
     void putBack() const {
         for (const auto& [path, bytes] : contents_) {
-            if (bytes && platform::current().fileContents.read(path) != bytes) {
+            if (bytes && platform::current().fileContents.read(
+                             path, platform::FileContents::longestSettings) != bytes) {
                 platform::current().fileContents.write(path, *bytes, true);
             }
         }

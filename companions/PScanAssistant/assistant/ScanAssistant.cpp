@@ -3,6 +3,7 @@
 #include "agent/log/PSlog.h"
 #include "companions/PScanAssistant/scanners/DeviceInformation.h"
 #include "companions/PScanAssistant/scanning/ScanJob.h"
+#include "files/FileManagerExtension.h"
 #include "files/InstalledPaths.h"
 #include "files/NotificationNames.h"
 #include "platform/Clock.h"
@@ -201,8 +202,8 @@ std::optional<std::string> targetFolder(const std::string& wanted) {
     if (!folder.starts_with('/')) {
         folder = platform.folders.documents().value_or("");
     }
-    if (folder.empty() || (!platform.fileSystem.isDirectory(folder) &&
-                           !platform.fileSystem.createDirectory(folder, true, std::nullopt))) {
+    if (folder.empty() ||
+        (!platform.fileSystem.isDirectory(folder) && !exCreateDirectoryAtPath(folder, true, std::nullopt))) {
         return std::nullopt;
     }
     return folder;

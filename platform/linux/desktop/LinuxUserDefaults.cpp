@@ -118,7 +118,9 @@ bool LinuxUserDefaults::setPersistentDomain(const std::string& name, const Dicti
     if (name.empty() || name.find('/') != std::string::npos) {
         return false;
     }
-    return fileSystem_.createDirectory(folder, true, std::nullopt) &&
+    FileAttributes privateToUser;
+    privateToUser.posixPermissions = 0700;
+    return fileSystem_.createDirectory(folder, true, privateToUser) &&
            propertyLists_.write(folder + "/" + name + ".plist", domain, true);
 }
 

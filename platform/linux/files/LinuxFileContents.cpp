@@ -47,10 +47,10 @@ FileDescriptor folderItself(const std::string& file) {
 
 } // namespace
 
-std::optional<Data> LinuxFileContents::read(const std::string& path) {
+std::optional<Data> LinuxFileContents::read(const std::string& path, std::size_t mostBytes) {
     const FileDescriptor file = openRegularFile(diskPath(root_, path), O_RDONLY);
     struct stat status = {};
-    if (!file || ::fstat(file.get(), &status) != 0 || status.st_size > static_cast<off_t>(readLimit)) {
+    if (!file || ::fstat(file.get(), &status) != 0 || status.st_size > static_cast<off_t>(mostBytes)) {
         return std::nullopt;
     }
     // One byte more than expected shows the end, or that the file has grown.
@@ -61,7 +61,7 @@ std::optional<Data> LinuxFileContents::read(const std::string& path) {
         if (count < 0 && errno == EINTR) {
             continue;
         }
-        if (count < 0 || size + static_cast<std::size_t>(count) > readLimit) {
+        if (count < 0 || size + static_cast<std::size_t>(count) > mostBytes) {
             return std::nullopt;
         }
         if (count == 0) {

@@ -26,7 +26,7 @@ class LinuxFileContents final : public FileContents {
 public:
     explicit LinuxFileContents(const InstallationRoot& root) : root_(root) {}
 
-    std::optional<Data> read(const std::string& path) override;
+    std::optional<Data> read(const std::string& path, std::size_t mostBytes) override;
     bool write(const std::string& path, const Data& data, bool atomically) override;
     bool append(const std::string& path, std::string_view text,
                 const std::optional<FileAttributes>& ofNewFile) override;

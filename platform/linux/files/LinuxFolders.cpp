@@ -72,7 +72,7 @@ std::string LinuxFolders::documentsPath() {
     const std::string file =
         appendingPathComponent(configuration.empty() ? home() + "/.config" : configuration, "user-dirs.dirs");
     std::string folder = appendingPathComponent(home(), "Documents");
-    const Data bytes = LinuxFileContents(root_).read(file).value_or(Data());
+    const Data bytes = LinuxFileContents(root_).read(file, FileContents::longestSettings).value_or(Data());
     for (const std::string& line :
          componentsSeparatedByString(std::string(bytes.begin(), bytes.end()), "\n")) {
         const std::string named = documentsFolderOfLine(line, home());

@@ -250,7 +250,7 @@ Node nodeOf(const Value& value, int level) {
 } // namespace
 
 std::optional<Value> LinuxPropertyLists::read(const std::string& path) {
-    const std::optional<Data> file = contents_.read(path);
+    const std::optional<Data> file = contents_.read(path, FileContents::longestSettings);
     const Node node = file ? parsed(*file) : nullptr;
     return node ? valueOf(node.get()) : std::nullopt;
 }

@@ -36,7 +36,7 @@ private:
 } // namespace
 
 std::optional<Image> PngImages::load(const std::string& path) {
-    const std::optional<Data> file = contents_.read(path);
+    const std::optional<Data> file = contents_.read(path, FileContents::longestPicture);
     return file ? PngReader().read(*file) : std::nullopt;
 }
 

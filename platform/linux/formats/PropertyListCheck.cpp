@@ -131,7 +131,7 @@ private:
     }
 
     std::optional<Extent> sumOf(std::size_t position, std::size_t references, int level) {
-        constexpr std::size_t mostBytes = std::size_t{64} << 20;
+        constexpr std::size_t mostBytes = std::size_t{8} << 20;
         Extent sum{1, 1, 0};
         for (std::size_t i = 0; i < references; ++i) {
             const auto reference = number(position + i * referenceSize_, referenceSize_);

@@ -13,7 +13,7 @@ namespace trigora::platform {
 /// Levels of lists and dictionaries; no settings file comes near.
 constexpr int deepestPropertyList = 128;
 /// Values and keys together; no settings file comes near.
-constexpr std::size_t largestPropertyList = 400000;
+constexpr std::size_t largestPropertyList = 50000;
 
 /// Whether an XML file keeps to the limits. It may still be malformed.
 bool isHarmlessXmlPropertyList(std::string_view text);
