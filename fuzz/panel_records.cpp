@@ -52,6 +52,7 @@ public:
         } else if (kind >= usb) {
             auto record = recordFrom<UsbPanelScanJobInfo>(input);
             record.jobDataLength %= 4096; // what is readable there is read
+            record.jobData %= endOfOwnMemory;
             handleRest(input);
             answer(UsbEventCallbackProc(nullptr, kind - usb, &record, 0,
                                         static_cast<PanelJobFlags*>(usb_.get())));
@@ -125,6 +126,9 @@ private:
         }
     }
 
+    /// Behind it lies what AddressSanitizer keeps about the memory: the kernel can read it, which is what the
+    /// agent asks, but a read by the program itself counts as a fault.
+    static constexpr address32 endOfOwnMemory = 0x7FFF0000;
     static constexpr std::size_t textSize = 40;
     address32 announcedTexts_[3] = {};
     std::shared_ptr<TgaNetworkSettingsManager> network_ =
