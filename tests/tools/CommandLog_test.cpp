@@ -21,6 +21,11 @@ TEST_F(LogTest, IsSwitchedOffWithoutLosingALine) {
     EXPECT_EQ(run({"log", "on"}).code, done);
     EXPECT_TRUE(isLogSwitchedOn());
     EXPECT_NE(run({"log", "on"}).out.find("already"), std::string::npos);
+    const auto permissions = [&](const std::string& folder) {
+        return platform::current().fileMetadata.attributes(folder, false)->posixPermissions;
+    };
+    EXPECT_EQ(permissions("/Users/Shared/PELOX"), 0755U);
+    EXPECT_EQ(permissions(logSwitchFolder()), 01777U);
     const std::string parent = platform::deletingLastPathComponent(onDisk(logSwitchFolder()));
     for (const char* line : {"first", "second"}) { // within one second
         run({"log", "on"});

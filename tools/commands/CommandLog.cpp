@@ -72,7 +72,11 @@ ExitCode logOn(const Arguments& arguments, std::ostream& out, std::ostream&) {
     if (platform::current().fileSystem.exists(folder)) {
         throw Failure(failed, shown + " is in the way: it is no folder");
     }
-    if (!exCreateDirectoryAtPath(folder, true, attributesOfMadeFolder())) {
+    // Every user's programs log here, but none may put something of his own in another's place.
+    FileAttributes onlyOwnerChanges;
+    onlyOwnerChanges.posixPermissions = 0755;
+    exCreateDirectoryAtPath(platform::deletingLastPathComponent(folder), true, onlyOwnerChanges);
+    if (!exCreateDirectoryAtPath(folder, false, platform::attributesSharedByAll(01777))) {
         throw Failure(failed, "the folder " + shown + " cannot be made; has the user the right to?");
     }
     tell(arguments, true, shown, "The log is on; it is written to " + shown + ".", out);
