@@ -129,6 +129,11 @@ TEST_F(DesktopSettings, TextsAreInTheFirstLanguageThatHasThem) {
     for (const auto& [key, expected] : texts) {
         EXPECT_EQ(text(key), expected);
     }
+    writePropertyList(resources + "fr_CA.lproj/Localizable.strings", Dictionary{{"b", "ca B"}});
+    for (const auto& [locale, expected] : {std::pair{"fr_CA", "ca B"}, std::pair{"fr_FR", "fr B"}}) {
+        userDefaults.values = {{"AppleLanguages", Array{"fr"}}, {"AppleLocale", locale}};
+        EXPECT_EQ(text("b") + text("c"), std::string(expected) + "fr C");
+    }
     userDefaults.values.clear();
     EXPECT_EQ(text("a"), "A");
 }

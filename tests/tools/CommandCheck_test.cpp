@@ -81,6 +81,20 @@ TEST_F(CheckTest, NothingIsWrongWithAnUntouchedInstallation) {
     EXPECT_EQ(tree(), before);
 }
 
+TEST_F(CheckTest, SaysWhenEveryUserCanEnterTheSettings) {
+    makeFolder(settings);
+    for (std::string folder = onDisk("~/Library/Preferences"); folder != fs::temp_directory_path().string();
+         folder = platform::deletingLastPathComponent(folder)) {
+        fs::permissions(folder, fs::perms(0755));
+    }
+    const Outcome open = run({"check"});
+    EXPECT_EQ(open.code, failed);
+    EXPECT_NE(open.out.find(onDisk("~/Library/Preferences") + "\n    every user"), std::string::npos)
+        << open.out;
+    fs::permissions(onDisk("~/Library"), fs::perms(0700));
+    EXPECT_EQ(run({"check"}).code, done);
+}
+
 TEST_F(CheckTest, FindsEachFault) {
     const std::string events = paths::eventFolder() + "/";
     const std::string actions = paths::actionFolder() + "/";
@@ -192,7 +206,7 @@ TEST_F(CheckTest, FindsEachFault) {
          }},
         {watched, "2, executiveProjectID", "no folder project 751", [&] { watch(home, 5, "751"); }},
         {watched, "2, executiveProjectID", "no project is bound", [&] { watch(home, 5, ""); }},
-        {table, "line 3", "never reached: line 2", [&] { append(table, "D,XY-1,XY-1,1,100\r\n"); }},
+        {table, "line 4", "never reached: line 3", [&] { append(table, "D,XY-1,XY-1,1,100\r\n"); }},
         {table, "line 1", "is no number", [&] { writeFile(table, "D,XY-1,XY-1,four,100\r\n"); }},
         {table, "line 2", "above 10",
          [&] { writeFile(table, "\r\nD,XY-1,XY-1,11,100,100,100,100,100,100,100,100,100,100\r\n"); }},
@@ -224,17 +238,20 @@ TEST_F(CheckTest, FindsEachFault) {
              }
          }},
         {table, "", "is empty", [&] { writeFile(table, ""); }},
-        {table, "line 1, NavBtn2", "always refused", [&] { writeFile(table, "D,XY-1,XY-1,2,100,103\r\n"); }},
+        {table, "line 1, NavBtn2", "always refused", [&] { writeFile(table, "D,XY-1,XY-1,2,100,103\r\n"); },
+         true},
         {table, "line 1", "blanks around \"B\"", [&] { writeFile(table, "\"A\", \"B\" , \"B\",1,100\r\n"); }},
+        {capabilities, "", "longer than 1 MiB",
+         [&] { append(capabilities, std::string(platform::FileContents::longestSettings, 'x')); }},
         {capabilities, "[Model0f01]", "capital letters", [&] { append(capabilities, "[Model0f01]\nA=1\n"); }},
-        {capabilities, "[Model0F03] JobDeviceType", "\"abc\" is no number",
-         [&] { append(capabilities, "[Model0F03]\nJobDeviceType=abc\n"); }},
-        {capabilities, "[Model0F03] NumJobEvents", "no number from 0",
-         [&] { append(capabilities, "[Model0F03]\nNumJobEvents=-5\n"); }},
-        {capabilities, "[Model0F03] ModifiedEvent", "\"zz\" is no number",
-         [&] { append(capabilities, "[Model0F03]\nModifiedEvent=zz\n"); }},
-        {capabilities, "[Model0F03] DeviceSettingAlias", "no projects for \"Nowhere\"",
-         [&] { append(capabilities, "[Model0F03]\nModelDependency=1\nDeviceSettingAlias=Nowhere\n"); }},
+        {capabilities, "[Model0F09] JobDeviceType", "\"abc\" is no number",
+         [&] { append(capabilities, "[Model0F09]\nJobDeviceType=abc\n"); }},
+        {capabilities, "[Model0F09] NumJobEvents", "no number from 0",
+         [&] { append(capabilities, "[Model0F09]\nNumJobEvents=-5\n"); }},
+        {capabilities, "[Model0F09] ModifiedEvent", "\"zz\" is no number",
+         [&] { append(capabilities, "[Model0F09]\nModifiedEvent=zz\n"); }},
+        {capabilities, "[Model0F09] DeviceSettingAlias", "no projects for \"Nowhere\"",
+         [&] { append(capabilities, "[Model0F09]\nModelDependency=1\nDeviceSettingAlias=Nowhere\n"); }},
         {drivers, "line 2", "has no \"=\"", [&] { writeFile(drivers, "[A]\nModelID 0F01\n"); }},
         {drivers, "[A] ModelID", "no model ID", [&] { writeFile(drivers, "[A]\nModelID=XYZ\n"); }},
         {drivers, "[A] ModelID", "no section [Model0F99]", [&] { writeFile(drivers, "[A]\nModelID=0F99\n"); },

@@ -105,7 +105,7 @@ void checkEventsOfRow(const Dictionary& row, std::size_t index, Findings& findin
         if (isRefusedEvent(static_cast<std::int32_t>(eventID))) {
             findings.push_back({paths::deviceTableFile(), lineKey(index) + ", " + column,
                                 "the event " + std::to_string(eventID) + " is always refused",
-                                "the user is told that the button is not supported"});
+                                "the user is told that the button is not supported", true});
         } else if (!TrEventManager::sharedEventManager()->eventInformationWithEventID(
                        std::to_string(eventID))) {
             findings.push_back({paths::deviceTableFile(), lineKey(index) + ", " + column,

@@ -48,6 +48,21 @@ const InstalledAction* actionWithID(const std::vector<InstalledAction>& actions,
     return found == actions.end() ? nullptr : &*found;
 }
 
+bool canEverybodyEnter(std::string folder) {
+    constexpr std::uint32_t enterableByOthers = 01;
+    for (;;) {
+        const auto attributes = exFileAttributesAtPath(folder, true);
+        if (!attributes || (attributes->posixPermissions.value_or(0) & enterableByOthers) == 0) {
+            return false;
+        }
+        std::string parent = platform::deletingLastPathComponent(folder);
+        if (parent == folder || parent.empty()) {
+            return true;
+        }
+        folder = std::move(parent);
+    }
+}
+
 // Projects.
 
 enum class ProjectKind { predefined, own, folder, device };
@@ -296,6 +311,15 @@ void checkNetworkSettings(Findings& findings) {
             findings.push_back(
                 {file, "", "damaged, or it cannot be read", "network scan has its default settings"});
         }
+    }
+}
+
+void checkWhoMayEnter(Findings& findings) {
+    const std::string folder = paths::preferencesFolder();
+    if (itemExistsAtPath(paths::userFolder()) && canEverybodyEnter(folder)) {
+        findings.push_back(
+            {folder, "", "every user of this machine can enter it",
+             "others can change what your buttons start, until you close it with chmod go-rwx"});
     }
 }
 

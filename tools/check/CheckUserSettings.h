@@ -11,5 +11,7 @@ void checkBindings(Findings& findings);
 void checkWatchedFolders(Findings& findings);
 /// The other property lists of the user's.
 void checkNetworkSettings(Findings& findings);
+/// Whether every user of the machine can enter the folder that holds the settings, which are open to all.
+void checkWhoMayEnter(Findings& findings);
 
 } // namespace trigora::tools

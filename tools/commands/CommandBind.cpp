@@ -19,7 +19,7 @@ constexpr std::string_view modelDetails =
     "without a model ID.\n";
 
 constexpr std::string_view bindExamples = "  trigoractl bind 100 610 --model 0F01\n"
-                                          "  trigoractl bind 201 701 --model 0F02\n";
+                                          "  trigoractl bind 201 620 --model 0F02\n";
 constexpr std::string_view unbindExamples = "  trigoractl unbind 100 --model 0F01\n";
 
 ExitCode bind(const Arguments& arguments, std::ostream& out, std::ostream&) {

@@ -40,6 +40,7 @@ Findings allFindings() {
     checkWatchedFolders(findings);
     checkNetworkSettings(findings);
     checkModules(findings);
+    checkWhoMayEnter(findings);
     return findings;
 }
 

@@ -29,7 +29,14 @@ void LinuxStringTable::readTables() {
 std::vector<std::string> LinuxStringTable::languages() {
     std::vector<std::string> languages;
     const std::optional<Value> preferred = userDefaults_.value("AppleLanguages");
+    const std::optional<Value> locale = userDefaults_.value("AppleLocale");
     const Array* list = preferred ? preferred->array() : nullptr;
+    const std::string* first = list == nullptr || list->empty() ? nullptr : list->front().text();
+    // What differs from country to country, such as the usual paper, stands in a table of the country's own.
+    if (first != nullptr && locale && locale->text() != nullptr &&
+        locale->text()->starts_with(*first + "_")) {
+        languages.push_back(*locale->text());
+    }
     for (const Value& entry : list == nullptr ? Array() : *list) {
         if (const std::string* language = entry.text()) {
             languages.push_back(*language);
