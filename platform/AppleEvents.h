@@ -32,14 +32,15 @@ struct AppleEvent {
     const AppleEventParameter* parameter(std::uint32_t keyword) const;
 };
 
-/// Whom an event is for: an application by its signature, or one process by its ID.
+/// Whom an event is for: an application by its signature, one process by its ID, or the agent.
 struct SignatureTarget {
     std::uint32_t signature = 0;
 };
 struct ProcessTarget {
     std::int32_t processID = 0;
 };
-using AppleEventTarget = std::variant<SignatureTarget, ProcessTarget>;
+struct AgentTarget {};
+using AppleEventTarget = std::variant<SignatureTarget, ProcessTarget, AgentTarget>;
 
 constexpr std::int32_t procNotFound = -600;          ///< no such process (yet)
 constexpr std::int32_t errAEEventNotHandled = -1708; ///< the target has no handler, or refused

@@ -24,7 +24,8 @@ std::string targetText(const platform::AppleEventTarget& target) {
     if (const auto* signature = std::get_if<platform::SignatureTarget>(&target)) {
         return codeText(signature->signature);
     }
-    return "process " + std::to_string(std::get<platform::ProcessTarget>(target).processID);
+    const auto* process = std::get_if<platform::ProcessTarget>(&target);
+    return process != nullptr ? "process " + std::to_string(process->processID) : "the agent";
 }
 
 std::string sendLine(const platform::AppleEventTarget& target, const platform::AppleEvent& event) {

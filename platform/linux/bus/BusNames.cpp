@@ -32,7 +32,8 @@ std::string nameOf(const AppleEventTarget& target) {
     if (const auto* signature = std::get_if<SignatureTarget>(&target)) {
         return signatureName(signature->signature);
     }
-    return processName(std::get<ProcessTarget>(target).processID);
+    const auto* process = std::get_if<ProcessTarget>(&target);
+    return process != nullptr ? processName(process->processID) : agentName;
 }
 
 } // namespace trigora::platform::bus
