@@ -27,6 +27,8 @@ std::string scannerCapabilityFile() { return resource("Assistants/Scan Assistant
 
 std::string scannerDriversFile() { return resource("Assistants/Scan Assistant/ScannerDrivers.ini"); }
 
+std::string scannerButtonsFile() { return resource("Assistants/Scanner Buttons/ScannerButtons.ini"); }
+
 std::string eventFolder() { return resource("Common/EventInfo"); }
 
 std::string defaultJobEventFile() { return eventFolder() + "/Job.plg"; }
@@ -51,6 +53,14 @@ std::string scanAssistantExecutable() {
 
 std::string scanNoticeExecutable() {
     return resource("Assistants/Scan Assistant/TrigoraNotice.app/Contents/MacOS/TrigoraNotice");
+}
+
+std::string buttonServiceExecutable() {
+    return resource("Assistants/Scanner Buttons/TrigoraButtons.app/Contents/MacOS/TrigoraButtons");
+}
+
+std::string buttonReaderExecutable() {
+    return resource("Assistants/Scanner Buttons/TrigoraButtons.app/Contents/MacOS/TrigoraButtonReader");
 }
 
 std::string panelDriverModule() { return agentApplication() + "/Contents/Resources/PanelDriver.bundle"; }
@@ -112,6 +122,8 @@ std::string formerButtonBindingsFile(const std::optional<std::string>& modelID) 
 }
 
 std::string watchedFolderSettingsFile() { return settingsFolder() + "/WatchedFolderSetting.plist"; }
+
+std::string userScannerButtonsFile() { return settingsFolder() + "/ScannerButtons.ini"; }
 
 std::string userScannerDriversFile() { return settingsFolder() + "/ScannerDrivers.ini"; }
 

@@ -18,6 +18,8 @@ std::string deviceTableFile();
 std::string scannerCapabilityFile();
 /// The scanner drivers that the scan assistant knows: "ScannerDrivers.ini".
 std::string scannerDriversFile();
+/// Which sensors of a scanner are buttons: "ScannerButtons.ini".
+std::string scannerButtonsFile();
 /// Holds the installed event files (extension "plg").
 std::string eventFolder();
 /// The event file that new job events are made from.
@@ -40,6 +42,9 @@ std::string agentExecutable();
 std::string scanAssistantExecutable();
 /// Shows the desktop notification of a scan.
 std::string scanNoticeExecutable();
+std::string buttonServiceExecutable();
+/// The program that the button service reads scanners with.
+std::string buttonReaderExecutable();
 std::string panelDriverModule();
 /// The module in the bundle of the running agent, which is given.
 std::string networkScanModule(const std::string& agentBundle);
@@ -82,6 +87,8 @@ std::string formerButtonBindingsFile(const std::optional<std::string>& modelID);
 std::string watchedFolderSettingsFile();
 /// The user's own "ScannerDrivers.ini", which counts before the installed one.
 std::string userScannerDriversFile();
+/// The user's own "ScannerButtons.ini", whose lines count before the installed ones.
+std::string userScannerButtonsFile();
 /// An earlier version kept each watched folder in a file of its own: 1, 2 or 3.
 std::string formerWatchedFolderSettingsFile(int number);
 std::string formerWatchedFolderBindingsFile();

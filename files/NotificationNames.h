@@ -36,4 +36,8 @@ constexpr const char* testScanningWillStart = "TestScannningWillStartNotificatio
 // From the agent.
 constexpr const char* scanEventDidFinish = "ScanEventDidFinishNotification";
 
+// From the scanner buttons service.
+/// "Driver", "Sensor", "Device" (texts) and "Button" (number) of a press, before anything comes of it.
+constexpr const char* scannerButtonPressed = "ScannerButtonPressedNotification";
+
 } // namespace trigora::notifications

@@ -36,6 +36,18 @@ std::vector<std::string> PxIniParser::sectionNamesWithFilePath(const std::string
     return names;
 }
 
+KeyedText PxIniParser::entriesWithFilePath(const std::string& path, const std::string& sectionString) {
+    if (!files_.contains(path)) {
+        INI_ReadWithPath(path);
+    }
+    const auto file = files_.find(path);
+    if (file == files_.end()) {
+        return {};
+    }
+    const auto section = file->second.find(sectionString);
+    return section == file->second.end() ? KeyedText() : section->second;
+}
+
 void PxIniParser::removeItemAtPath(const std::string& path) { files_.erase(path); }
 
 void PxIniParser::removeAllItems() { files_.clear(); }

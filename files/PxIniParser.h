@@ -24,6 +24,8 @@ public:
                                                  const std::string& keyString);
     /// The names of the file's sections in ascending order; empty where the file cannot be read.
     std::vector<std::string> sectionNamesWithFilePath(const std::string& path);
+    /// All entries of a section; empty where the file or the section is missing.
+    KeyedText entriesWithFilePath(const std::string& path, const std::string& sectionString);
     void removeItemAtPath(const std::string& path);
     void removeAllItems();
 
