@@ -27,7 +27,7 @@ public:
     void press(const Data& record);
     void waitForHandled();
     void post(const std::string& name, const Dictionary& userInfo);
-    /// Waits for the next notification of the name and gives the time of its arrival.
+    /// Waits for the next notification of the name and returns the time of its arrival.
     Clock::time_point waitFor(const std::string& name);
 
 private:

@@ -27,7 +27,7 @@ std::optional<std::vector<std::string>> exDirectoryContentsAtPath(const std::str
 /// when it cannot be read.
 std::vector<std::string> pathsWithExtension(const std::string& folder, const std::string& extension);
 std::optional<FileSystemAttributes> exFileSystemAttributesAtPath(const std::string& path);
-/// Where a link leads, as it is written there; none when that does not exist or the path is no link.
+/// Where a link leads, as it is written there; none when that does not exist or the path is not a link.
 std::optional<std::string> exPathContentOfSymbolicLinkAtPath(const std::string& path);
 /// Makes a link at the path; false when what it shall lead to does not exist.
 bool exCreateSymbolicLinkAtPath(const std::string& path, const std::string& pathContent);
@@ -44,7 +44,7 @@ bool exMovePath(const std::string& path, const std::string& toPath);
 /// Tried whether or not anything exists at the path.
 bool exRemoveItemAtPath(const std::string& path);
 
-/// None when the file cannot be read or is no property list that holds a dictionary.
+/// None when the file cannot be read or is not a property list that holds a dictionary.
 std::optional<Dictionary> dictionaryWithContentsOfFile(const std::string& path);
 /// Writes a property list with the attributes of a written file; one that cannot be written leaves what is at
 /// the path as it is. A file there that cannot be read is kept aside, see `writeKeepingAside`.

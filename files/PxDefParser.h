@@ -26,7 +26,7 @@ public:
     void removeAllItems();
 
 private:
-    /// The cached file, which is read first if need be; null for one that gives nothing.
+    /// The cached file, which is read first if need be; null for one that holds nothing.
     const KeyedText* fileAtPath(const std::string& path);
     static std::optional<KeyedText> DP_ReadDefFileWithPath(const std::string& path);
     /// Adds the entries that the text of a file holds.

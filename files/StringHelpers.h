@@ -35,7 +35,7 @@ bool exWriteToFile(std::string_view text, const std::string& path, bool atomical
 std::string hexadecimalStringWithValue(std::uint32_t value, int place);
 
 /// The lines of a text, whose breaks are "\r\n", "\n" or "\r", also mixed. Empty lines are kept; a break
-/// at the end gives a last, empty line; an empty text is one empty line.
+/// at the end leads to a last, empty line; an empty text is one empty line.
 std::vector<std::string> componentsSeparatedByParagraph(std::string_view text);
 
 /// Inserts the objects in their order from the index on; does nothing when the index lies beyond the end.

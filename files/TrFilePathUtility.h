@@ -70,7 +70,7 @@ public:
                            const std::string& andForkName) const;
     /// -1 when there is no such item; an empty path leaves the reference unset and counts as success.
     int fsRefFromFilePath(const std::string& path, FileReference& fsRef) const;
-    /// Leaves the specification as it is and still gives 0 when there is no such item.
+    /// Leaves the specification as it is and still returns 0 when there is no such item.
     int fsSpecFromPath(const std::string& path, FileSpecification& fsSpec) const;
 
 private:

@@ -17,7 +17,7 @@ public:
         return platform::shared<TrImageLoadManager>();
     }
 
-    /// Null when there is no such file or it is no picture; the next call then tries again.
+    /// Null when there is no such file or it is not a picture; the next call then tries again.
     std::shared_ptr<const platform::Image> imageWithFilePath(const std::string& path);
 
 private:

@@ -61,7 +61,7 @@ public:
     /// One handler per class and ID; a new one replaces the old. It runs on the main thread.
     virtual void setEventHandler(std::uint32_t eventClass, std::uint32_t eventID, Handler handler) = 0;
     virtual void removeEventHandler(std::uint32_t eventClass, std::uint32_t eventID) = 0;
-    /// Sends without wanting an answer and waits for nobody. Gives -600 when there is no such target. A
+    /// Sends without wanting an answer and waits for nobody. Returns -600 when there is no such target. A
     /// process that was launched a moment ago has the default time-out to be able to take events: what is for
     /// it is kept until then and delivered in its order. Any thread.
     virtual std::int32_t sendWithoutReply(const AppleEventTarget& target, const AppleEvent& event) = 0;

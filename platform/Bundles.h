@@ -40,7 +40,7 @@ class Bundles {
 public:
     virtual ~Bundles() = default;
 
-    /// None when the path is no folder or has no readable "Contents/Info.plist".
+    /// None when the path is not a folder or has no readable "Contents/Info.plist".
     virtual std::shared_ptr<Bundle> create(const std::string& path) = 0;
     /// The bundle of the running program.
     virtual std::shared_ptr<Bundle> mainBundle() = 0;

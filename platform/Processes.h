@@ -37,11 +37,11 @@ public:
         }
         return std::nullopt;
     }
-    /// Starts a program without waiting for it; gives its process ID, or nothing when it cannot be
+    /// Starts a program without waiting for it; returns its process ID, or nothing when it cannot be
     /// started. Nobody needs to wait for it.
     virtual std::optional<std::int32_t> launch(const std::string& executablePath,
                                                const std::vector<std::string>& arguments) = 0;
-    /// Waits until a launched process has exited; gives its exit status, or -1 when it is not known, also
+    /// Waits until a launched process has exited; returns its exit status, or -1 when it is not known, also
     /// because this program is ending and waits no longer.
     virtual int waitForExit(std::int32_t processID) = 0;
     /// Whether a launched process has not exited yet, listed or not.

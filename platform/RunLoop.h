@@ -23,7 +23,7 @@ public:
     virtual void whenProcessExits(std::int32_t processID, std::function<void()> handler) = 0;
     /// Queues work for the main thread and returns at once. Any thread.
     virtual void performOnMainThread(std::function<void()> work) = 0;
-    /// Turns until `stop`; gives the exit code that `stop` was told.
+    /// Turns until `stop`; returns the exit code that `stop` was told.
     virtual int run() = 0;
     /// Ends `run` after the handler that is running. Any thread.
     virtual void stop(int exitCode) = 0;

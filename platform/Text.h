@@ -12,7 +12,7 @@
 namespace trigora::platform {
 
 // Numbers. Leading white space is skipped, then an optional sign, then digits up to the first other
-// character; text without digits gives 0.
+// character; text without digits reads as 0.
 
 /// Clamped to the range of a signed 32-bit integer.
 std::int32_t integerValue(std::string_view text);
@@ -23,7 +23,8 @@ std::uint32_t hexadecimalValue(std::string_view text);
 
 // Pieces.
 
-/// Splits at every occurrence; a text without the separator gives itself, an empty text one empty piece.
+/// Splits at every occurrence; a text without the separator is its own only piece, an empty text one empty
+/// piece.
 std::vector<std::string> componentsSeparatedByString(std::string_view text, std::string_view separator);
 /// Removes the given characters from both ends.
 std::string trimmed(std::string_view text, std::string_view characters);
@@ -45,7 +46,7 @@ std::string pathExtension(std::string_view path);
 std::string lastPathComponent(std::string_view path);
 /// A part of the given text; "/" stays.
 std::string_view withoutTrailingSlashes(std::string_view path);
-/// The parent: "/a/b" gives "/a", "/a" gives "/", "a" gives the empty text.
+/// The parent: that of "/a/b" is "/a", of "/a" "/", of "a" the empty text.
 std::string deletingLastPathComponent(std::string_view path);
 std::string deletingPathExtension(std::string_view path);
 std::string appendingPathComponent(std::string_view path, std::string_view component);

@@ -45,7 +45,7 @@ public:
 
     bool isNothing() const { return std::holds_alternative<std::monostate>(storage_); }
 
-    // Each gives null when the value is of another kind; the pointer lives as long as the value.
+    // Each returns null when the value is of another kind; the pointer lives as long as the value.
     const bool* boolean() const { return std::get_if<bool>(&storage_); }
     const std::int64_t* integer() const { return std::get_if<std::int64_t>(&storage_); }
     const double* real() const { return std::get_if<double>(&storage_); }
@@ -67,7 +67,7 @@ private:
 };
 
 // What a receiver reads from a dictionary of untrusted origin. A missing key and a value that has no
-// such reading both give nothing.
+// such reading both read as nothing.
 
 /// The entry itself, or null.
 const Value* find(const Dictionary& dictionary, std::string_view key);

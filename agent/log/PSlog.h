@@ -45,9 +45,9 @@ private:
 
 /// Text with its conversions replaced by the arguments in turn: "%@", printf's, and both with a place
 /// such as "%2$@"; "%%" is a percent sign. Formats may come from translated tables, so nothing in them can
-/// do harm: what is no conversion ("%n", "%*d") and one without an argument are left as they stand, one that
-/// does not suit its argument gives the argument's plain text, widths and precisions end at 255, and a
-/// surplus argument is passed over.
+/// do harm: what is not a conversion ("%n", "%*d") and one without an argument are left as they stand, one
+/// that does not suit its argument is replaced by the argument's plain text, widths and precisions end at
+/// 255, and a surplus argument is passed over.
 std::string stringWithFormat(std::string_view format, std::span<const LogArgument> arguments);
 
 template <typename... Arguments>

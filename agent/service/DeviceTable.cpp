@@ -13,7 +13,7 @@ namespace trigora {
 
 namespace {
 
-// A device table beyond these is no device table but a damaged file.
+// A device table beyond these is not a device table but a damaged file.
 constexpr std::uint64_t sizeLimit = 1U << 20;
 constexpr std::size_t rowLimit = 20000;
 

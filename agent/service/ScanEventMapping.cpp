@@ -20,7 +20,7 @@ namespace {
 constexpr std::int32_t versionOfKnownDriver = 375;
 constexpr std::size_t modelIDBufferSize = 256;
 
-/// 32-bit arithmetic that wraps: event statuses are untrusted, and any of them must give some event ID.
+/// 32-bit arithmetic that wraps: event statuses are untrusted, and any of them must lead to some event ID.
 std::int32_t wrappedSum(std::int32_t left, std::int32_t right) {
     return static_cast<std::int32_t>(static_cast<std::uint32_t>(left) + static_cast<std::uint32_t>(right));
 }

@@ -43,7 +43,7 @@ public:
     /// no fixed set of buttons.
     std::int32_t supportEventType() const;
 
-    // Device information; a missing entry gives none, or false.
+    // Device information; a missing entry reads as none, or false.
     std::optional<std::int64_t> modelID() const;
     std::optional<std::int64_t> flatbedScanAreaWidth() const;
     std::optional<std::int64_t> flatbedScanAreaHeight() const;

@@ -54,7 +54,7 @@ public:
     std::shared_ptr<TrMonitorEventInformation>
     monitorEventInformationWithMonitorEventName(const std::string& name) const;
 
-    /// Reads the binding file when that has not been done. A value that is not text is no binding.
+    /// Reads the binding file when that has not been done. A value that is not text is not a binding.
     std::optional<std::string> projectIDWithEventID(const std::string& eventID) override;
     /// Binds in memory, once bindings have been read; before that the binding is dropped.
     void setProjectID(const std::optional<std::string>& projectID,

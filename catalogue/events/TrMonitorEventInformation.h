@@ -14,7 +14,7 @@ public:
     createMonitorEventInforamtionWithEventInformation(const TrEventInformation& event);
 
     /// Takes "folderPath", "intervalTime" and "executiveProjectID" from one entry of the watched-folder
-    /// settings; a missing entry, and a path or project that is not text, gives none.
+    /// settings; a missing entry, and a path or project that is not text, reads as none.
     void setMonitorInformation(const Dictionary& settings);
 
     const std::optional<std::string>& monitorFolderPath() const { return monitorFolderPath_; }

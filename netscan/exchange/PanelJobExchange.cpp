@@ -118,7 +118,7 @@ std::int32_t SendJobInfoToPanel(_PSMLPANELSCANJOBINFO& record, PanelEventContext
     PanelConnection connection(*driver);
     if (!openAndLock(connection, dottedAddress(record))) {
         connection.leaveOpen();
-        return PANEL_RESULT_DONE; // a panel that has gone away or is busy is no error of ours
+        return PANEL_RESULT_DONE; // a panel that has gone away or is busy is not an error of ours
     }
     const auto jobInterface = SVJobInterface::jobInterfaceForProductID(productID);
     if (!jobInterface) {

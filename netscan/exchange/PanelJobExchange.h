@@ -10,8 +10,8 @@
 /// written beyond their fields.
 namespace trigora {
 
-/// The call-back handed to the network-scan module. The context is the `PanelEventContext`. Gives a
-/// PANEL_RESULT; a record that is missing gives 9 for a simple scan and 8 for the rest.
+/// The call-back handed to the network-scan module. The context is the `PanelEventContext`. Returns a
+/// PANEL_RESULT; for a record that is missing it is 9 for a simple scan and 8 for the rest.
 extern "C" std::int32_t eventCallback(_NSMEvent* event, std::int32_t kind, void* data, std::int32_t reserved,
                                       void* context);
 

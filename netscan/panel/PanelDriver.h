@@ -38,8 +38,8 @@ public:
     std::optional<stRecvJobData> choicesAt(const std::string& ipAddress) const;
 
     bool canEncode() const;
-    /// A list without a connection; zeroed when the driver gives nothing. None when what it gives cannot be
-    /// referred to by a record.
+    /// A list without a connection; zeroed when the driver returns nothing. None when what it returns cannot
+    /// be referred to by a record.
     std::optional<EncodedJobData> encode(const PanelJobList& list, std::int32_t protocolVersion) const;
     bool canDecode() const;
     /// The choices in encoded data; zeroed where the driver filled in nothing.

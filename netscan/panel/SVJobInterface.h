@@ -18,7 +18,7 @@ class Bundle;
 /// The document-capture application's module with its saved jobs; null when that is not installed.
 std::shared_ptr<platform::Bundle> GetSVInterfaceBundle();
 
-/// The saved jobs for one scanner. An operation that the module's object does not answer to gives false or
+/// The saved jobs for one scanner. An operation that the module's object does not answer to returns false or
 /// nothing, unless said otherwise. Any thread.
 class SVJobInterface {
 public:
@@ -33,7 +33,7 @@ public:
     SVJobInterface& operator=(const SVJobInterface&) = delete;
     ~SVJobInterface();
 
-    /// The job dictionaries, described in modules/job_interface.h. What is no dictionary counts as a job
+    /// The job dictionaries, described in modules/job_interface.h. What is not a dictionary counts as a job
     /// without settings, because jobs are started by their place in the list.
     std::vector<Dictionary> jobs() const;
     bool isPushScanSupported() const;

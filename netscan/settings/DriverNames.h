@@ -14,7 +14,7 @@ using GivesUp = std::function<bool()>;
 
 /// Finds the name of the driver that serves a scanner, by the maker's ID converter or else by the
 /// scan-settings application, which is started for it and waited for: 20 seconds until it answers, and as
-/// long as it takes to quit. Whoever gives up leaves it running. Gives 1 when found, -2 when not, 0 when
+/// long as it takes to quit. Whoever gives up leaves it running. Returns 1 when found, -2 when not, 0 when
 /// another thread is at it. The destination has `driverNameSize` bytes; a longer name is cut. Any thread.
 std::int32_t getDSName(const char* productID, char* destination, const GivesUp& givesUp = {});
 

@@ -93,7 +93,7 @@ public:
     std::optional<std::string> targetFolderString() const;
     std::optional<std::string> resolutionString() const;
 
-    // Scan settings, one entry each. A getter gives nothing for a missing entry and for one of another
+    // Scan settings, one entry each. A getter returns nothing for a missing entry and for one of another
     // kind; setting a text to none removes the entry.
 
     void setDocumentTypeAtScanSettings(std::int64_t documentType);

@@ -25,7 +25,7 @@ constexpr const char* passFolderOption = "0x0002";
 constexpr const char* scriptExtension = "scpt";
 
 /// The nearest folder above the path that exists; empty when a relative path has none, none when even "/"
-/// is no folder.
+/// is not a folder.
 std::optional<std::string> existingFolderAbove(const std::string& path) {
     platform::FileSystem& files = platform::current().fileSystem;
     std::string folder = platform::deletingLastPathComponent(path);

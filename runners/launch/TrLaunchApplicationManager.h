@@ -21,7 +21,7 @@ public:
         return platform::shared<TrLaunchApplicationManager>();
     }
 
-    /// Starts the executable of an application bundle. Does nothing for a path that is no bundle; the name
+    /// Starts the executable of an application bundle. Does nothing for a path that is not a bundle; the name
     /// is not used.
     void launchApplicationAtPath(const std::string& path, const std::string& appName,
                                  const std::vector<std::string>& withArgs) const;

@@ -34,7 +34,7 @@ public:
     const SANE_Option_Descriptor* descriptor(SANE_Int option) const;
     /// The sensor of that option; -1 for another option.
     int sensorOf(SANE_Int option) const;
-    /// Of what is no sensor. The value has room for the descriptor's size.
+    /// Of what is not a sensor. The value has room for the descriptor's size.
     SANE_Status get(SANE_Int option, void* value) const;
     /// To the nearest that the scanner can do, which the information tells.
     SANE_Status set(SANE_Int option, const void* value, SANE_Int& information);

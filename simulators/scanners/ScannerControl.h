@@ -38,7 +38,7 @@ public:
     void release(const std::string& button);
     /// The moment it goes down first. At most 1024 of these and of `press` for each scanner.
     Moment tap(const std::string& button, const Tap& tap = {});
-    /// What a sensor that is no button says.
+    /// What a sensor that is not a button says.
     void set(const std::string& option, int value);
     /// Whether the back-end shows the option as active.
     void activate(const std::string& option, bool isActive);

@@ -25,7 +25,7 @@ struct ScannerKind {
     bool forgetsUnread; ///< at the next look at the hardware
     int readingTakes;   ///< milliseconds
     std::vector<SensorKind> sensors;
-    std::vector<const char*> switches; ///< options that can be set and are no sensors, though they sound so
+    std::vector<const char*> switches; ///< options that can be set and are not sensors, though they sound so
     std::vector<const char*> texts;    ///< what its text sensor can say; empty for anything
 };
 

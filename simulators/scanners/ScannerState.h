@@ -36,7 +36,7 @@ struct Sensor {
     std::int32_t isSetByHardware; ///< says so to SANE
     std::int32_t isActive;
     std::int32_t isFeeder;  ///< tells whether paper is in the feeder
-    std::int32_t value;     ///< of what is no button
+    std::int32_t value;     ///< of what is not a button
     std::int64_t readUntil; ///< presses up to here have been read
 };
 

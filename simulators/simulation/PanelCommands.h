@@ -36,7 +36,7 @@ struct PanelEvent {
 /// given in numbers; none for another name.
 std::optional<PanelEvent> panelEventOf(const json& command);
 
-/// Calls back as often and on as many threads as the command wants, and gives the results. Returns early
+/// Calls back as often and on as many threads as the command wants, and returns the results. Returns early
 /// when `isStopping` says so.
 json callBack(const json& command, const std::function<bool()>& isStopping,
               const std::function<std::int32_t()>& call);

@@ -32,9 +32,9 @@ bool writeObject(const std::string& fileName, const json& object);
 /// Whether "missing" of the settings lists the function or operation: then the module does not offer it.
 bool isMissing(const std::string& operation);
 
-/// Writes a call down, with its details and its result, and gives the result: the one that the settings have
-/// under the operation's name, else the usual one. Before that it takes the milliseconds that "delays" of
-/// the settings have for it, a minute at most.
+/// Writes a call down, with its details and its result, and returns the result: the one that the settings
+/// have under the operation's name, else the usual one. Before that it takes the milliseconds that "delays"
+/// of the settings have for it, a minute at most.
 std::int32_t answerCall(const std::string& module, const std::string& operation, json details,
                         std::int32_t usual);
 /// The same without a result.

@@ -4,7 +4,7 @@
 
 namespace trigora::tools {
 
-// What the parsers pass over in silence. Each gives false when the file cannot be read at all.
+// What the parsers pass over in silence. Each returns false when the file cannot be read at all.
 
 /// A file of key=value lines. A missing one is a finding.
 bool checkDefinitionFile(const std::string& path, Findings& findings);

@@ -9,7 +9,7 @@
 #include <string>
 #include <string_view>
 
-/// The frame of trigoractl. A command is one file pair that gives one `Command`; it is listed in
+/// The frame of trigoractl. A command is one file pair that makes one `Command`; it is listed in
 /// the list of all commands and has its help and its usage errors from here.
 namespace trigora::tools {
 

@@ -13,7 +13,7 @@ namespace trigora::tools {
 
 constexpr Option modelOption{"model", "ID", "scanner model, four hexadecimal digits, e.g. 00FE"};
 
-/// The driver that "--model" names; null without the option. Throws a `SettingsError` for what is no model
+/// The driver that "--model" names; null without the option. Throws a `SettingsError` for what is not a model
 /// ID.
 std::shared_ptr<TrScannerDriverInformation> driverOption(const Arguments& arguments);
 /// " --model 0F01", or nothing for no driver.

@@ -10,7 +10,7 @@
 
 namespace trigora::tools {
 
-/// Real files whose changes stay in memory: reads give what is on the disk, and what has been written,
+/// Real files whose changes stay in memory: reads return what is on the disk, and what has been written,
 /// copied, moved or removed here instead of it. Nothing on the disk is ever changed. Links and other
 /// attributes than size and kind are not kept for what is made here. One thread only.
 class OverlayFiles final : public platform::FileSystem,

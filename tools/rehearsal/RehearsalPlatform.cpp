@@ -263,7 +263,7 @@ private:
     platform::UserDefaults& defaults_;
 };
 
-/// What the system logs meanwhile is no log of the agent's.
+/// What the system logs meanwhile is not a log of the agent's.
 class SilentConsole final : public platform::Console {
 public:
     void write(std::string_view) override {}

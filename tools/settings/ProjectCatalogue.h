@@ -50,8 +50,8 @@ ListedProjects folderProjects();
 
 /// The one with that ID that the agent would run, else the first with that ID; null when there is none.
 const ListedProject* findProject(const ListedProjects& projects, const std::string& projectID);
-/// The same, but throws a `SettingsError` that lists near matches. A name is no ID, but is looked for among
-/// them.
+/// The same, but throws a `SettingsError` that lists near matches. A name is not an ID, but is looked for
+/// among them.
 const ListedProject& requireProject(const ListedProjects& projects, const std::string& projectID);
 
 /// Why a project's action cannot run; none when it can, or when there is no action and none is needed.

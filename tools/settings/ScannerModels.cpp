@@ -18,7 +18,7 @@ namespace trigora::tools {
 namespace {
 
 constexpr std::string_view modelPrefix = "Model";
-constexpr const char* addressSection = "Addresses"; ///< the one section that is no driver
+constexpr const char* addressSection = "Addresses"; ///< the one section that is not a driver
 constexpr int modelIDDigits = 4;
 
 /// By name; an entry of the user's counts before the installed one.

@@ -11,7 +11,7 @@ namespace trigora::tools {
 namespace {
 
 constexpr std::size_t mostMatches = 3;
-/// Longer words are no names; comparing them would take its time.
+/// Longer words are not names; comparing them would take its time.
 constexpr std::size_t longestWord = 200;
 
 /// The number of letters to put in, take out or replace.

@@ -55,7 +55,7 @@ bool isMultiPage(FileFormat format);
 /// Without the point.
 std::string extensionOf(FileFormat format);
 
-/// What the agent means by an address: "L" stands for a local scanner and gives an empty text.
+/// What the agent means by an address: "L" stands for a local scanner and reads as an empty text.
 std::string networkAddress(const Dictionary& dictionary, const std::string& key);
 
 } // namespace trigora::companions

@@ -145,7 +145,7 @@ AppleEventReply BusAppleEvents::sendUnlessGivenUp(const AppleEventTarget& target
 
 BusMessagePointer BusAppleEvents::waitForAnswer(sd_bus* bus, sd_bus_message* call,
                                                 const std::function<bool()>& givesUp) const {
-    constexpr std::uint64_t lookingInterval = 250000; // microseconds
+    constexpr std::uint64_t givingUpInterval = 250000; // microseconds
     BusMessagePointer answer;
     const auto answered = [](sd_bus_message* message, void* itsAnswer, sd_bus_error*) {
         static_cast<BusMessagePointer*>(itsAnswer)->reset(sd_bus_message_ref(message));
@@ -158,7 +158,7 @@ BusMessagePointer BusAppleEvents::waitForAnswer(sd_bus* bus, sd_bus_message* cal
     while (result >= 0 && !answer && !isGivenUp()) {
         result = sd_bus_process(bus, nullptr);
         if (result == 0) {
-            result = sd_bus_wait(bus, lookingInterval);
+            result = sd_bus_wait(bus, givingUpInterval);
         }
     }
     return answer;

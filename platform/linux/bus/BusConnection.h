@@ -35,7 +35,7 @@ public:
     ~BusConnection() = default;
 
     /// Takes a name on the bus for as long as the connection lives. False when another program owns it, or
-    /// when it is no proper name. Main thread only.
+    /// when it is not a proper name. Main thread only.
     bool requestName(const std::string& name);
     /// The handler runs in the loop when the bus has gone away. Main thread only.
     void onLost(std::function<void()> handler) { lostHandler_ = std::move(handler); }

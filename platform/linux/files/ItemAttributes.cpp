@@ -19,7 +19,7 @@ namespace {
 constexpr const char* creatorAttribute = "user.hfs.creator";
 
 /// Runs one of the account look-ups of the C library with a buffer that grows until it is large enough.
-/// Gives what `take` makes of the record, none when there is no such account.
+/// Returns what `take` makes of the record, none when there is no such account.
 template <typename Record, typename LookUp, typename Take> auto account(LookUp lookUp, Take take) {
     constexpr std::size_t largestBuffer = std::size_t{1} << 20;
     std::vector<char> buffer(1024);

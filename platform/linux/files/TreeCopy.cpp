@@ -18,7 +18,7 @@ namespace trigora::platform {
 
 namespace {
 
-/// Deeper trees than this are no user's and would exhaust the stack.
+/// Deeper trees than this are not user's and would exhaust the stack.
 constexpr int deepestTree = 256;
 
 /// What cannot be kept is no reason to lose the copy.

@@ -97,7 +97,7 @@ Value valueOf(const json& node) {
     return {};
 }
 
-/// How deep brackets outside of strings are nested; malformed text gives some number, too.
+/// How deep brackets outside of strings are nested; for malformed text it is some number, too.
 int nestingOf(std::string_view text) {
     int depth = 0;
     int deepest = 0;

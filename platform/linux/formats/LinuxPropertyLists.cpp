@@ -28,7 +28,7 @@ struct FreeText {
 };
 using LibraryText = std::unique_ptr<char, FreeText>;
 
-// Reading. A part that is no text, number, list … gives none, and with it the whole file.
+// Reading. A part that is not a text, number, list … reads as none, and with it the whole file.
 
 std::optional<Value> valueOf(plist_t node);
 
@@ -175,7 +175,7 @@ Node parsed(const Data& file) {
     return text ? parsedXml(*text) : nullptr;
 }
 
-// Writing. A part without a form gives no node, and with it the whole value.
+// Writing. A part without a form has no node, and with it the whole value has none.
 
 Node nodeOf(const Value& value, int level);
 

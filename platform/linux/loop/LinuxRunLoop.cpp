@@ -25,7 +25,7 @@ constexpr double shortestPeriod = 0.001;
 constexpr double longestPeriod = 100.0 * 365 * 24 * 3600;
 
 Microseconds periodOf(double seconds) {
-    // Written so that a number that is none gives the shortest period.
+    // Written so that what is not a number means the shortest period.
     const double held = seconds > shortestPeriod ? std::min(seconds, longestPeriod) : shortestPeriod;
     return static_cast<Microseconds>(held * 1e6);
 }
