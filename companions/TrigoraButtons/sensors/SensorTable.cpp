@@ -113,8 +113,9 @@ SensorTable SensorTable::read() {
                 if (const std::optional<SensorRow> row = rowOf(key, words)) {
                     backEnd.rules.rows.push_back(*row);
                 } else {
-                    table.problems_.push_back("ScannerButtons.ini: \"" + key + '=' + value + "\" of [" +
-                                              name + "] is not a sensor's line and was passed over");
+                    std::string& problem = table.problems_.emplace_back("ScannerButtons.ini: \"");
+                    problem.append(key).append("=").append(value).append("\" of [").append(name);
+                    problem.append("] is not a sensor's line and was passed over");
                 }
             }
         }
