@@ -181,7 +181,7 @@ private:
         for (auto last = std::chrono::steady_clock::now(); !stop.stop_requested();) {
             std::this_thread::sleep_for(10ms);
             const auto now = std::chrono::steady_clock::now();
-            stalls_ += now - last > 50ms ? 1 : 0;
+            stalls_ += now - last > 30ms ? 1 : 0;
             last = now;
         }
     }};
@@ -201,7 +201,7 @@ TEST_F(ButtonsTest, TwoHundredTapsAreTwoHundredPresses) {
     const StallCounter machine;
     std::mt19937 random(20250101);
     const auto start = std::chrono::steady_clock::now() + 200ms;
-    std::uniform_int_distribution<int> jitter(0, 799);
+    std::uniform_int_distribution<int> jitter(0, 399);
     for (int i = 0; i < scannerCount; ++i) {
         for (int tap = 0; tap < tapsOfEach; ++tap) {
             controls[static_cast<std::size_t>(i)].tap(
