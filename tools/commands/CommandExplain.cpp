@@ -7,6 +7,7 @@
 #include "projects/information/TrProjectInformation.h"
 #include "projects/manager/ActionRunnerChoice.h"
 #include "tools/bus/AgentNotice.h"
+#include "tools/buttons/ButtonSight.h"
 #include "tools/frame/Report.h"
 #include "tools/rehearsal/PressExplanation.h"
 #include "tools/rehearsal/PressRehearsal.h"
@@ -24,7 +25,8 @@ namespace {
 constexpr std::array explainPressOptions{
     Option{"driver", "NAME", "driver name of the scanner, e.g. \"SANE Test Scanner\"", true},
     Option{"model", "NAME", "model name that the scanner reports (default: the driver name)"},
-    Option{"button", "N", "number of the button, with feature bits if there are any", true},
+    Option{"button", "N|SENSOR",
+           "number of the button, with feature bits if there are any, or its sensor's name", true},
     Option{"model-id", "ID", "scanner model, e.g. 00FE (default: the one of the driver's entry)"},
     Option{"driver-version", "V", "version of the driver (default: that of its entry, else 3.0)"},
     Option{"ica-mode", "", "as if the scanner were reached through the system's own driver"},
@@ -39,6 +41,7 @@ constexpr std::string_view explainPressDetails =
 
 constexpr std::string_view explainPressExamples =
     "  trigoractl explain press --driver \"SANE Test Scanner\" --button 1\n"
+    "  trigoractl explain press --driver \"Desk Scanner\" --button scan\n"
     "  trigoractl explain press --driver \"PELOX Scanner\" --model XY-1 --button 19 --model-id 00FE --json\n";
 
 constexpr const char* versionOfScanAssistant = "3.0"; ///< of a driver whose entry names none
@@ -68,13 +71,28 @@ std::optional<std::string> modelIDOfDriver(const std::string& driverName) {
     return known == scanners.end() ? std::nullopt : known->modelID;
 }
 
+/// A number, or what a sensor is of the scanner.
+std::uint32_t requireButton(const Arguments& arguments, const std::string& driverName) {
+    const std::string text = arguments.text("button").value_or("");
+    const bool isNumber = text.empty() || text[0] == '-' || (text[0] >= '0' && text[0] <= '9');
+    if (isNumber) {
+        return static_cast<std::uint32_t>(
+            arguments.integer("button", 0, 0, std::numeric_limits<std::uint32_t>::max()));
+    }
+    const std::optional<std::uint32_t> button = buttonOfSensor(driverName, text);
+    if (!button) {
+        throw Failure(notFound, "no sensor \"" + text + "\" of \"" + driverName +
+                                    "\" is known as a button; \"trigoractl buttons\" shows those that are");
+    }
+    return *button;
+}
+
 /// The press, and where its model ID comes from.
 std::pair<RehearsedPress, std::string> pressOf(const Arguments& arguments) {
     RehearsedPress press;
     press.driver = requireName(arguments, "driver", "");
     press.model = requireName(arguments, "model", press.driver);
-    press.eventStatus = static_cast<std::uint32_t>(
-        arguments.integer("button", 0, 0, std::numeric_limits<std::uint32_t>::max()));
+    press.eventStatus = requireButton(arguments, press.driver);
     const ScanEvent event{0, press.model, press.driver, press.eventStatus};
     const std::string name = platform::textAt(currentEventOf(event), "driverName").value_or("");
     press.scannerVersion = arguments.text("driver-version").value_or(versionOfDriver(name));

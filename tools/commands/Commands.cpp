@@ -1,5 +1,6 @@
 #include "tools/commands/Commands.h"
 
+#include "tools/buttons/CommandButtons.h"
 #include "tools/commands/CommandActions.h"
 #include "tools/commands/CommandBind.h"
 #include "tools/commands/CommandCheck.h"
@@ -22,12 +23,12 @@ namespace trigora::tools {
 
 std::span<const Command> commands() {
     static const std::array all{
-        eventsCommand(),     projectsCommand(),    actionsCommand(),    driversCommand(),
-        bindCommand(),       unbindCommand(),      watchCommand(),      unwatchCommand(),
-        projectNewCommand(), projectCopyCommand(), projectSetCommand(), projectDeleteCommand(),
-        pressCommand(),      listenCommand(),      panelCommand(),      explainPressCommand(),
-        checkCommand(),      statusCommand(),      logOnCommand(),      logOffCommand(),
-        logFollowCommand(),  testScanCommand()};
+        eventsCommand(),        projectsCommand(),   actionsCommand(),     driversCommand(),
+        buttonsCommand(),       bindCommand(),       unbindCommand(),      watchCommand(),
+        unwatchCommand(),       projectNewCommand(), projectCopyCommand(), projectSetCommand(),
+        projectDeleteCommand(), pressCommand(),      listenCommand(),      panelCommand(),
+        explainPressCommand(),  checkCommand(),      statusCommand(),      logOnCommand(),
+        logOffCommand(),        logFollowCommand(),  testScanCommand()};
     return all;
 }
 
