@@ -82,7 +82,7 @@ std::uint32_t requireButton(const Arguments& arguments, const std::string& drive
     const std::optional<std::uint32_t> button = buttonOfSensor(driverName, text);
     if (!button) {
         throw Failure(notFound, "no sensor \"" + text + "\" of \"" + driverName +
-                                    "\" is known as a button; \"trigoractl buttons\" shows those that are");
+                                    R"(" is known as a button; "trigoractl buttons" shows those that are)");
     }
     return *button;
 }
